@@ -1,0 +1,169 @@
+#include "ui/widgets/window_frame.h"
+
+#include "ui/widgets/title_bar.h"
+
+#include <QApplication>
+#include <QHoverEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QStyleOption>
+#include <QWidget>
+#include <QWindow>
+
+namespace {
+
+constexpr int borderWidth = 1;
+constexpr int gripWidth = 4;
+constexpr int cornerReach = 12;
+constexpr int titleBarHeight = 32;
+
+Qt::CursorShape cursorShapeFor(Qt::Edges edges)
+{
+    if (edges == (Qt::LeftEdge | Qt::TopEdge) || edges == (Qt::RightEdge | Qt::BottomEdge)) {
+        return Qt::SizeFDiagCursor;
+    }
+    if (edges == (Qt::RightEdge | Qt::TopEdge) || edges == (Qt::LeftEdge | Qt::BottomEdge)) {
+        return Qt::SizeBDiagCursor;
+    }
+    return (edges & (Qt::LeftEdge | Qt::RightEdge)) ? Qt::SizeHorCursor : Qt::SizeVerCursor;
+}
+
+} // namespace
+
+WindowFrame::WindowFrame(QWidget *window) : QObject(window), m_window(window)
+{
+    window->setWindowFlag(Qt::FramelessWindowHint);
+    window->setAttribute(Qt::WA_Hover);
+    m_titleBar = new TitleBar(window);
+    window->installEventFilter(this);
+    placeTitleBar();
+}
+
+void WindowFrame::setTitleBarVisible(bool visible)
+{
+    m_titleBarVisible = visible;
+    placeTitleBar();
+}
+
+void WindowFrame::paint()
+{
+    QPainter painter(m_window);
+    QStyleOption option;
+    option.initFrom(m_window);
+    m_window->style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, m_window);
+    if (framed() && !m_window->isMaximized()) {
+        painter.setPen(m_window->palette().color(QPalette::Mid));
+        painter.drawRect(m_window->rect().adjusted(0, 0, -1, -1));
+    }
+}
+
+void WindowFrame::mousePressed(const QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        return;
+    }
+    // Measured from the window: an event that a child passed on has another position.
+    const QPoint position = m_window->mapFromGlobal(event->globalPos());
+    const Qt::Edges edges = edgesAt(position);
+    QWindow *handle = m_window->windowHandle();
+    if (edges && handle != nullptr && handle->startSystemResize(edges)) {
+        return;
+    }
+    m_pressed = true;
+    m_moving = false;
+    m_pressPosition = event->globalPos();
+    m_windowOffset = event->globalPos() - m_window->frameGeometry().topLeft();
+}
+
+void WindowFrame::mouseMoved(const QMouseEvent *event)
+{
+    if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton) || m_window->isMaximized()
+        || m_window->isFullScreen()) {
+        return;
+    }
+    if (!m_moving) {
+        const int distance = (event->globalPos() - m_pressPosition).manhattanLength();
+        if (distance < QApplication::startDragDistance()) {
+            return;
+        }
+        // The window system moves better (snapping, other screens); where it does not, we do.
+        QWindow *handle = m_window->windowHandle();
+        if (handle != nullptr && handle->startSystemMove()) {
+            m_pressed = false;
+            return;
+        }
+        m_moving = true;
+    }
+    m_window->move(event->globalPos() - m_windowOffset);
+}
+
+void WindowFrame::mouseReleased()
+{
+    m_pressed = false;
+    m_moving = false;
+}
+
+bool WindowFrame::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_window) {
+        switch (event->type()) {
+        case QEvent::Show:
+            m_titleBar->updateButtons();
+            placeTitleBar();
+            break;
+        case QEvent::Resize:
+        case QEvent::WindowStateChange:
+            placeTitleBar();
+            break;
+        case QEvent::HoverMove:
+            updateCursor(static_cast<QHoverEvent *>(event)->pos());
+            break;
+        default:
+            break;
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+bool WindowFrame::framed() const { return !m_window->isFullScreen(); }
+
+bool WindowFrame::resizable() const
+{
+    return framed() && !m_window->isMaximized()
+           && m_window->minimumSize() != m_window->maximumSize();
+}
+
+Qt::Edges WindowFrame::edgesAt(const QPoint &position) const
+{
+    const QRect area = m_window->rect();
+    const QRect inner = area.adjusted(gripWidth, gripWidth, -gripWidth, -gripWidth);
+    if (!resizable() || !area.contains(position) || inner.contains(position)) {
+        return {};
+    }
+    Qt::Edges edges;
+    edges.setFlag(Qt::LeftEdge, position.x() < cornerReach);
+    edges.setFlag(Qt::RightEdge, position.x() >= area.width() - cornerReach);
+    edges.setFlag(Qt::TopEdge, position.y() < cornerReach);
+    edges.setFlag(Qt::BottomEdge, position.y() >= area.height() - cornerReach);
+    return edges;
+}
+
+void WindowFrame::updateCursor(const QPoint &position)
+{
+    if (const Qt::Edges edges = edgesAt(position)) {
+        m_window->setCursor(cursorShapeFor(edges));
+    } else if (m_window->testAttribute(Qt::WA_SetCursor)) {
+        m_window->unsetCursor();
+    }
+}
+
+void WindowFrame::placeTitleBar()
+{
+    const bool bordered = framed() && !m_window->isMaximized();
+    const int border = !bordered ? 0 : (resizable() ? gripWidth : borderWidth);
+    const int barHeight = framed() && m_titleBarVisible ? titleBarHeight : 0;
+    m_window->setContentsMargins(border, border + barHeight, border, border);
+    m_titleBar->setVisible(barHeight > 0);
+    m_titleBar->setGeometry(border, border, m_window->width() - 2 * border, titleBarHeight);
+    m_titleBar->raise();
+}
