@@ -26,9 +26,15 @@ void BaseDialog::paintEvent(QPaintEvent *event)
     m_frame->paint();
 }
 
-void BaseDialog::mousePressEvent(QMouseEvent *event) { m_frame->mousePressed(event); }
+void BaseDialog::mousePressEvent(QMouseEvent *event)
+{
+    m_frame->mousePressed(event);
+}
 
-void BaseDialog::mouseMoveEvent(QMouseEvent *event) { m_frame->mouseMoved(event); }
+void BaseDialog::mouseMoveEvent(QMouseEvent *event)
+{
+    m_frame->mouseMoved(event);
+}
 
 void BaseDialog::mouseReleaseEvent(QMouseEvent *event)
 {

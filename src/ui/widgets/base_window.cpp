@@ -12,7 +12,10 @@ BaseWindow::BaseWindow()
 
 BaseWindow::~BaseWindow() = default;
 
-void BaseWindow::setTitleBarVisible(bool visible) { m_frame->setTitleBarVisible(visible); }
+void BaseWindow::setTitleBarVisible(bool visible)
+{
+    m_frame->setTitleBarVisible(visible);
+}
 
 void BaseWindow::paintEvent(QPaintEvent *event)
 {
@@ -20,9 +23,15 @@ void BaseWindow::paintEvent(QPaintEvent *event)
     m_frame->paint();
 }
 
-void BaseWindow::mousePressEvent(QMouseEvent *event) { m_frame->mousePressed(event); }
+void BaseWindow::mousePressEvent(QMouseEvent *event)
+{
+    m_frame->mousePressed(event);
+}
 
-void BaseWindow::mouseMoveEvent(QMouseEvent *event) { m_frame->mouseMoved(event); }
+void BaseWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    m_frame->mouseMoved(event);
+}
 
 void BaseWindow::mouseReleaseEvent(QMouseEvent *event)
 {

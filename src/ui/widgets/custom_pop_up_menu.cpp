@@ -15,9 +15,8 @@ void CustomPopUpMenu::popUpAt(const QWidget *anchor)
 {
     const QRect button(anchor->mapToGlobal(QPoint(0, 0)), anchor->size());
     const QScreen *buttonScreen = QGuiApplication::screenAt(button.center());
-    const QRect area
-        = (buttonScreen != nullptr ? buttonScreen : QGuiApplication::primaryScreen())
-              ->availableGeometry();
+    const QRect area = (buttonScreen != nullptr ? buttonScreen : QGuiApplication::primaryScreen())
+                           ->availableGeometry();
     QRect place(QPoint(0, 0), sizeHint());
     place.moveCenter(button.center());
     place.moveBottom(button.top() - anchorGap);

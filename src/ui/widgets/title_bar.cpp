@@ -1,13 +1,12 @@
 #include "ui/widgets/title_bar.h"
 
-#include "ui/widgets/title_bar_button.h"
-
 #include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QStyle>
+#include <QToolButton>
 
 namespace {
 
@@ -36,9 +35,9 @@ TitleBar::TitleBar(QWidget *window) : QWidget(window)
     auto *buttons = new QHBoxLayout;
     buttons->setSpacing(0);
     layout->addLayout(buttons);
-    m_minimizeButton = addButton(QStringLiteral("btnMinimize"), tr("Minimize"));
-    m_maximizeButton = addButton(QStringLiteral("btnMaximize"), tr("Maximize"));
-    m_closeButton = addButton(QStringLiteral("btnClose"), tr("Close"));
+    m_minimizeButton = addButton(QStringLiteral("minimizeButton"), tr("Minimize"));
+    m_maximizeButton = addButton(QStringLiteral("maximizeButton"), tr("Maximize"));
+    m_closeButton = addButton(QStringLiteral("closeButton"), tr("Close"));
     for (QAbstractButton *button : {m_minimizeButton, m_maximizeButton, m_closeButton}) {
         buttons->addWidget(button);
     }
@@ -50,8 +49,9 @@ TitleBar::TitleBar(QWidget *window) : QWidget(window)
 
 QAbstractButton *TitleBar::addButton(const QString &name, const QString &toolTip)
 {
-    auto *button = new TitleBarButton(this);
+    auto *button = new QToolButton(this);
     button->setObjectName(name);
+    button->setFocusPolicy(Qt::NoFocus);
     button->setToolTip(toolTip);
     connect(button, &QAbstractButton::clicked, this, &TitleBar::onClicked);
     return button;
@@ -123,8 +123,8 @@ void TitleBar::updateMaximizeButton()
     }
     const bool maximized = window()->isMaximized();
     m_maximizeButton->setToolTip(maximized ? tr("Restore") : tr("Maximize"));
-    m_maximizeButton->setProperty("maximizeProperty",
-                                  maximized ? QStringLiteral("restore") : QStringLiteral("maximize"));
+    m_maximizeButton->setProperty("maximizeProperty", maximized ? QStringLiteral("restore")
+                                                                : QStringLiteral("maximize"));
     m_maximizeButton->setStyle(QApplication::style());
 }
 

@@ -48,8 +48,8 @@ Toast::Toast(QWidget *parent) : QWidget(parent)
     QFont font = m_label->font();
     font.setPointSize(11);
     m_label->setFont(font);
-    m_label->setStyleSheet(QStringLiteral(
-        "color: rgb(255, 255, 255);\nbackground-color: rgb(255, 170, 255);"));
+    m_label->setStyleSheet(
+        QStringLiteral("color: rgb(255, 255, 255);\nbackground-color: rgb(255, 170, 255);"));
 
     // A message that is still fading must not outlive the application's windows.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
@@ -73,10 +73,9 @@ void Toast::setText(const QString &text)
     m_label->setText(text);
     // The label keeps its size for all usual messages and grows for one that would be cut.
     const int widest = QGuiApplication::primaryScreen()->size().width() / 2;
-    const QSize needed = m_label->fontMetrics()
-                             .boundingRect(QRect(0, 0, widest, 0), Qt::TextWordWrap, text)
-                             .size()
-                         + QSize(2 * labelPadding, labelPadding);
+    const QSize needed =
+        m_label->fontMetrics().boundingRect(QRect(0, 0, widest, 0), Qt::TextWordWrap, text).size() +
+        QSize(2 * labelPadding, labelPadding);
     m_label->resize(needed.expandedTo(labelGeometry.size()));
 }
 

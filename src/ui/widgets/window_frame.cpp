@@ -77,8 +77,8 @@ void WindowFrame::mousePressed(const QMouseEvent *event)
 
 void WindowFrame::mouseMoved(const QMouseEvent *event)
 {
-    if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton) || m_window->isMaximized()
-        || m_window->isFullScreen()) {
+    if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton) || m_window->isMaximized() ||
+        m_window->isFullScreen()) {
         return;
     }
     if (!m_moving) {
@@ -125,12 +125,15 @@ bool WindowFrame::eventFilter(QObject *watched, QEvent *event)
     return QObject::eventFilter(watched, event);
 }
 
-bool WindowFrame::framed() const { return !m_window->isFullScreen(); }
+bool WindowFrame::framed() const
+{
+    return !m_window->isFullScreen();
+}
 
 bool WindowFrame::resizable() const
 {
-    return framed() && !m_window->isMaximized()
-           && m_window->minimumSize() != m_window->maximumSize();
+    return framed() && !m_window->isMaximized() &&
+           m_window->minimumSize() != m_window->maximumSize();
 }
 
 Qt::Edges WindowFrame::edgesAt(const QPoint &position) const
@@ -160,9 +163,11 @@ void WindowFrame::updateCursor(const QPoint &position)
 void WindowFrame::placeTitleBar()
 {
     const bool bordered = framed() && !m_window->isMaximized();
-    const int border = !bordered ? 0 : (resizable() ? gripWidth : borderWidth);
+    const int border = bordered ? borderWidth : 0;
+    // The window, not a child, has to feel the mouse at its edges.
+    const int side = resizable() ? gripWidth : border;
     const int barHeight = framed() && m_titleBarVisible ? titleBarHeight : 0;
-    m_window->setContentsMargins(border, border + barHeight, border, border);
+    m_window->setContentsMargins(side, qMax(border + barHeight, side), side, side);
     m_titleBar->setVisible(barHeight > 0);
     m_titleBar->setGeometry(border, border, m_window->width() - 2 * border, titleBarHeight);
     m_titleBar->raise();
