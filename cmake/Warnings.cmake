@@ -16,6 +16,10 @@ if(MORAVU_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
+    # The defaults belong to the executables, not to the libraries that carry the same warnings.
+    target_sources(moravu_warnings INTERFACE
+        $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${CMAKE_CURRENT_LIST_DIR}/sanitizer_defaults.cpp>)
+    target_link_options(moravu_warnings INTERFACE LINKER:--export-dynamic-symbol=dlclose)
     # GCC's flow analysis reports null dereferences that the instrumentation itself introduces.
     target_compile_options(moravu_warnings INTERFACE -Wno-null-dereference
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
