@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QCollatorSortKey>
+#include <QTableWidgetItem>
+
+#include <optional>
+
+// A table cell that sorts by its raw value instead of its text: sizes and times as numbers, names
+// in natural order. Folders stay above files whichever way the column is sorted, which is why the
+// table's header must show the order before the table is sorted.
+class SortTableWidgetItem final : public QTableWidgetItem
+{
+public:
+    enum DataRole {
+        FolderRole = 102,                // bool: the row is a folder
+        SortValueRole = Qt::UserRole + 1 // the raw value: a number, or a text for natural order
+    };
+
+    explicit SortTableWidgetItem(const QString &text = QString());
+
+    // A name: sorted in natural order by its own text, also after the text was edited.
+    static SortTableWidgetItem *forName(const QString &name);
+    // A cell that shows text and sorts by value.
+    static SortTableWidgetItem *forValue(const QString &text, qint64 value);
+
+    [[nodiscard]] bool isFolder() const { return m_folder; }
+
+    void setData(int role, const QVariant &value) override;
+    [[nodiscard]] bool operator<(const QTableWidgetItem &other) const override;
+
+private:
+    [[nodiscard]] bool isDescending() const;
+    [[nodiscard]] bool valueLess(const SortTableWidgetItem &other) const;
+
+    std::optional<QCollatorSortKey> m_key; // set for texts
+    qint64 m_number = 0;
+    bool m_folder = false;
+    bool m_sortsByText = false;
+};
