@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+
+#include <QByteArray>
+#include <QString>
+
+#include "app/environment/file_list_state.h"
+#include "app/environment/player_state.h"
+
+class QSettings;
+
+// Typed access to the settings file "mrsettings.ini" in the data directory. Create one wherever
+// settings are needed: all objects of the process share the file's contents at once, other
+// processes see them after Qt's next write-back (at the latest when the last object goes).
+//
+// Reading never fails: a value that is absent, damaged or out of its range gives the default.
+class AppSettings final
+{
+    Q_DISABLE_COPY_MOVE(AppSettings)
+
+public:
+    AppSettings();
+    ~AppSettings();
+
+    // The user whose token the session works with; empty when nobody has logged in.
+    QString curUserId() const;
+    void setCurUserId(const QString &userId);
+
+    // True when deleting sends files to the recycle bin (the default).
+    bool delToRecycle() const;
+    void setDelToRecycle(bool toRecycle);
+
+    // The main window's geometry and state; an argument keeps its value when nothing is stored.
+    void readWindowState(QByteArray &geometry, QByteArray &state) const;
+    void saveWindowState(const QByteArray &geometry, const QByteArray &state);
+
+    // Fills only what the stored state holds, so that the record's values are the defaults.
+    void readFileListState(FileListState &fileListState) const;
+    void saveFileListState(const FileListState &fileListState);
+
+    // The listing's sort field ("name", "updated_at", "created_at", "size"; default "updated_at")
+    // and direction ("ASC", "DESC"; default "DESC").
+    QString fileListOrderBy() const;
+    void setFileListOrderBy(const QString &field);
+    QString fileOrderDirection() const;
+    void setFileOrderDirection(const QString &direction);
+
+    // The wanted template: "OrgHD", "QHD", "FHD" (the default), "HD", "SD" or "LD".
+    QString videoQuality() const;
+    void setVideoQuality(const QString &templateId);
+
+    // The record's byte arrays are the defaults; whether the list is shown defaults to false.
+    void readPlayerState(PlayerState &playerState) const;
+    void savePlayerState(const PlayerState &playerState);
+
+private:
+    const std::unique_ptr<QSettings> m_settings;
+};

@@ -1,0 +1,75 @@
+#include "app/environment/endpoints.h"
+
+#include <QDebug>
+#include <QSettings>
+#include <QUrl>
+
+#include "app/environment/settings_file.h"
+
+namespace {
+
+struct Address
+{
+    QString Endpoints::*member;
+    const char *settingsKey;
+    const char *variable; // null when only the settings file can override it
+    QString byDefault;    // a leading slash: below the web base
+};
+
+// The web base stands before what lies below it.
+const Address addresses[] = {
+    {&Endpoints::openApi, "openApiBase", "MORAVU_OPENAPI_BASE",
+     QStringLiteral("https://openapi.alipan.com")},
+    {&Endpoints::backend, "backendBase", "MORAVU_BACKEND_BASE",
+     QStringLiteral("http://127.0.0.1:8466")},
+    {&Endpoints::web, "webBase", "MORAVU_WEB_BASE", QStringLiteral("https://www.aliyundrive.com")},
+    {&Endpoints::helpTv, "helpTvUrl", nullptr, QStringLiteral("/")},
+    {&Endpoints::helpPc, "helpPcUrl", nullptr, QStringLiteral("/")},
+    {&Endpoints::helpReport, "helpReportUrl", nullptr, QStringLiteral("/")},
+};
+
+QString withoutTrailingSlashes(QString address)
+{
+    while (address.endsWith(QLatin1Char('/')))
+        address.chop(1);
+    return address;
+}
+
+bool isWebAddress(const QString &address)
+{
+    const QUrl url(address, QUrl::StrictMode);
+    return !url.host().isEmpty() &&
+           (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
+}
+
+QString configured(const Address &address, const QSettings &settings)
+{
+    const QString candidates[] = {
+        address.variable ? qEnvironmentVariable(address.variable) : QString(),
+        settings.value(QLatin1String(address.settingsKey)).toString(),
+    };
+    for (const QString &candidate : candidates) {
+        if (isWebAddress(candidate.trimmed()))
+            return withoutTrailingSlashes(candidate.trimmed());
+        if (!candidate.isEmpty())
+            qWarning() << "not a web address, ignored:" << address.settingsKey << candidate;
+    }
+    return {};
+}
+
+} // namespace
+
+Endpoints endpoints()
+{
+    const auto settings = openSettingsFile();
+    Endpoints result;
+    for (const Address &address : addresses) {
+        QString &value = result.*address.member;
+        value = configured(address, *settings);
+        if (value.isEmpty() && address.byDefault.startsWith(QLatin1Char('/')))
+            value = result.web + address.byDefault;
+        else if (value.isEmpty())
+            value = address.byDefault;
+    }
+    return result;
+}
