@@ -1,0 +1,76 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+class HttpClientPrivate;
+class QNetworkAccessManager;
+
+// One HTTP request and what happens with its reply:
+//
+//     HttpClient(url).json(body).header(name, value).success(parse).fail(show).post();
+//
+// A firing call sends the request and returns at once. When the reply is there, exactly one of
+// success and fail runs, then complete, all from the event loop of the calling (the interface)
+// thread; callbacks that are not set are skipped. Redirects are not followed, and no time-out is
+// set. HTTP error statuses are failures; their bodies are dropped.
+//
+// The object is a handle: copies share one request, and a request that is waiting for its reply
+// keeps itself alive. A callback may destroy whatever it likes, the network manager included, fire
+// other requests, or open a modal dialog. A callback that needs its own request (to repeat it)
+// captures a weak() handle: a strong one would keep the two alive forever.
+class HttpClient final
+{
+public:
+    // The reply's body as text, line breaks removed.
+    using SuccessHandler = std::function<void(const QString &response)>;
+    // The error's text and its QNetworkReply::NetworkError, or -1 when nothing was sent.
+    using FailHandler = std::function<void(const QString &error, int code)>;
+    using CompleteHandler = std::function<void()>;
+    using Weak = std::weak_ptr<HttpClientPrivate>;
+
+    explicit HttpClient(const QString &url);
+
+    // The request behind a weak handle; valid only while that request lives (see isValid).
+    explicit HttpClient(const Weak &request);
+    Weak weak() const { return m_d; }
+    bool isValid() const { return m_d != nullptr; }
+
+    // Logs the request and its outcome, with the parameters and the body: they may hold secrets.
+    HttpClient &debug(bool on);
+
+    // The query of a GET, the form of a POST, PUT or upload. Sent as they stand, fully decoded: a
+    // value that holds "&" or "+" must be encoded by the caller.
+    HttpClient &param(const QString &name, const QString &value);
+    HttpClient &params(const QMap<QString, QString> &values);
+
+    // The body of a POST or PUT, instead of the form.
+    HttpClient &json(const QString &text);
+
+    // POST and PUT set Content-Type themselves.
+    HttpClient &header(const QString &name, const QString &value);
+    HttpClient &headers(const QMap<QString, QString> &values);
+
+    // Who sends the request; without one, a manager that serves the whole program. When the
+    // manager goes before the reply has come, no callback runs.
+    HttpClient &manager(QNetworkAccessManager *manager);
+
+    HttpClient &success(const SuccessHandler &handler);
+    HttpClient &fail(const FailHandler &handler);
+    HttpClient &complete(const CompleteHandler &handler);
+
+    // The codec of the reply; UTF-8 when not set or not known.
+    HttpClient &charset(const QString &name);
+
+    void get();
+    void post();
+    void put();
+    void remove();
+
+private:
+    std::shared_ptr<HttpClientPrivate> m_d;
+};
