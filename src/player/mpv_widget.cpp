@@ -350,7 +350,6 @@ void MpvWidget::paintGL()
         {MPV_RENDER_PARAM_INVALID, nullptr},
     };
     m_library->render_context_render(m_mpvGl, parameters);
-    emit painted();
 }
 
 // Qt draws nothing for a minimised window, but libmpv times its output by what is drawn.

@@ -38,6 +38,7 @@ public:
         Stopped,    // a command or the shutdown
         Superseded, // the end of a file that is no longer the one loaded last
     };
+    Q_ENUM(EndReason)
 
     // Throws std::runtime_error "could not create mpv context" (libmpv is missing, or LC_NUMERIC
     // is not "C") or "could not initialize mpv context".
@@ -81,8 +82,6 @@ signals:
     void mouseReleased();
     // The file that was loaded last has been opened; its properties can be read.
     void fileLoaded();
-    // A frame was drawn.
-    void painted();
 
 public slots:
     // libmpv's two callbacks arrive on threads of its own and reach these by name.

@@ -1,0 +1,51 @@
+#include "player/clips.h"
+
+#include <QDebug>
+#include <QImage>
+#include <QProcess>
+
+namespace clips {
+
+bool make(const QString &path, const Clip &clip)
+{
+    const QString source =
+        QStringLiteral("color=black:size=%1x%2:rate=25:duration=%3,"
+                       "geq=lum='if(mod(floor(T/pow(2,floor(X*8/W))),2),235,60)':cb=128:cr=128")
+            .arg(clip.width)
+            .arg(clip.height)
+            .arg(clip.seconds);
+    QStringList arguments{QStringLiteral("-v"),
+                          QStringLiteral("error"),
+                          QStringLiteral("-y"),
+                          QStringLiteral("-f"),
+                          QStringLiteral("lavfi"),
+                          QStringLiteral("-i"),
+                          source};
+    arguments += clip.inputs;
+    arguments += {QStringLiteral("-c:v"),      QStringLiteral("libx264"), QStringLiteral("-preset"),
+                  QStringLiteral("ultrafast"), QStringLiteral("-g"),      QStringLiteral("25"),
+                  QStringLiteral("-pix_fmt"),  QStringLiteral("yuv420p")};
+    arguments += clip.outputs;
+    arguments += path;
+    QProcess ffmpeg;
+    ffmpeg.start(QStringLiteral("ffmpeg"), arguments);
+    if (ffmpeg.waitForFinished(60000) && ffmpeg.exitCode() == 0)
+        return true;
+    qWarning().noquote() << ffmpeg.errorString() << ffmpeg.readAllStandardError();
+    return false;
+}
+
+int secondShown(const QImage &picture)
+{
+    int second = 0;
+    for (int stripe = 0; stripe < 8; ++stripe) {
+        const int x = picture.width() * (2 * stripe + 1) / 16;
+        const int level = qGray(picture.pixel(x, picture.height() / 2));
+        if (level < 20)
+            return -1; // neither stripe colour: nothing was drawn here
+        second |= (level > 140 ? 1 : 0) << stripe;
+    }
+    return second;
+}
+
+} // namespace clips
