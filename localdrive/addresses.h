@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "world.h"
+
+/// Signed addresses of this server, whole ("http://127.0.0.1:…"), valid until a time.
+namespace localdrive {
+
+std::string downloadAddress(const World &world, Drive &drive, const Node &file,
+                            std::int64_t expires);
+
+} // namespace localdrive

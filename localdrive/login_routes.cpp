@@ -1,0 +1,137 @@
+#include "api_error.h"
+#include "routes.h"
+
+namespace localdrive {
+namespace {
+
+constexpr char PageHead[] = R"(<!DOCTYPE html>
+<html lang="zh"><meta charset="utf-8"><meta name="viewport" content="width=device-width">
+<title>本地云盘 - 扫码登录</title>
+<style>body{font:18px sans-serif;max-width:26em;margin:3em auto;text-align:center}
+button{font-size:18px;padding:.6em 1.4em;margin:.4em}code{color:#888}</style>
+<h1>本地云盘</h1>)";
+
+struct StatusText
+{
+    const char *status;
+    const char *text;
+};
+
+constexpr StatusText StatusTexts[] = {
+    {"WaitLogin", "等待扫描"},         {"ScanSuccess", "已扫描，请确认登录"},
+    {"LoginSuccess", "已允许登录"},    {"CANCELED", "已取消"},
+    {"QRCodeExpired", "二维码已过期"},
+};
+
+std::string escaped(const std::string &text)
+{
+    std::string html;
+    for (const char c : text) {
+        switch (c) {
+        case '<':
+            html += "&lt;";
+            break;
+        case '>':
+            html += "&gt;";
+            break;
+        case '&':
+            html += "&amp;";
+            break;
+        case '"':
+            html += "&quot;";
+            break;
+        default:
+            html += c;
+        }
+    }
+    return html;
+}
+
+std::string button(const std::string &action, const std::string &label, int account = -1)
+{
+    std::string value;
+    if (account >= 0)
+        value = "<input type=hidden name=account value=" + std::to_string(account) + '>';
+    return "<form method=post action=\"" + action + "\">" + value + "<button>" + escaped(label) +
+           "</button></form>";
+}
+
+class LoginPages final
+{
+public:
+    explicit LoginPages(World &world) : m_world(world) {}
+
+    void status(Call &call) const
+    {
+        const LoginSessions::State state = stateOf(call.captures.at(0));
+        call.reply({{"status", state.status}, {"authCode", state.authCode}});
+    }
+
+    void openWeb(Call &call) const { call.response.set_redirect("/scan/" + call.param("sid")); }
+
+    void openCode(Call &call) const { call.response.set_redirect("/scan/" + call.captures.at(0)); }
+
+    void page(Call &call) const
+    {
+        const std::string sid = call.captures.at(0);
+        const LoginSessions::State state = stateOf(sid);
+        std::string html = PageHead;
+        for (const StatusText &entry : StatusTexts) {
+            if (state.status == entry.status)
+                html += "<p><b id=status>" + std::string(entry.text) + "</b></p>";
+        }
+        if (state.status == "WaitLogin")
+            html += button("/scan/" + sid + "/scan", "扫描二维码");
+        if (state.status == "WaitLogin" || state.status == "ScanSuccess") {
+            for (const auto &account : m_world.accounts) {
+                html += button("/scan/" + sid + "/confirm",
+                               "以 " + account->facts.nickName + " 登录", account->number);
+            }
+            html += button("/scan/" + sid + "/cancel", "取消");
+        }
+        call.replyPage(html + "<p><code>" + escaped(sid) + "</code></p></html>");
+    }
+
+    void press(Call &call) const
+    {
+        const std::string sid = call.captures.at(0);
+        const std::string action = call.captures.at(1);
+        const int account = std::atoi(call.param("account").c_str());
+        const bool done = action == "scan"      ? m_world.logins.scan(sid)
+                          : action == "confirm" ? m_world.logins.confirm(sid, account)
+                                                : m_world.logins.cancel(sid);
+        if (!done)
+            throw ApiError(409, "InvalidState", "The QR code is not waiting for this");
+        call.response.set_redirect("/scan/" + sid, 303);
+    }
+
+private:
+    [[nodiscard]] LoginSessions::State stateOf(const std::string &sid) const
+    {
+        const std::optional<LoginSessions::State> state = m_world.logins.state(sid);
+        if (!state)
+            throw ApiError(404, "NotFound.QrCode", "There is no such QR code");
+        return *state;
+    }
+
+    World &m_world;
+};
+
+} // namespace
+
+std::vector<Route> loginRoutes(World &world)
+{
+    const LoginPages pages(world);
+    return {
+        {"GET", "/oauth/qrcode/([0-9a-f]+)/status", Access::Open,
+         [pages](Call &call) { pages.status(call); }},
+        {"GET", "/oauth/qrcode/([0-9a-f]+)", Access::Open,
+         [pages](Call &call) { pages.openCode(call); }},
+        {"GET", "/o/oauth/authorize", Access::Open, [pages](Call &call) { pages.openWeb(call); }},
+        {"GET", "/scan/([0-9a-f]+)", Access::Open, [pages](Call &call) { pages.page(call); }},
+        {"POST", "/scan/([0-9a-f]+)/(scan|confirm|cancel)", Access::Open,
+         [pages](Call &call) { pages.press(call); }},
+    };
+}
+
+} // namespace localdrive

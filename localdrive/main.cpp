@@ -1,0 +1,162 @@
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "server.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Arguments
+{
+    std::string host = "127.0.0.1";
+    int port = 0;
+    std::string portFile;
+    std::string library;
+    std::vector<std::string> drives;
+    bool writable = false;
+    bool readOnly = false;
+    double autoLogin = -1;
+    double tokenLifetime = 7200;
+    double urlLifetime = 0;
+    int accounts = 0;
+    std::string stateDir;
+};
+
+localdrive::Milliseconds milliseconds(double seconds)
+{
+    return localdrive::Milliseconds(static_cast<std::int64_t>(seconds * 1000));
+}
+
+void describe(CLI::App &app, Arguments &arguments)
+{
+    app.description("Serves folders of this machine as a cloud drive on 127.0.0.1.");
+    app.add_option("--host", arguments.host, "Address to listen on; only 127.0.0.1 is accepted")
+        ->check(CLI::IsMember({"127.0.0.1"}));
+    app.add_option("--port", arguments.port, "Port; 0 takes a free one")
+        ->check(CLI::Range(0, 65535));
+    app.add_option("--port-file", arguments.portFile, "File to write the chosen port to");
+    app.add_option("--library", arguments.library, "Sample library to serve")
+        ->check(CLI::ExistingDirectory);
+    app.add_option("--drive", arguments.drives,
+                   "Folder of your own to serve, one account for each; read-only by default")
+        ->check(CLI::ExistingDirectory);
+    app.add_flag("--writable", arguments.writable, "Let folders given with --drive be changed");
+    app.add_flag("--read-only", arguments.readOnly, "Let the sample library not be changed");
+    app.add_option("--auto-login", arguments.autoLogin,
+                   "Scan and confirm each QR code after so many seconds");
+    app.add_option("--token-lifetime", arguments.tokenLifetime, "Seconds an access token is valid")
+        ->capture_default_str();
+    app.add_option("--url-lifetime", arguments.urlLifetime,
+                   "Seconds that addresses of content are valid at most; 0: as asked for")
+        ->capture_default_str();
+    app.add_option("--accounts", arguments.accounts, "Number of accounts; 0: one for each folder")
+        ->check(CLI::Range(0, 100));
+    app.add_option("--state-dir", arguments.stateDir,
+                   "Folder for tokens, ids and made media; default: in the library, or "
+                   "~/.local/state/moravu-localdrive");
+}
+
+/// The sample library holds a folder for each account, "drives/1", "drives/2", ...
+void addLibrary(const Arguments &arguments, localdrive::Options &options)
+{
+    for (int number = 1;; ++number) {
+        const fs::path root = fs::path(arguments.library) / "drives" / std::to_string(number);
+        if (!fs::is_directory(root))
+            return;
+        localdrive::AccountOptions account;
+        account.root = root;
+        account.writable = !arguments.readOnly;
+        options.accounts.push_back(account);
+    }
+}
+
+std::string stateDir(const Arguments &arguments)
+{
+    if (!arguments.stateDir.empty())
+        return arguments.stateDir;
+    if (!arguments.library.empty())
+        return arguments.library;
+    const char *home = std::getenv("HOME");
+    return home ? std::string(home) + "/.local/state/moravu-localdrive" : std::string();
+}
+
+localdrive::Options serverOptions(const Arguments &arguments)
+{
+    localdrive::Options options;
+    options.accounts.clear();
+    if (!arguments.library.empty())
+        addLibrary(arguments, options);
+    for (const std::string &drive : arguments.drives) {
+        localdrive::AccountOptions account;
+        account.root = drive;
+        account.writable = arguments.writable;
+        options.accounts.push_back(account);
+    }
+    if (arguments.accounts > 0 || options.accounts.empty())
+        options.accounts.resize(static_cast<std::size_t>(std::max(arguments.accounts, 1)));
+    options.port = arguments.port;
+    options.stateDir = stateDir(arguments);
+    options.tokenLifetime = milliseconds(arguments.tokenLifetime);
+    options.urlLifetime = milliseconds(arguments.urlLifetime);
+    options.probeListedVideos = true;
+    if (arguments.autoLogin >= 0)
+        options.autoLogin = milliseconds(arguments.autoLogin);
+    return options;
+}
+
+void announce(const localdrive::Server &server, const std::string &portFile)
+{
+    if (!portFile.empty()) {
+        // Whoever waits for the file must not read half of it.
+        const std::string draft = portFile + ".new";
+        std::ofstream(draft) << server.port() << '\n';
+        fs::rename(draft, portFile);
+    }
+    std::cout << "listening on " << server.baseUrl() << std::endl;
+}
+
+int serve(const Arguments &arguments)
+{
+    sigset_t endSignals;
+    sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGINT);
+    sigaddset(&endSignals, SIGTERM);
+    // Blocked before the server's threads begin, so that only sigwait() takes them.
+    sigprocmask(SIG_BLOCK, &endSignals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    localdrive::Server server(serverOptions(arguments));
+    if (!server.start()) {
+        std::cerr << "port " << arguments.port << " is taken\n";
+        return 1;
+    }
+    announce(server, arguments.portFile);
+    int received = 0;
+    sigwait(&endSignals, &received);
+    server.stop();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    CLI::App app;
+    Arguments arguments;
+    describe(app, arguments);
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return serve(arguments);
+    } catch (const std::exception &error) {
+        std::cerr << "moravu-localdrive: " << error.what() << '\n';
+        return 1;
+    }
+}

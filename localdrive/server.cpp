@@ -1,0 +1,325 @@
+#include "server.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "addresses.h"
+#include "dispatcher.h"
+#include "routes.h"
+#include "wire_server.h"
+#include "world.h"
+
+namespace fs = std::filesystem;
+
+namespace localdrive {
+namespace {
+
+constexpr char Host[] = "127.0.0.1";
+
+struct Person
+{
+    const char *nickName;
+    const char *phone;
+};
+
+constexpr Person People[] = {{"青柚用户", "138****0001"},
+                             {"小明", "138****0002"},
+                             {"小红", "138****0003"},
+                             {"Élise", "138****0004"}};
+
+void fillIn(std::string &value, const std::string &fallback)
+{
+    if (value.empty())
+        value = fallback;
+}
+
+/// Gives an account what its options leave open; its folder, too, if it has none.
+void complete(AccountOptions &account, std::size_t number, const fs::path &scratch)
+{
+    const Person &person = People[number % std::size(People)];
+    const std::string digits = std::to_string(number + 1);
+    fillIn(account.userId, "localuser" + digits);
+    fillIn(account.driveId, "9000000" + digits);
+    fillIn(account.nickName, person.nickName);
+    fillIn(account.phone, person.phone);
+    if (account.root.empty()) {
+        account.root = scratch / ("drive" + digits);
+        fs::create_directories(account.root);
+    }
+}
+
+std::vector<Route> allRoutes(World &world)
+{
+    std::vector<Route> routes;
+    for (auto *part : {&loginRoutes, &backendRoutes, &contentRoutes, &userRoutes, &fileRoutes}) {
+        for (Route &route : part(world))
+            routes.push_back(std::move(route));
+    }
+    return routes;
+}
+
+} // namespace
+
+class Server::Private final
+{
+public:
+    explicit Private(Options options)
+        : world(completed(std::move(options)))
+        , dispatcher(world, allRoutes(world))
+        , port(world.options.port)
+    {
+    }
+    ~Private()
+    {
+        std::error_code ignored;
+        if (!scratch.empty())
+            fs::remove_all(scratch, ignored);
+    }
+    Private(const Private &) = delete;
+    Private &operator=(const Private &) = delete;
+    Private(Private &&) = delete;
+    Private &operator=(Private &&) = delete;
+
+    Options completed(Options options)
+    {
+        for (std::size_t i = 0; i < options.accounts.size(); ++i) {
+            const bool needsScratch = options.stateDir.empty() || options.accounts[i].root.empty();
+            if (needsScratch && scratch.empty())
+                scratch = makeScratch();
+            complete(options.accounts[i], i, scratch);
+        }
+        if (options.stateDir.empty())
+            options.stateDir = scratch / "state";
+        fs::create_directories(options.stateDir);
+        return options;
+    }
+
+    static fs::path makeScratch()
+    {
+        std::string name = fs::temp_directory_path() / "localdrive-XXXXXX";
+        if (!mkdtemp(name.data()))
+            throw std::runtime_error("no temporary folder: " + name);
+        return name;
+    }
+
+    fs::path scratch; ///< Before the world, whose options it completes.
+    World world;
+    Dispatcher dispatcher;
+    int port; ///< 0 until the first start, when any will do.
+    std::unique_ptr<WireServer> http;
+    std::thread listener;
+};
+
+Server::Server(Options options) : d(std::make_unique<Private>(std::move(options))) {}
+
+Server::~Server()
+{
+    stop();
+}
+
+bool Server::start()
+{
+    if (d->http)
+        return true;
+    auto http = std::make_unique<WireServer>();
+    const auto serve = [this](const httplib::Request &request, httplib::Response &response) {
+        d->dispatcher.serve(request, response);
+    };
+    constexpr char AnyPath[] = R"([\s\S]*)";
+    http->Get(AnyPath, serve);
+    http->Post(AnyPath, serve);
+    if (d->port == 0)
+        d->port = http->bind_to_any_port(Host);
+    else if (!http->bind_to_port(Host, d->port))
+        return false;
+    if (d->port <= 0)
+        return false;
+    d->world.baseUrl = "http://" + std::string(Host) + ':' + std::to_string(d->port);
+    d->http = std::move(http);
+    d->listener = std::thread([server = d->http.get()] { server->listen_after_bind(); });
+    while (!d->http->is_running())
+        std::this_thread::yield();
+    return true;
+}
+
+void Server::stop()
+{
+    if (!d->http)
+        return;
+    d->http->stop();
+    d->http->shutDownConnections();
+    d->listener.join();
+    d->http.reset();
+}
+
+int Server::port() const
+{
+    return d->port;
+}
+
+std::string Server::baseUrl() const
+{
+    return d->world.baseUrl;
+}
+
+std::vector<RequestRecord> Server::requests() const
+{
+    return d->world.log.records();
+}
+
+std::vector<RequestRecord> Server::requestsTo(const std::string &path) const
+{
+    std::vector<RequestRecord> records = d->world.log.records();
+    records.erase(std::remove_if(records.begin(), records.end(),
+                                 [&path](const RequestRecord &r) { return r.path != path; }),
+                  records.end());
+    return records;
+}
+
+void Server::clearRequests()
+{
+    d->world.log.clear();
+}
+
+void Server::addFault(const Fault &fault)
+{
+    d->world.faults.add(fault);
+}
+
+void Server::clearFaults()
+{
+    d->world.faults.clear();
+}
+
+void Server::advanceClock(Milliseconds by)
+{
+    d->world.clock.advance(by);
+}
+
+void Server::setTokenLifetime(Milliseconds lifetime)
+{
+    d->world.tokens.setLifetime(lifetime);
+}
+
+void Server::setUrlLifetime(Milliseconds lifetime)
+{
+    d->world.urls.setLongestLife(lifetime);
+}
+
+void Server::setPageCap(int entries)
+{
+    d->world.pageCap = entries;
+}
+
+int Server::accountCount() const
+{
+    return static_cast<int>(d->world.accounts.size());
+}
+
+std::string Server::userId(int account) const
+{
+    return d->world.account(account).facts.userId;
+}
+
+std::string Server::driveId(int account) const
+{
+    return d->world.account(account).facts.driveId;
+}
+
+void Server::setAccountStatus(int account, const std::string &status)
+{
+    d->world.account(account).setStatus(status);
+}
+
+void Server::setWritable(int account, bool writable)
+{
+    d->world.account(account).drive.setWritable(writable);
+}
+
+Tokens Server::loginDirectly(int account)
+{
+    const Tokens tokens = d->world.tokens.issue(d->world.account(account).number);
+    d->world.save();
+    return tokens;
+}
+
+void Server::revokeTokens(int account)
+{
+    d->world.tokens.revoke(account);
+    d->world.save();
+}
+
+std::vector<std::string> Server::loginSessions() const
+{
+    return d->world.logins.sids();
+}
+
+bool Server::scanLogin(const std::string &sid)
+{
+    return d->world.logins.scan(sid);
+}
+
+bool Server::confirmLogin(const std::string &sid, int account)
+{
+    return d->world.logins.confirm(sid, account);
+}
+
+bool Server::cancelLogin(const std::string &sid)
+{
+    return d->world.logins.cancel(sid);
+}
+
+bool Server::expireLogin(const std::string &sid)
+{
+    return d->world.logins.expire(sid);
+}
+
+std::string Server::rootPath(int account) const
+{
+    return d->world.account(account).facts.root;
+}
+
+void Server::makeFile(const std::string &path, const std::string &content, int account)
+{
+    const fs::path file = fs::path(rootPath(account)) / path;
+    fs::create_directories(file.parent_path());
+    std::ofstream stream(file, std::ios::binary);
+    stream << content;
+    if (!stream.flush())
+        throw fs::filesystem_error("cannot write", file, std::make_error_code(std::errc::io_error));
+}
+
+void Server::makeFolder(const std::string &path, int account)
+{
+    fs::create_directories(fs::path(rootPath(account)) / path);
+}
+
+std::string Server::fileId(const std::string &path, int account) const
+{
+    return d->world.account(account).drive.idOf(path);
+}
+
+std::string Server::downloadUrl(const std::string &path, Milliseconds lifetime, int account) const
+{
+    Drive &drive = d->world.account(account).drive;
+    return downloadAddress(d->world, drive, drive.node(drive.idOf(path)),
+                           d->world.urls.expiry(lifetime));
+}
+
+bool Server::prepareMedia(const std::string &, int)
+{
+    return false;
+}
+
+std::vector<std::string> Server::reports() const
+{
+    return d->world.reports();
+}
+
+} // namespace localdrive
