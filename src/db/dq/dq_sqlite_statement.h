@@ -1,0 +1,14 @@
+#pragma once
+
+#include "db/dq/dq_sql_statement.h"
+
+/// SQLite's column types and constraints.
+class DQSqliteStatement final : public DQSqlStatement
+{
+public:
+    [[nodiscard]] QString driverName() const override;
+
+protected:
+    /// A column whose value type SQLite has no type for is left out, with a warning.
+    [[nodiscard]] QString createTable(const DQModelMetaInfo &model) const override;
+};

@@ -1,0 +1,38 @@
+#include "db/dq/dq_transaction.h"
+
+#include "db/dq/dq_connection_priv.h"
+
+DQTransaction::DQTransaction(const DQConnection &connection) : m_connection(connection)
+{
+    if (!m_connection.isOpen())
+        return;
+    DQConnectionPriv &block = *m_connection.d;
+    m_active = block.openTransactions > 0 ||
+               m_connection.exec(QStringLiteral("BEGIN IMMEDIATE TRANSACTION"));
+    if (m_active && block.openTransactions++ == 0)
+        block.rollbackOnly = false;
+}
+
+DQTransaction::~DQTransaction()
+{
+    if (!m_active)
+        return;
+    DQConnectionPriv &block = *m_connection.d;
+    block.rollbackOnly = true;
+    if (--block.openTransactions == 0 && m_connection.isOpen())
+        m_connection.exec(QStringLiteral("ROLLBACK TRANSACTION"));
+}
+
+bool DQTransaction::commit()
+{
+    if (!m_active)
+        return false;
+    DQConnectionPriv &block = *m_connection.d;
+    if (block.rollbackOnly)
+        return false;
+    if (block.openTransactions == 1 && !m_connection.exec(QStringLiteral("COMMIT TRANSACTION")))
+        return false;
+    --block.openTransactions;
+    m_active = false;
+    return true;
+}

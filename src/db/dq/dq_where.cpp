@@ -1,0 +1,256 @@
+#include "db/dq/dq_where.h"
+
+#include <algorithm>
+#include <array>
+
+#include <QRegularExpression>
+#include <QtDebug>
+
+#include "db/dq/dq_where_priv.h"
+
+namespace {
+
+using Data = DQWhereDataPriv;
+
+constexpr std::array kOperators{
+    "and", "or",   "<",  "<=",     ">",  ">=",     "=",       "<>", "*",
+    "/",   "like", "is", "is not", "in", "not in", "between", "%",  "glob"};
+
+bool isOperator(const QString &text)
+{
+    return std::any_of(kOperators.begin(), kOperators.end(), [&text](const char *known) {
+        return text.compare(QLatin1String(known), Qt::CaseInsensitive) == 0;
+    });
+}
+
+/// A condition that no row satisfies. It takes the place of one that was not understood, because
+/// leaving that out would make a deletion empty the table.
+QString matchesNothing()
+{
+    return QStringLiteral("0");
+}
+
+QVariant data(const QVariant &value)
+{
+    return QVariant::fromValue(Data(value));
+}
+
+QVariant data(Data::Kind kind, const QVariantList &values)
+{
+    return QVariant::fromValue(Data(kind, values));
+}
+
+/// The operand that goes with `sqlOperator` in the text form; invalid when `value` does not suit.
+QVariant textOperand(const QString &sqlOperator, const QVariant &value)
+{
+    const QString name = sqlOperator.toLower();
+    if (name == QLatin1String("in") || name == QLatin1String("not in"))
+        return value.canConvert<QVariantList>() ? data(Data::Kind::List, value.toList())
+                                                : QVariant();
+    if (name == QLatin1String("between"))
+        return value.toList().size() == 2 ? data(Data::Kind::Pair, value.toList()) : QVariant();
+    return data(value);
+}
+
+QString nodeText(const QString &left, const QString &sqlOperator, const QString &right)
+{
+    return left + QLatin1Char(' ') + sqlOperator + QLatin1Char(' ') + right;
+}
+
+} // namespace
+
+DQWhere::DQWhere() = default;
+DQWhere::DQWhere(const DQWhere &) = default;
+DQWhere::DQWhere(DQWhere &&) noexcept = default;
+DQWhere &DQWhere::operator=(const DQWhere &) = default;
+DQWhere &DQWhere::operator=(DQWhere &&) noexcept = default;
+DQWhere::~DQWhere() = default;
+
+DQWhere::DQWhere(const QString &fieldName) : d(new DQWhereFieldPriv)
+{
+    d->left = fieldName;
+}
+
+DQWhere::DQWhere(const QString &text, const QVariant &value) : d(new DQWhereFieldPriv)
+{
+    static const QRegularExpression leadingName(QStringLiteral("^\\s*[a-zA-Z0-9]+"));
+    const QRegularExpressionMatch match = leadingName.match(text);
+    const QString sqlOperator = text.mid(match.capturedEnd()).trimmed();
+    const QVariant right = textOperand(sqlOperator, value);
+    if (!match.hasMatch() || !isOperator(sqlOperator) || !right.isValid()) {
+        qWarning().noquote() << QStringLiteral("DQWhere() : can not parse %1").arg(text);
+        d->left = matchesNothing();
+        return;
+    }
+    d->left = match.captured().trimmed();
+    d->sqlOperator = sqlOperator;
+    d->right = right;
+}
+
+bool DQWhere::isEmpty() const
+{
+    return !d || d->isEmpty();
+}
+
+QString DQWhere::toSql(QVariantMap &bindings) const
+{
+    return d ? d->toSql(bindings) : QString();
+}
+
+QString DQWhere::toString() const
+{
+    return d ? d->toString() : QString();
+}
+
+QVariant DQWhere::operand(const DQWhere &where)
+{
+    return where.d && !where.d->isComplete() ? where.d->left : QVariant::fromValue(where);
+}
+
+QVariant DQWhere::operand(const QVariant &value)
+{
+    return data(value);
+}
+
+DQWhere DQWhere::node(const char *sqlOperator, const QVariant &right) const
+{
+    DQWhere result;
+    result.d = new DQWhereFieldPriv;
+    result.d->left = operand(*this);
+    result.d->sqlOperator = QString::fromLatin1(sqlOperator);
+    result.d->right = right;
+    return result;
+}
+
+DQWhere DQWhere::operator&&(const DQWhere &other) const
+{
+    if (isEmpty() || other.isEmpty())
+        return isEmpty() ? other : *this;
+    return node("and", operand(other));
+}
+
+DQWhere DQWhere::operator||(const DQWhere &other) const
+{
+    if (isEmpty() || other.isEmpty())
+        return isEmpty() ? other : *this;
+    return node("or", operand(other));
+}
+
+DQWhere DQWhere::like(const QString &pattern) const
+{
+    return node("like", data(pattern));
+}
+
+DQWhere DQWhere::glob(const QString &pattern) const
+{
+    return node("glob", data(pattern));
+}
+
+DQWhere DQWhere::is(const QVariant &value) const
+{
+    return node("is", data(value));
+}
+
+DQWhere DQWhere::isNot(const QVariant &value) const
+{
+    return node("is not", data(value));
+}
+
+DQWhere DQWhere::in(const QVariantList &values) const
+{
+    return node("in", data(Data::Kind::List, values));
+}
+
+DQWhere DQWhere::notIn(const QVariantList &values) const
+{
+    return node("not in", data(Data::Kind::List, values));
+}
+
+DQWhere DQWhere::between(const QVariant &low, const QVariant &high) const
+{
+    return node("between", data(Data::Kind::Pair, {low, high}));
+}
+
+namespace {
+
+/// A null text when the operand cannot be written.
+QString operandSql(const QVariant &operand, QVariantMap &bindings)
+{
+    if (operand.userType() == QMetaType::QString)
+        return operand.toString();
+    if (operand.userType() == qMetaTypeId<DQWhere>())
+        return QLatin1Char('(') + operand.value<DQWhere>().toSql(bindings) + QLatin1Char(')');
+    return operand.value<Data>().toSql(bindings);
+}
+
+QString operandString(const QVariant &operand)
+{
+    if (operand.userType() == QMetaType::QString)
+        return operand.toString();
+    if (operand.userType() == qMetaTypeId<DQWhere>())
+        return QStringLiteral("( %1 )").arg(operand.value<DQWhere>().toString());
+    return operand.value<Data>().toString();
+}
+
+QString valueString(const QVariant &value)
+{
+    const QString text = value.toString();
+    return value.userType() == QMetaType::QString ? QLatin1Char('"') + text + QLatin1Char('"')
+                                                  : text;
+}
+
+} // namespace
+
+QString DQWhereFieldPriv::toSql(QVariantMap &bindings) const
+{
+    if (!isComplete())
+        return operandSql(left.isValid() ? left : right, bindings);
+    const QString leftSql = operandSql(left, bindings);
+    const QString rightSql = operandSql(right, bindings);
+    if (leftSql.isNull() || rightSql.isNull())
+        return matchesNothing();
+    return nodeText(leftSql, sqlOperator, rightSql);
+}
+
+QString DQWhereFieldPriv::toString() const
+{
+    if (!isComplete())
+        return operandString(left.isValid() ? left : right);
+    return nodeText(operandString(left), sqlOperator, operandString(right));
+}
+
+QString DQWhereDataPriv::joined(const QStringList &texts) const
+{
+    switch (m_kind) {
+    case Kind::Single:
+        break;
+    case Kind::List:
+        return QLatin1Char('(') + texts.join(QLatin1Char(',')) + QLatin1Char(')');
+    case Kind::Pair:
+        return texts.join(QStringLiteral(" and "));
+    }
+    return texts.value(0);
+}
+
+QString DQWhereDataPriv::toSql(QVariantMap &bindings) const
+{
+    if (!std::all_of(m_values.begin(), m_values.end(), dqIsStorable)) {
+        qWarning("DQWhereDataPriv - Unsupported type");
+        return {};
+    }
+    QStringList placeholders;
+    for (const QVariant &value : m_values) {
+        const QString placeholder = QStringLiteral(":arg%1").arg(bindings.size());
+        bindings.insert(placeholder, value);
+        placeholders.append(placeholder);
+    }
+    return joined(placeholders);
+}
+
+QString DQWhereDataPriv::toString() const
+{
+    QStringList texts;
+    for (const QVariant &value : m_values)
+        texts.append(valueString(value));
+    return joined(texts);
+}
