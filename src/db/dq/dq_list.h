@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iterator>
+#include <utility>
 
 #include "db/dq/dq_model.h"
 #include "db/dq/dq_shared_list.h"
@@ -36,7 +37,8 @@ public:
     };
 
     DQList() = default;
-    DQList(const DQSharedList &list) : DQSharedList(list) {} // a view: NOLINT(google-explicit-*)
+    DQList(DQSharedList list)
+        : DQSharedList(std::move(list)) {} // a view: NOLINT(google-explicit-*)
 
     using DQSharedList::append;
     void append(const T &record) { append(std::make_shared<const T>(record)); }

@@ -76,7 +76,7 @@ bool DQModel::load(const DQWhere &where)
     return query.exec() && query.next() && query.recordTo(*this);
 }
 
-bool DQModel::remove()
+bool DQModel::remove() const
 {
     if (id.isNull())
         return false;

@@ -43,7 +43,7 @@ public:
     bool load(const DQWhere &where);
 
     /// Deletes the row with this record's `id`; false when `id` is null.
-    bool remove();
+    bool remove() const;
 
     DQPrimaryKey id{this};
 };

@@ -27,11 +27,7 @@ DQModelMetaInfo::DQModelMetaInfo(DQNames names, Factory factory)
 {
 }
 
-DQModelMetaInfo::~DQModelMetaInfo()
-{
-    if (find(m_tableName) == this)
-        registry().remove(m_tableName);
-}
+DQModelMetaInfo::~DQModelMetaInfo() = default;
 
 // Constructing a record runs the declarations of its fields, so the columns come from the one
 // place where the class lists them, in the order in which C++ initialises members. A foreign key

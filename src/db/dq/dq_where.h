@@ -162,3 +162,10 @@ template <class Model, class T>
 {
     return DQColumn<T>(dqMetaInfo<Model>()->nameOf(member));
 }
+
+/// The key column of any model.
+template <class Model>
+[[nodiscard]] DQColumn<int> dqColumn(DQPrimaryKey Model::*)
+{
+    return DQColumn<int>(QStringLiteral("id"));
+}

@@ -1,0 +1,48 @@
+#include <algorithm>
+
+#include "db/dq/dq_connection.h"
+#include "db/dq/dq_query.h"
+#include "db/dq/dq_transaction.h"
+#include "db/tables/operations.h"
+
+void loadFolderSetting(const QString &folderId, FolderSetting &setting)
+{
+    setting.load(dqColumn(&FolderSetting::folderId) == folderId);
+}
+
+void saveFolderSetting(FolderSetting &setting)
+{
+    DQTransaction transaction(setting.metaInfo()->connection());
+    FolderSetting stored;
+    loadFolderSetting(setting.folderId.value(), stored);
+    const bool isNew = stored.id.isNull();
+    if (!isNew)
+        setting.updateTime = QDateTime::currentDateTime();
+    if (transaction.isActive() && setting.save(isNew))
+        transaction.commit();
+}
+
+void clearSkipPositions(const QString &folderId)
+{
+    FolderSetting setting;
+    DQTransaction transaction(setting.metaInfo()->connection());
+    loadFolderSetting(folderId, setting);
+    if (!transaction.isActive() || setting.id.isNull())
+        return;
+    setting.skipHeadPos = 0;
+    setting.skipTailPos = 0;
+    if (setting.save())
+        transaction.commit();
+}
+
+void clearFolderSettings()
+{
+    DQTransaction transaction(dqMetaInfo<FolderSetting>()->connection());
+    if (!transaction.isActive())
+        return;
+    const DQList<FolderSetting> settings = dqQuery<FolderSetting>().call();
+    const bool removed = std::all_of(settings.begin(), settings.end(),
+                                     [](const FolderSetting &setting) { return setting.remove(); });
+    if (removed)
+        transaction.commit();
+}

@@ -1,0 +1,78 @@
+#include <algorithm>
+
+#include "app/environment/app_settings.h"
+#include "db/dq/dq_connection.h"
+#include "db/dq/dq_query.h"
+#include "db/dq/dq_transaction.h"
+#include "db/tables/operations.h"
+
+namespace {
+
+double watchedShare(int position, int duration)
+{
+    return duration > 0 ? std::clamp(static_cast<double>(position) / duration, 0.0, 1.0) : 0.0;
+}
+
+/// Now, or a moment after the newest row when that is not in the past: two saves may fall into
+/// one millisecond, and the clock may have been set back.
+QDateTime newestUpdateTime()
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    DQQuery query = dqQuery<PlayHistory>();
+    query.resultFunction(QStringLiteral("max")).resultFields({QStringLiteral("updateTime")});
+    if (!query.exec() || !query.next())
+        return now;
+    const QDateTime newest = dqDateTimeFromText(query.value(0).toString());
+    return newest.isValid() ? std::max(now, newest.addMSecs(1)) : now;
+}
+
+} // namespace
+
+void savePlayHistory(PlayHistory &history)
+{
+    if (history.playPosition.isNull())
+        history.playPosition = 0;
+    if (history.duration.isNull())
+        history.duration = 0;
+    history.playPercentage = watchedShare(history.playPosition.value(), history.duration.value());
+
+    DQTransaction transaction(history.metaInfo()->connection());
+    if (!transaction.isActive())
+        return;
+    history.updateTime = newestUpdateTime();
+    PlayHistory stored;
+    const bool isNew = !loadPlayHistory(history.fileId.value(), stored);
+    if (history.save(isNew))
+        transaction.commit();
+}
+
+bool loadPlayHistory(const QString &fileId, PlayHistory &history)
+{
+    return history.load(dqColumn(&PlayHistory::fileId) == fileId);
+}
+
+void listPlayHistory(DQList<PlayHistory> &list)
+{
+    list = dqQuery<PlayHistory>()
+               .filter(dqColumn(&PlayHistory::userId) == AppSettings().curUserId())
+               .orderBy(QStringLiteral("updateTime desc"))
+               .call();
+}
+
+void removePlayHistory(int id)
+{
+    dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::id) == id).remove();
+}
+
+void clearPlayHistory()
+{
+    DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
+    if (!transaction.isActive())
+        return;
+    DQList<PlayHistory> list;
+    listPlayHistory(list);
+    const bool removed = std::all_of(list.begin(), list.end(),
+                                     [](const PlayHistory &history) { return history.remove(); });
+    if (removed)
+        transaction.commit();
+}

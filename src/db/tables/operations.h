@@ -1,0 +1,86 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+#include "db/dq/dq_list.h"
+#include "db/dq/dq_where.h"
+#include "db/tables/folder_setting.h"
+#include "db/tables/play_history.h"
+#include "db/tables/user_info.h"
+
+// The application's operations on its three tables. Each save finds out by the natural key
+// (userId, fileId, folderId) whether the row is new. It writes the whole row: a field that is null
+// in the record takes its column's default, so load a row first to keep what it holds. A row that
+// is written without its `id` gets a new one and moves to the end of the table.
+//
+// Failures are logged as warnings. A load that finds nothing leaves its record alone.
+
+/// Publishes a new Database handle on the application's file, unless there is one. The caller
+/// takes over what database() returns then.
+void openDatabase();
+
+// --- users
+
+/// Empty when no user has this token.
+[[nodiscard]] QString userIdForAccessToken(const QVariant &accessToken);
+
+/// Writes the user. The clock of the tokens, `updateTime`, starts anew when the tokens differ
+/// from the stored ones and stays when they do not. A record that was loaded before the stored
+/// tokens were renewed takes over the stored ones: its own can not be used any more.
+void saveUserInfo(UserInfo &info);
+
+/// False when the user is not stored.
+bool loadUserInfo(const QString &userId, UserInfo &info);
+
+/// In the order of the rows.
+[[nodiscard]] QList<UserInfo> listUsers();
+[[nodiscard]] int countUsers();
+void removeUser(const QString &userId);
+
+/// Stores renewed tokens with their user and starts their clock; nothing else of the row changes.
+/// True once they are safe on disk. A null `refreshToken` or `tokenType` keeps the stored one.
+/// `expiresIn` is in seconds.
+[[nodiscard]] bool storeTokens(const QString &userId, const QString &accessToken,
+                               const QString &refreshToken, const QString &tokenType,
+                               int expiresIn);
+
+// --- folders
+
+void loadFolderSetting(const QString &folderId, FolderSetting &setting);
+
+/// A row that is not new gets the current time as `updateTime`.
+void saveFolderSetting(FolderSetting &setting);
+
+/// Sets both skip positions of a stored folder to 0.
+void clearSkipPositions(const QString &folderId);
+
+/// Removes the settings of every user.
+void clearFolderSettings();
+
+// --- history
+
+/// Makes the row the newest of the list, sets `playPercentage` from position and duration (0 to 1,
+/// 0 without a duration), and a null position or duration to 0.
+void savePlayHistory(PlayHistory &history);
+
+/// False when the video is not in the history.
+bool loadPlayHistory(const QString &fileId, PlayHistory &history);
+
+/// The current user's rows, the most recently played first; replaces what `list` held.
+void listPlayHistory(DQList<PlayHistory> &list);
+
+void removePlayHistory(int id);
+
+/// Removes the current user's rows.
+void clearPlayHistory();
+
+// --- single rows of any table
+
+/// False when there is no such row.
+bool loadRowById(int id, DQModel &record);
+
+/// Loads the row, changes one field and saves it, at once for all processes. `record` is the
+/// changed row then. False when there is no such row or field, or the value does not suit it.
+bool changeFieldById(int id, const QString &fieldName, const QVariant &value, DQModel &record);

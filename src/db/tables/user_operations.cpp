@@ -1,0 +1,95 @@
+#include "db/dq/dq_connection.h"
+#include "db/dq/dq_query.h"
+#include "db/dq/dq_transaction.h"
+#include "db/tables/operations.h"
+
+namespace {
+
+bool hasTokensOf(const UserInfo &info, const UserInfo &stored)
+{
+    return info.accessToken.value() == stored.accessToken.value() &&
+           info.refreshToken.value() == stored.refreshToken.value();
+}
+
+void takeTokens(UserInfo &info, const UserInfo &stored)
+{
+    info.accessToken = stored.accessToken;
+    info.tokenType = stored.tokenType;
+    info.refreshToken = stored.refreshToken;
+    info.tokenExpiresIn = stored.tokenExpiresIn;
+    info.updateTime = stored.updateTime;
+}
+
+/// Brings the tokens of a record into line with those of its row; see saveUserInfo().
+void settleTokens(UserInfo &info, const UserInfo &stored)
+{
+    const bool wasLoaded = !info.updateTime.isNull();
+    const bool isStale = wasLoaded && info.updateTime.value() < stored.updateTime.value();
+    if (isStale)
+        takeTokens(info, stored);
+    else if (hasTokensOf(info, stored))
+        info.updateTime = stored.updateTime;
+    else if (wasLoaded && info.updateTime.value() == stored.updateTime.value())
+        info.updateTime.clear(); // the database starts the clock
+}
+
+} // namespace
+
+QString userIdForAccessToken(const QVariant &accessToken)
+{
+    UserInfo user;
+    user.load(DQWhere(QStringLiteral("accessToken")) == accessToken);
+    return user.userId.value();
+}
+
+void saveUserInfo(UserInfo &info)
+{
+    DQTransaction transaction(info.metaInfo()->connection());
+    UserInfo stored;
+    const bool isNew = !loadUserInfo(info.userId.value(), stored);
+    if (!isNew)
+        settleTokens(info, stored);
+    if (transaction.isActive() && info.save(isNew))
+        transaction.commit();
+}
+
+bool loadUserInfo(const QString &userId, UserInfo &info)
+{
+    return info.load(dqColumn(&UserInfo::userId) == userId);
+}
+
+QList<UserInfo> listUsers()
+{
+    QList<UserInfo> users;
+    const DQList<UserInfo> rows = dqQuery<UserInfo>().call();
+    for (const UserInfo &user : rows)
+        users.append(user);
+    return users;
+}
+
+int countUsers()
+{
+    return dqQuery<UserInfo>().count();
+}
+
+void removeUser(const QString &userId)
+{
+    dqQuery<UserInfo>().filter(dqColumn(&UserInfo::userId) == userId).remove();
+}
+
+bool storeTokens(const QString &userId, const QString &accessToken, const QString &refreshToken,
+                 const QString &tokenType, int expiresIn)
+{
+    UserInfo user;
+    DQTransaction transaction(user.metaInfo()->connection());
+    if (!transaction.isActive() || !loadUserInfo(userId, user))
+        return false;
+    user.accessToken = accessToken;
+    if (!refreshToken.isNull())
+        user.refreshToken = refreshToken;
+    if (!tokenType.isNull())
+        user.tokenType = tokenType;
+    user.tokenExpiresIn = expiresIn;
+    user.updateTime = QDateTime::currentDateTimeUtc();
+    return user.save() && transaction.commit();
+}
