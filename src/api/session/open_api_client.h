@@ -95,11 +95,9 @@ public:
 private:
     OpenApiClient() = default;
 
-    template <class Response>
-    void post(const QString &path, const QSerializer &request, const ApiSuccess<Response> &success,
+    void post(const QString &path, const QSerializer &request, const ApiSuccess<QString> &success,
               const ApiFailure &fail) const;
-    template <class Response>
-    void postEmpty(const QString &path, const ApiSuccess<Response> &success,
+    void postEmpty(const QString &path, const ApiSuccess<QString> &success,
                    const ApiFailure &fail) const;
 
     QString m_userId;

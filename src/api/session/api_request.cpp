@@ -1,0 +1,137 @@
+#include "api/session/api_request.h"
+
+#include <memory>
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPointer>
+
+#include "api/session/session.h"
+#include "api/session/token_validity.h"
+#include "app/environment/app_settings.h"
+#include "app/environment/endpoints.h"
+#include "db/tables/operations.h"
+#include "db/tables/user_info.h"
+#include "net/http_client.h"
+
+namespace {
+
+// All operations share the connections of one manager.
+QNetworkAccessManager *openApiManager()
+{
+    static QPointer<QNetworkAccessManager> manager;
+    if (manager.isNull()) {
+        manager = new QNetworkAccessManager(QCoreApplication::instance());
+    }
+    return manager;
+}
+
+void callFail(const ApiRequest &request, const QString &error, int code)
+{
+    if (request.fail) {
+        request.fail(error, code);
+    }
+}
+
+// A repetition takes the current user's token, so only that user's request may be repeated.
+bool repeatableFor(const QString &userId)
+{
+    return !userId.isEmpty() && AppSettings().curUserId() == userId;
+}
+
+// What the repetition needs to know of the first exchange.
+struct Rejection
+{
+    HttpClient http;
+    QString token;
+    QString error;
+    int code;
+};
+
+void repeatOrFail(const ApiRequest &request, Rejection rejection, bool renewed)
+{
+    if (renewed && repeatableFor(request.userId)) {
+        callFail(request, rejection.error, rejection.code);
+    } else {
+        callFail(request, rejection.error, rejection.code);
+    }
+}
+
+void repeatWithNewToken(const ApiRequest &request, const Rejection &rejection)
+{
+    UserInfo user;
+    const bool stored = loadUserInfo(request.userId, user);
+    if (stored && user.accessToken.value() != rejection.token) {
+        repeatOrFail(request, rejection, true);
+        return;
+    }
+    Session::instance().renewTokens(request.userId, [request, rejection](bool renewed) {
+        repeatOrFail(request, rejection, renewed);
+    });
+}
+
+void exchange(const ApiRequest &request, const QString &token)
+{
+    HttpClient http(endpoints().openApi + request.path);
+    http.manager(openApiManager())
+        .header(QStringLiteral("Authorization"), QStringLiteral("Bearer ") + token)
+        .success(request.success)
+        .fail([request, token, weak = http.weak(),
+               repeated = std::make_shared<bool>(false)](const QString &error, int code) {
+            const bool rejected = code == QNetworkReply::AuthenticationRequiredError;
+            if (rejected && !*repeated && repeatableFor(request.userId)) {
+                *repeated = true;
+                repeatWithNewToken(request, {HttpClient(weak), token, error, code});
+            } else {
+                callFail(request, error, code);
+            }
+        });
+    if (request.body) {
+        http.json(*request.body).post();
+    } else {
+        http.get();
+    }
+}
+
+void failLater(const ApiRequest &request)
+{
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [request] { callFail(request, QStringLiteral("The user is not logged in"), -1); },
+        Qt::QueuedConnection);
+}
+
+void exchangeWithStoredToken(const ApiRequest &request)
+{
+    UserInfo user;
+    if (loadUserInfo(request.userId, user)) {
+        exchange(request, user.accessToken.value());
+    } else {
+        failLater(request);
+    }
+}
+
+} // namespace
+
+void sendApiRequest(const ApiRequest &request)
+{
+    if (request.userId.isEmpty()) {
+        exchange(request, request.accessToken);
+        return;
+    }
+    UserInfo user;
+    const bool stored = loadUserInfo(request.userId, user);
+    if (!stored) {
+        failLater(request);
+        return;
+    }
+    if (accessTokenValid(user, QDateTime::currentDateTime())) {
+        exchange(request, user.accessToken.value());
+        return;
+    }
+    // With or without a new token: a failed renewal leaves the old one, and the server decides.
+    Session::instance().renewTokens(request.userId,
+                                    [request](bool) { exchangeWithStoredToken(request); });
+}

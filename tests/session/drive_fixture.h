@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+
+#include <QJsonObject>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include "db/tables/user_info.h"
+#include "localdrive/server.h"
+
+class Database;
+
+/// A home of its own with an open database, and a local drive that all addresses of the program
+/// point to. One at a time.
+class DriveFixture final
+{
+    Q_DISABLE_COPY_MOVE(DriveFixture)
+
+public:
+    explicit DriveFixture(int accounts = 1);
+    ~DriveFixture();
+
+    localdrive::Server &server() { return *m_server; }
+
+    /// Stores the account's user with a pair of tokens that the drive takes, as if logged in so
+    /// many seconds ago; makes them the current user.
+    UserInfo logIn(int account = 0, int secondsAgo = 0);
+
+    std::vector<localdrive::RequestRecord> requests(const QString &path) const;
+
+private:
+    QTemporaryDir m_home;
+    std::unique_ptr<localdrive::Server> m_server;
+    std::unique_ptr<Database> m_database;
+};
+
+/// Collects what the program logs while it lives.
+class LogCapture final
+{
+    Q_DISABLE_COPY_MOVE(LogCapture)
+
+public:
+    LogCapture();
+    ~LogCapture();
+
+    QStringList lines() const;
+
+private:
+    QtMessageHandler m_previous = nullptr;
+};
+
+QString text(const std::string &utf8);
+QString header(const localdrive::RequestRecord &request, const std::string &name);
+QJsonObject bodyOf(const localdrive::RequestRecord &request);
