@@ -1,0 +1,35 @@
+#include "login/qr_image.h"
+
+#include <qrcodegen/qrcodegen.hpp>
+
+#include <QDebug>
+
+using qrcodegen::QrCode;
+
+namespace {
+
+constexpr QRgb dark = 0xff000000;
+constexpr QRgb light = 0xffffffff;
+
+} // namespace
+
+QImage qrImage(const QString &content)
+{
+    if (content.isEmpty()) {
+        return {};
+    }
+    try {
+        const QrCode code = QrCode::encodeText(content.toUtf8().constData(), QrCode::Ecc::MEDIUM);
+        const int size = code.getSize();
+        QImage image(size, size, QImage::Format_RGB888);
+        for (int y = 0; y < size; ++y) {
+            for (int x = 0; x < size; ++x) {
+                image.setPixel(x, y, code.getModule(x, y) ? dark : light);
+            }
+        }
+        return image;
+    } catch (const qrcodegen::data_too_long &error) {
+        qWarning() << "No QR symbol holds" << content.size() << "characters:" << error.what();
+        return {};
+    }
+}
