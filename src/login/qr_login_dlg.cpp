@@ -119,12 +119,13 @@ void QRLoginDlg::on_btnCancle_clicked()
 template <class Handler>
 auto QRLoginDlg::unlessDestroyed(const char *step, Handler handler)
 {
-    return [dialog = QPointer<QRLoginDlg>(this), step, handler](const auto &...reply) {
-        if (dialog.isNull() || dialog->m_destroyed) {
+    return [guard = QPointer<QRLoginDlg>(this), step, handler](const auto &...reply) {
+        QRLoginDlg *dialog = guard.data();
+        if (dialog == nullptr || dialog->m_destroyed) {
             qDebug().nospace() << "dialog is destoryed, exit " << step << ".";
             return;
         }
-        handler(dialog.data(), reply...);
+        handler(dialog, reply...);
     };
 }
 
