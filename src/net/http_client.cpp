@@ -95,3 +95,30 @@ void HttpClient::remove()
 {
     m_d->execute(HttpClientPrivate::Method::Delete);
 }
+
+void HttpClient::upload(const QString &path)
+{
+    upload(QStringList{path});
+}
+
+void HttpClient::upload(const QStringList &paths)
+{
+    m_d->content = {paths, {}};
+    m_d->execute(HttpClientPrivate::Method::Upload);
+}
+
+void HttpClient::upload(const QByteArray &data, const QString & /*fileName*/)
+{
+    m_d->content = {{}, data};
+    m_d->execute(HttpClientPrivate::Method::Upload);
+}
+
+void HttpClient::download(const QString &path)
+{
+    m_d->download(path);
+}
+
+void HttpClient::repeat()
+{
+    m_d->repeat();
+}

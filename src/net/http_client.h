@@ -71,6 +71,22 @@ public:
     void put();
     void remove();
 
+    // Posts a multipart form of the parameters and the files ("file" for one path, "files" for
+    // several), or the data (always named "no-name"; `fileName` is not sent). When a file cannot
+    // be opened, nothing is sent.
+    void upload(const QString &path);
+    void upload(const QStringList &paths);
+    void upload(const QByteArray &data, const QString &fileName);
+
+    // Gets the URL into the file. The target is replaced when everything has arrived and is left
+    // alone otherwise; success receives its path. A status other than 2xx is a failure.
+    void download(const QString &path);
+
+    // Sends the request once more as it stands, with the same method and callbacks: every
+    // callback runs again. An Authorization header is renewed from the stored tokens of the
+    // settings' current user. Who repeats must count; nothing is repeated by itself.
+    void repeat();
+
 private:
     std::shared_ptr<HttpClientPrivate> m_d;
 };

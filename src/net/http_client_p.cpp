@@ -3,15 +3,14 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QNetworkReply>
+#include <QSaveFile>
 #include <QTextStream>
+
+#include "app/environment/app_settings.h"
 
 namespace {
 
-bool carriesParameters(HttpClientPrivate::Method method)
-{
-    using Method = HttpClientPrivate::Method;
-    return method == Method::Post || method == Method::Put || method == Method::Upload;
-}
+constexpr int localFailure = -1;
 
 // Serves every caller that brings no manager; goes with the application object.
 QNetworkAccessManager *sharedManager()
@@ -25,6 +24,7 @@ QNetworkAccessManager *sharedManager()
 QString readText(QNetworkReply *reply, const QString &charset)
 {
     QTextStream stream(reply);
+    stream.setAutoDetectUnicode(false);
     stream.setCodec("UTF-8");
     if (!charset.isEmpty())
         stream.setCodec(charset.toLatin1().constData());
@@ -34,26 +34,69 @@ QString readText(QNetworkReply *reply, const QString &charset)
     return text;
 }
 
-} // namespace
-
-void HttpClientPrivate::execute(Method method)
+int statusOf(const QNetworkReply *reply)
 {
-    const QNetworkRequest request = buildRequest(method);
-    QNetworkReply *reply = send(method, request);
-    QObject::connect(reply, &QNetworkReply::finished, reply,
-                     [self = shared_from_this(), reply, callbacks = handlers] {
-                         self->handleReply(reply, callbacks);
-                     });
+    return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
-QNetworkRequest HttpClientPrivate::buildRequest(Method method)
+void writeAvailable(QNetworkReply *reply, QSaveFile *file)
+{
+    const QByteArray block = reply->readAll();
+    if (file->write(block) != block.size())
+        reply->abort();
+}
+
+} // namespace
+
+void HttpClientPrivate::execute(Method requestMethod)
+{
+    m_method = requestMethod;
+    m_downloadPath.clear();
+    QNetworkReply *reply = send();
+    if (reply)
+        whenFinished(reply, [this](QNetworkReply *finished) { return textOutcome(finished); });
+}
+
+void HttpClientPrivate::download(const QString &path)
+{
+    m_method = Method::Get;
+    m_downloadPath = path;
+    auto file = std::make_unique<QSaveFile>(path);
+    if (!file->open(QIODevice::WriteOnly)) {
+        qDebug().noquote() << QStringLiteral("[错误] 打开文件出错: %1").arg(path);
+        failLocally(file->errorString());
+        return;
+    }
+    QNetworkReply *reply = send();
+    QSaveFile *output = file.release();
+    output->setParent(reply);
+    QObject::connect(reply, &QNetworkReply::readyRead, output,
+                     [reply, output] { writeAvailable(reply, output); });
+    whenFinished(reply,
+                 [output](QNetworkReply *finished) { return fileOutcome(finished, output); });
+}
+
+void HttpClientPrivate::repeat()
+{
+    const QString userId = AppSettings().curUserId();
+    qDebug() << "repeat request" << url;
+    renewAuthorization(userId);
+    if (m_downloadPath.isEmpty())
+        execute(m_method);
+    else
+        download(m_downloadPath);
+}
+
+void HttpClientPrivate::renewAuthorization(const QString &) {}
+
+QNetworkRequest HttpClientPrivate::buildRequest()
 {
     QString address = url;
-    if (method == Method::Get && !params.isEmpty())
+    if (m_method == Method::Get && !params.isEmpty())
         address += QLatin1Char('?') + params.query(QUrl::FullyDecoded);
     if (debug)
-        logRequest(address, method);
-    if (method == Method::Post || method == Method::Put) {
+        logRequest(address);
+    if (m_method == Method::Post || m_method == Method::Put) {
         setContentType(useJson ? QStringLiteral("application/json; charset=utf-8")
                                : QStringLiteral("application/x-www-form-urlencoded"));
     }
@@ -72,10 +115,10 @@ void HttpClientPrivate::setContentType(const QString &type)
     headers.insert(name, type);
 }
 
-void HttpClientPrivate::logRequest(const QString &address, Method method) const
+void HttpClientPrivate::logRequest(const QString &address) const
 {
     qDebug() << "[网址]" << address;
-    if (!carriesParameters(method) || params.isEmpty())
+    if (m_method == Method::Get || m_method == Method::Delete || params.isEmpty())
         return;
     QString text;
     for (const auto &[name, value] : params.queryItems(QUrl::FullyDecoded)) {
@@ -96,42 +139,97 @@ QNetworkAccessManager *HttpClientPrivate::usedManager() const
     return manager ? manager.data() : sharedManager();
 }
 
-QNetworkReply *HttpClientPrivate::send(Method method, const QNetworkRequest &request)
+QNetworkReply *HttpClientPrivate::send()
 {
-    QNetworkAccessManager *network = usedManager();
-    switch (method) {
+    switch (m_method) {
     case Method::Get:
-        return network->get(request);
+        return usedManager()->get(buildRequest());
     case Method::Post:
-        return network->post(request, body());
+        return usedManager()->post(buildRequest(), body());
     case Method::Put:
-        return network->put(request, body());
+        return usedManager()->put(buildRequest(), body());
     case Method::Delete:
-        return network->deleteResource(request);
+        return usedManager()->deleteResource(buildRequest());
     case Method::Upload:
         break;
     }
-    return nullptr;
+    return sendForm();
 }
 
-void HttpClientPrivate::handleReply(QNetworkReply *reply, const Handlers &callbacks) const
+QNetworkReply *HttpClientPrivate::sendForm()
 {
-    // A callback may delete the manager, which would take the reply along while it still signals.
-    reply->setParent(nullptr);
-    const QString text = readText(reply, charset);
-    if (reply->error() != QNetworkReply::NoError) {
-        const QString error = reply->errorString();
+    QString error;
+    std::unique_ptr<QHttpMultiPart> form = buildMultipartForm(params, content, error);
+    if (!form) {
         if (debug)
-            qDebug().noquote() << QStringLiteral("[结束] 失败: %1").arg(error);
-        if (callbacks.fail)
-            callbacks.fail(error, reply->error());
-    } else {
-        if (debug)
-            qDebug().noquote() << QStringLiteral("[结束] 成功: %1").arg(text);
-        if (callbacks.success)
-            callbacks.success(text);
+            qDebug().noquote() << error;
+        failLocally(error);
+        return nullptr;
     }
+    QNetworkRequest request = buildRequest();
+    // Only the form knows its boundary.
+    request.setHeader(QNetworkRequest::ContentTypeHeader, {});
+    QNetworkReply *reply = usedManager()->post(request, form.get());
+    form.release()->setParent(reply);
+    return reply;
+}
+
+void HttpClientPrivate::whenFinished(QNetworkReply *reply, const Verdict &verdict)
+{
+    QObject::connect(reply, &QNetworkReply::finished, reply,
+                     [self = shared_from_this(), reply, verdict, callbacks = handlers] {
+                         // A callback may delete the manager, which would take along the reply
+                         // that is still signalling.
+                         reply->setParent(nullptr);
+                         self->deliver(callbacks, verdict(reply));
+                         reply->deleteLater();
+                     });
+}
+
+// Arrives through the event loop as every other failure does.
+void HttpClientPrivate::failLocally(const QString &error)
+{
+    QMetaObject::invokeMethod(
+        usedManager(),
+        [self = shared_from_this(), callbacks = handlers, error] {
+            self->deliver(callbacks, {false, error, localFailure});
+        },
+        Qt::QueuedConnection);
+}
+
+HttpClientPrivate::Outcome HttpClientPrivate::textOutcome(QNetworkReply *reply) const
+{
+    const QString text = readText(reply, charset);
+    if (reply->error() != QNetworkReply::NoError)
+        return {false, reply->errorString(), reply->error()};
+    return {true, text, 0};
+}
+
+HttpClientPrivate::Outcome HttpClientPrivate::fileOutcome(QNetworkReply *reply, QSaveFile *file)
+{
+    if (file->error() != QFileDevice::NoError)
+        return {false, file->errorString(), localFailure};
+    if (reply->error() != QNetworkReply::NoError)
+        return {false, reply->errorString(), reply->error()};
+    if (const int status = statusOf(reply); status / 100 != 2)
+        return {false, QStringLiteral("Unexpected HTTP status %1").arg(status),
+                QNetworkReply::UnknownContentError};
+    if (!file->commit())
+        return {false, file->errorString(), localFailure};
+    return {true, file->fileName(), 0};
+}
+
+void HttpClientPrivate::deliver(const Handlers &callbacks, const Outcome &outcome) const
+{
+    if (debug) {
+        const QString line = outcome.succeeded ? QStringLiteral("[结束] 成功: %1")
+                                               : QStringLiteral("[结束] 失败: %1");
+        qDebug().noquote() << line.arg(outcome.text);
+    }
+    if (outcome.succeeded && callbacks.success)
+        callbacks.success(outcome.text);
+    if (!outcome.succeeded && callbacks.fail)
+        callbacks.fail(outcome.text, outcome.code);
     if (callbacks.complete)
         callbacks.complete();
-    reply->deleteLater();
 }

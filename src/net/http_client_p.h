@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include <QHash>
@@ -9,8 +10,10 @@
 #include <QUrlQuery>
 
 #include "net/http_client.h"
+#include "net/multipart_form.h"
 
 class QNetworkReply;
+class QSaveFile;
 
 // The request that copies of an HttpClient share, and that waits for the reply.
 class HttpClientPrivate final : public std::enable_shared_from_this<HttpClientPrivate>
@@ -29,7 +32,9 @@ public:
 
     explicit HttpClientPrivate(const QString &targetUrl) : url(targetUrl) {}
 
-    void execute(Method method);
+    void execute(Method requestMethod);
+    void download(const QString &path);
+    void repeat();
 
     QString url;
     QUrlQuery params;
@@ -40,13 +45,34 @@ public:
     QPointer<QNetworkAccessManager> manager;
     Handlers handlers;
     QString charset;
+    UploadContent content;
 
 private:
-    QNetworkRequest buildRequest(Method method);
+    // How an exchange ended: the response's text, or the error's and its code.
+    struct Outcome
+    {
+        bool succeeded;
+        QString text;
+        int code;
+    };
+    using Verdict = std::function<Outcome(QNetworkReply *)>;
+
+    QNetworkRequest buildRequest();
     void setContentType(const QString &type);
-    void logRequest(const QString &address, Method method) const;
+    void logRequest(const QString &address) const;
     QByteArray body() const;
     QNetworkAccessManager *usedManager() const;
-    QNetworkReply *send(Method method, const QNetworkRequest &request);
-    void handleReply(QNetworkReply *reply, const Handlers &callbacks) const;
+    QNetworkReply *send();
+    QNetworkReply *sendForm();
+    void renewAuthorization(const QString &userId);
+
+    void whenFinished(QNetworkReply *reply, const Verdict &verdict);
+    void failLocally(const QString &error);
+    void deliver(const Handlers &callbacks, const Outcome &outcome) const;
+
+    Outcome textOutcome(QNetworkReply *reply) const;
+    static Outcome fileOutcome(QNetworkReply *reply, QSaveFile *file);
+
+    Method m_method = Method::Get;
+    QString m_downloadPath; // empty unless the reply goes into a file
 };
