@@ -7,6 +7,7 @@
 #include <QTextStream>
 
 #include "app/environment/app_settings.h"
+#include "db/tables/operations.h"
 
 namespace {
 
@@ -78,16 +79,24 @@ void HttpClientPrivate::download(const QString &path)
 
 void HttpClientPrivate::repeat()
 {
-    const QString userId = AppSettings().curUserId();
+    UserInfo user;
+    const bool isStored = loadUserInfo(AppSettings().curUserId(), user);
     qDebug() << "repeat request" << url;
-    renewAuthorization(userId);
+    if (isStored)
+        renewAuthorization(user.accessToken.value());
     if (m_downloadPath.isEmpty())
         execute(m_method);
     else
         download(m_downloadPath);
 }
 
-void HttpClientPrivate::renewAuthorization(const QString &) {}
+// Requests that do not carry a token get none.
+void HttpClientPrivate::renewAuthorization(const QString &accessToken)
+{
+    const auto header = headers.find(QStringLiteral("Authorization"));
+    if (header != headers.end() && !accessToken.isEmpty())
+        *header = QStringLiteral("Bearer ") + accessToken;
+}
 
 QNetworkRequest HttpClientPrivate::buildRequest()
 {

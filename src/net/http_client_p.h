@@ -64,7 +64,7 @@ private:
     QNetworkAccessManager *usedManager() const;
     QNetworkReply *send();
     QNetworkReply *sendForm();
-    void renewAuthorization(const QString &userId);
+    void renewAuthorization(const QString &accessToken);
 
     void whenFinished(QNetworkReply *reply, const Verdict &verdict);
     void failLocally(const QString &error);

@@ -7,6 +7,9 @@
 #include <QTextCodec>
 #include <QTimer>
 
+#include "app/environment/app_settings.h"
+#include "db/tables/database.h"
+#include "db/tables/operations.h"
 #include "net/guarded.h"
 #include "net/http_client.h"
 #include "net/scripted_server.h"
@@ -93,6 +96,8 @@ private slots:
     void downloadsIntoTheFile();
     void aFailedDownloadLeavesTheTargetAlone_data();
     void aFailedDownloadLeavesTheTargetAlone();
+    void repeatsWithTheStoredToken_data();
+    void repeatsWithTheStoredToken();
     void guardedCallsNothingOnceItsContextIsGone();
 };
 
@@ -522,6 +527,58 @@ void tst_HttpClient::aFailedDownloadLeavesTheTargetAlone()
     QCOMPARE(calls.entries, QStringList({firstCall, QStringLiteral("complete")}));
     QTRY_COMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({QStringLiteral("target")}));
     QCOMPARE(readFile(dir.filePath(QStringLiteral("target"))), QByteArray("precious"));
+}
+
+void tst_HttpClient::repeatsWithTheStoredToken_data()
+{
+    QTest::addColumn<QString>("currentUser");
+    QTest::addColumn<QByteArray>("sentAuthorization");
+    QTest::addColumn<QByteArray>("repeatedAuthorization");
+
+    QTest::newRow("the stored token")
+        << "u1" << QByteArray("Bearer old") << QByteArray("Bearer new");
+    QTest::newRow("no header, no token") << "u1" << QByteArray() << QByteArray();
+    QTest::newRow("an unknown user")
+        << "u2" << QByteArray("Bearer old") << QByteArray("Bearer old");
+}
+
+void tst_HttpClient::repeatsWithTheStoredToken()
+{
+    QFETCH(QString, currentUser);
+    QFETCH(QByteArray, sentAuthorization);
+    QTemporaryDir home;
+    qputenv("HOME", home.path().toLocal8Bit());
+    AppSettings().setCurUserId(currentUser);
+    openDatabase();
+    const std::unique_ptr<Database> owner(database());
+    UserInfo user;
+    user.userId = QStringLiteral("u1");
+    user.accessToken = QStringLiteral("new");
+    saveUserInfo(user);
+
+    int rejections = 1;
+    ScriptedServer server([&](const ReceivedRequest &) {
+        return rejections-- > 0 ? answer("401 Unauthorized", "") : answer("200 OK", "fine");
+    });
+    MessageCapture capture;
+    QStringList calls;
+    HttpClient client(server.url());
+    if (!sentAuthorization.isEmpty())
+        client.header(QStringLiteral("Authorization"), QString::fromLatin1(sentAuthorization));
+    client.json(QStringLiteral("{}"))
+        .fail([&, weak = client.weak()](const QString &, int) { HttpClient(weak).repeat(); })
+        .success([&](const QString &text) { calls += text; })
+        .put();
+    QTRY_COMPARE(calls, QStringList({QStringLiteral("fine")}));
+    setDatabase(nullptr);
+
+    QCOMPARE(capture.messages,
+             QStringList({QStringLiteral("repeat request \"%1\"").arg(server.url())}));
+    QCOMPARE(server.requests().size(), 2);
+    QCOMPARE(server.requests().at(1).method, QByteArray("PUT"));
+    QCOMPARE(server.requests().at(1).body, QByteArray("{}"));
+    QCOMPARE(server.requests().at(0).headers.value("authorization"), sentAuthorization);
+    QTEST(server.requests().at(1).headers.value("authorization"), "repeatedAuthorization");
 }
 
 QTEST_MAIN(tst_HttpClient)
