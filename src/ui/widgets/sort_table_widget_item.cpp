@@ -23,23 +23,33 @@ SortTableWidgetItem *SortTableWidgetItem::forValue(const QString &text, qint64 v
     return item;
 }
 
+QVariant SortTableWidgetItem::data(int role) const
+{
+    return role == FolderRole ? QVariant(m_folder) : QTableWidgetItem::data(role);
+}
+
 void SortTableWidgetItem::setData(int role, const QVariant &value)
 {
     // The comparison runs some hundred thousand times for a big folder: it must not look up roles.
     if (role == FolderRole) {
         m_folder = value.toBool();
-    } else if (role == SortValueRole) {
-        const bool isText = value.type() == QVariant::String;
-        m_key.reset();
-        m_sortsByText = false;
-        if (isText)
-            m_key = naturalCollator().sortKey(value.toString());
-        else
-            m_number = value.toLongLong();
-    } else if (m_sortsByText && (role == Qt::DisplayRole || role == Qt::EditRole)) {
-        m_key = naturalCollator().sortKey(value.toString());
+        return;
     }
+    if (role == SortValueRole)
+        setSortValue(value);
+    else if (m_sortsByText && (role == Qt::DisplayRole || role == Qt::EditRole))
+        m_key = naturalCollator().sortKey(value.toString());
     QTableWidgetItem::setData(role, value);
+}
+
+void SortTableWidgetItem::setSortValue(const QVariant &value)
+{
+    m_sortsByText = false;
+    m_key.reset();
+    if (value.type() == QVariant::String)
+        m_key = naturalCollator().sortKey(value.toString());
+    else
+        m_number = value.toLongLong();
 }
 
 bool SortTableWidgetItem::operator<(const QTableWidgetItem &other) const

@@ -25,10 +25,12 @@ public:
 
     [[nodiscard]] bool isFolder() const { return m_folder; }
 
+    [[nodiscard]] QVariant data(int role) const override;
     void setData(int role, const QVariant &value) override;
     [[nodiscard]] bool operator<(const QTableWidgetItem &other) const override;
 
 private:
+    void setSortValue(const QVariant &value);
     [[nodiscard]] bool isDescending() const;
     [[nodiscard]] bool valueLess(const SortTableWidgetItem &other) const;
 
