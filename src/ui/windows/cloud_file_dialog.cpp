@@ -1,0 +1,284 @@
+#include "ui/windows/cloud_file_dialog.h"
+
+#include <QActionGroup>
+#include <QHeaderView>
+#include <QMenu>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSignalBlocker>
+
+#include "api/records/account_records.h"
+#include "app/environment/app_settings.h"
+#include "app/environment/formatting.h"
+#include "db/tables/operations.h"
+#include "player/play_request.h"
+#include "player/video_quality.h"
+#include "ui/widgets/waiting_spinner_widget.h"
+#include "ui/windows/file_browser.h"
+#include "ui/windows/file_operations.h"
+#include "ui/windows/file_table.h"
+#include "ui_cloud_file_dialog.h"
+
+CloudFileDialog::CloudFileDialog(const UserInfo &user, QWidget *parent)
+    : DialogPage(parent)
+    , m_ui(std::make_unique<Ui::CloudFileDialog>())
+    , m_user(user)
+    , m_client(user)
+{
+    m_ui->setupUi(this);
+    setUpForm();
+    setUpTable();
+    setUpBrowser();
+    setUpMenu();
+    setUpShortcuts();
+    initVideoQualityMenu();
+    m_browser->reload();
+    requestDiskSpace();
+}
+
+CloudFileDialog::~CloudFileDialog() = default;
+
+void CloudFileDialog::setUpForm()
+{
+    const QSignalBlocker quiet(m_ui->fileTypeList);
+    m_ui->fileTypeList->addItem(QStringLiteral("全部"), -1);
+    for (const FileKindInfo &info : fileKinds())
+        m_ui->fileTypeList->addItem(info.name, static_cast<int>(info.kind));
+    m_ui->checkDelToRecycle->setChecked(AppSettings().delToRecycle());
+    m_ui->fileNameSearch->setClearButtonEnabled(true);
+}
+
+void CloudFileDialog::setUpTable()
+{
+    FileTable *table = m_ui->fileList;
+    restoreListState();
+    m_spinner = new WaitingSpinnerWidget(table);
+    connect(table, &FileTable::headerChanged, this, &CloudFileDialog::saveListState);
+    connect(table->horizontalHeader(), &QHeaderView::sectionClicked, this,
+            &CloudFileDialog::onHeaderClicked);
+    connect(table->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            &CloudFileDialog::onScrollBarValueChanged);
+}
+
+void CloudFileDialog::setUpBrowser()
+{
+    m_browser = new FileBrowser(m_user, m_ui->fileList, this);
+    m_operations = new FileOperations(m_user, this);
+    m_ui->pathNavList->setModel(m_browser->path().model());
+    connect(m_browser, &FileBrowser::loadingChanged, this, &CloudFileDialog::showLoading);
+    connect(m_browser, &FileBrowser::filled, this, &CloudFileDialog::initVideoQualityMenu);
+    connect(m_browser, &FileBrowser::countChanged, m_ui->countLabel,
+            [this](int count) { m_ui->countLabel->setText(QStringLiteral("%1项").arg(count)); });
+    connect(m_operations, &FileOperations::done, m_browser,
+            [this](FileOperation /*operation*/, const QString &fileId) {
+                m_browser->removeFile(fileId);
+            });
+    connect(m_operations, &FileOperations::failed, this, &CloudFileDialog::takeOperationFailure);
+}
+
+void CloudFileDialog::setUpShortcuts()
+{
+    const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
+                            auto action) {
+        auto *shortcut = new QShortcut(keys, place);
+        shortcut->setContext(context);
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    const auto openCurrent = [this] { openRow(m_ui->fileList->currentRow()); };
+    const auto search = [this] { m_ui->fileNameSearch->setFocus(Qt::ShortcutFocusReason); };
+    const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
+    add(Qt::Key_F2, this, page, &CloudFileDialog::renameCurrent);
+    add(Qt::Key_F5, this, page, &CloudFileDialog::on_btnRefresh_clicked);
+    add(Qt::Key_Delete, this, page, &CloudFileDialog::on_btnDelete_clicked);
+    add(Qt::Key_Backspace, this, page, &CloudFileDialog::on_btnBack_clicked);
+    add(QKeySequence::Find, this, page, search);
+    add(Qt::Key_Return, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
+    add(Qt::Key_Enter, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
+}
+
+void CloudFileDialog::restoreListState()
+{
+    FileListState state;
+    state.sortIndex = -1; // stays where nothing is stored
+    AppSettings().readFileListState(state);
+    m_ui->fileList->restoreState(state);
+    const int kind = m_ui->fileTypeList->findText(state.fileTypeList);
+    const QSignalBlocker quiet(m_ui->fileTypeList);
+    m_ui->fileTypeList->setCurrentIndex(qMax(0, kind));
+    applyFilter();
+}
+
+void CloudFileDialog::saveListState()
+{
+    FileListState state;
+    m_ui->fileList->storeState(state);
+    state.fileTypeList = m_ui->fileTypeList->currentText();
+    AppSettings().saveFileListState(state);
+}
+
+void CloudFileDialog::applyListSettings()
+{
+    const AppSettings settings;
+    m_ui->checkDelToRecycle->setChecked(settings.delToRecycle());
+    FileListState state;
+    state.sortIndex = -1;
+    settings.readFileListState(state);
+    m_ui->fileList->restoreSort(state.sortIndex,
+                                state.sortOrder == 0 ? Qt::AscendingOrder : Qt::DescendingOrder);
+    initVideoQualityMenu();
+}
+
+void CloudFileDialog::applyFilter()
+{
+    const int kind = m_ui->fileTypeList->currentData().toInt();
+    m_ui->fileList->setFilter(m_ui->fileNameSearch->text(),
+                              kind < 0 ? std::nullopt
+                                       : std::make_optional(static_cast<FileKind>(kind)));
+}
+
+void CloudFileDialog::showLoading(bool loading)
+{
+    if (loading)
+        m_spinner->start();
+    else
+        m_spinner->stop();
+}
+
+void CloudFileDialog::onHeaderClicked(int column)
+{
+    const QHeaderView *header = m_ui->fileList->horizontalHeader();
+    qDebug() << "header clicked:" << column << header->sortIndicatorOrder();
+    m_ui->fileList->sortByHeader();
+    const QStringList fields{QStringLiteral("name"), QStringLiteral("size"),
+                             QStringLiteral("updated_at")};
+    AppSettings settings;
+    settings.setFileListOrderBy(fields.value(column, QStringLiteral("updated_at")));
+    settings.setFileOrderDirection(header->sortIndicatorOrder() == Qt::DescendingOrder
+                                       ? QStringLiteral("DESC")
+                                       : QStringLiteral("ASC"));
+    emit listSettingsChanged();
+}
+
+void CloudFileDialog::onScrollBarValueChanged(int value)
+{
+    if (value == m_ui->fileList->verticalScrollBar()->maximum())
+        m_browser->loadNextPage();
+}
+
+void CloudFileDialog::on_fileList_itemDoubleClicked(QTableWidgetItem *item)
+{
+    openRow(item->row());
+}
+
+void CloudFileDialog::openRow(int row)
+{
+    const FileItem *file = m_browser->file(m_ui->fileList->fileIdAt(row));
+    if (!file || m_ui->fileList->isRowHidden(row))
+        return;
+    if (m_ui->fileList->isFolderAt(row)) {
+        const FileItem folder = *file;
+        if (m_browser->openFolder(folder)) {
+            m_ui->fileNameSearch->clear();
+            m_ui->pathNavList->scrollToBottom();
+        }
+    } else if (isVideo(*file)) {
+        openVideo(*file);
+    }
+}
+
+void CloudFileDialog::openVideo(const FileItem &file)
+{
+    PlayRequest request{m_user, file, m_browser->shownVideos(), PlayHistory()};
+    if (!loadPlayHistory(file.file_id, request.history)) {
+        request.history = PlayHistory();
+        request.history.fileId = file.file_id;
+        request.history.parentFileId = m_browser->folderId();
+        request.history.userId = m_user.userId.value();
+        request.history.name = file.name;
+    }
+    emit videoOpenRequested(request);
+}
+
+void CloudFileDialog::goTo(int index)
+{
+    if (index < 0 || index >= m_browser->path().count() - 1)
+        return;
+    m_ui->fileNameSearch->clear();
+    m_browser->goTo(index);
+}
+
+void CloudFileDialog::on_btnBack_clicked()
+{
+    goTo(m_browser->path().count() - 2);
+}
+
+void CloudFileDialog::on_pathNavList_clicked(const QModelIndex &index)
+{
+    goTo(index.row());
+}
+
+void CloudFileDialog::on_btnRefresh_clicked()
+{
+    m_browser->reload();
+    m_ui->fileNameSearch->clear();
+    requestDiskSpace();
+}
+
+void CloudFileDialog::on_fileNameSearch_textChanged(const QString & /*text*/)
+{
+    applyFilter();
+}
+
+void CloudFileDialog::on_fileTypeList_currentIndexChanged(int /*index*/)
+{
+    applyFilter();
+    saveListState();
+}
+
+void CloudFileDialog::initVideoQualityMenu()
+{
+    qDebug() << "video quality menu init";
+    QToolButton *button = m_ui->btnVideoQuality;
+    if (!button->menu())
+        button->setMenu(new QMenu(button));
+    QMenu *menu = button->menu();
+    menu->clear();
+    const QString current = AppSettings().videoQuality();
+    for (const VideoQuality &quality : videoQualities()) {
+        QAction *action = menu->addAction(quality.listText);
+        action->setCheckable(true);
+        action->setChecked(quality.id == current);
+        connect(action, &QAction::triggered, this, [this, id = quality.id] { chooseQuality(id); });
+    }
+    button->setText(qualityListText(current));
+}
+
+void CloudFileDialog::chooseQuality(const QString &id)
+{
+    AppSettings().setVideoQuality(id);
+    m_ui->btnVideoQuality->setText(qualityListText(id));
+    for (QAction *action : m_ui->btnVideoQuality->menu()->actions())
+        action->setChecked(action->text() == qualityListText(id));
+    emit listSettingsChanged();
+}
+
+void CloudFileDialog::requestDiskSpace()
+{
+    const QString step = QStringLiteral("getSpaceInfo");
+    m_client.spaceInfo(
+        m_replies.guard(step, [this](const SpaceInfo &space) { takeDiskSpace(space); }),
+        m_replies.guard(step, [](const QString &error, int /*code*/) {
+            qDebug() << "getSpaceInfo erro:" << error;
+        }));
+}
+
+void CloudFileDialog::takeDiskSpace(const SpaceInfo &space)
+{
+    const SpaceInfoItem &drive = space.personal_space_info;
+    m_diskSpace = formatSize(QString::number(drive.used_size)) + QStringLiteral(" / ") +
+                  formatSize(QString::number(drive.total_size));
+    if (AppSettings().curUserId() != userId())
+        return;
+    QString info = m_diskSpace;
+    emit refreshDiskSpace(info);
+}

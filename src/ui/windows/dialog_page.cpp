@@ -1,0 +1,10 @@
+#include "ui/windows/dialog_page.h"
+
+#include <QKeyEvent>
+
+DialogPage::DialogPage(QWidget *parent) : QDialog(parent) {}
+
+void DialogPage::keyPressEvent(QKeyEvent *event)
+{
+    QWidget::keyPressEvent(event);
+}

@@ -1,0 +1,118 @@
+#include "ui/windows/file_tree_dialog.h"
+
+#include <QTreeWidgetItemIterator>
+
+#include "api/records/file_records.h"
+#include "db/tables/user_info.h"
+#include "ui/windows/file_kinds.h"
+#include "ui/windows/questions.h"
+#include "ui_file_tree_dialog.h"
+
+namespace {
+
+constexpr int FolderIdRole = Qt::UserRole;
+constexpr int ListedRole = Qt::UserRole + 1; // the children are there or on their way
+
+} // namespace
+
+FileTreeDialog::FileTreeDialog(const UserInfo &user, const QStringList &excludedIds)
+    : m_ui(std::make_unique<Ui::FileTreeDialog>()), m_client(user), m_excludedIds(excludedIds)
+{
+    m_ui->setupUi(this);
+    setChineseTexts(m_ui->buttonBox);
+    connect(m_ui->fileTree, &QTreeWidget::itemExpanded, this, &FileTreeDialog::listChildren);
+    QTreeWidgetItem *root = addItem(m_ui->fileTree->invisibleRootItem(), QStringLiteral("首页"),
+                                    QStringLiteral("root"));
+    root->setIcon(0, QIcon(QStringLiteral(":/image/cloud_disk.png")));
+    m_ui->fileTree->setCurrentItem(root);
+    root->setExpanded(true);
+}
+
+FileTreeDialog::~FileTreeDialog() = default;
+
+QString FileTreeDialog::selectedFolderId() const
+{
+    const QTreeWidgetItem *item = m_ui->fileTree->currentItem();
+    return item ? item->data(0, FolderIdRole).toString() : QStringLiteral("root");
+}
+
+void FileTreeDialog::on_fileTree_clicked(const QModelIndex & /*index*/)
+{
+    listChildren(m_ui->fileTree->currentItem());
+}
+
+void FileTreeDialog::on_fileTree_doubleClicked(const QModelIndex & /*index*/)
+{
+    // The tree itself opens and closes the folder; its children are asked for as it opens.
+    listChildren(m_ui->fileTree->currentItem());
+}
+
+void FileTreeDialog::on_buttonBox_accepted()
+{
+    accept();
+}
+
+void FileTreeDialog::on_buttonBox_rejected()
+{
+    reject();
+}
+
+void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
+{
+    if (!folder || folder->isDisabled() || folder->data(0, ListedRole).toBool())
+        return;
+    folder->setData(0, ListedRole, true);
+    const QString folderId = folder->data(0, FolderIdRole).toString();
+    const QString step = QStringLiteral("getFileList");
+    m_client.listFolders(
+        folderId,
+        m_replies.guard(
+            step, [this, folderId](const FileItems &children) { addChildren(folderId, children); }),
+        m_replies.guard(step, [this, folderId](const QString &error, int code) {
+            qDebug() << "getFileList fail :" << code << " =>" << error;
+            takeFailure(folderId);
+        }));
+}
+
+void FileTreeDialog::addChildren(const QString &folderId, const FileItems &children)
+{
+    QTreeWidgetItem *folder = itemOf(folderId);
+    if (!folder)
+        return;
+    for (const FileItem &child : children.items) {
+        if (child.type == QLatin1String("folder"))
+            addItem(folder, child.name, child.file_id);
+    }
+    if (folder->childCount() == 0)
+        folder->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicator);
+}
+
+void FileTreeDialog::takeFailure(const QString &folderId)
+{
+    // Closed and unlisted, so that opening it once more asks again.
+    if (QTreeWidgetItem *folder = itemOf(folderId)) {
+        folder->setData(0, ListedRole, false);
+        folder->setExpanded(false);
+    }
+}
+
+QTreeWidgetItem *FileTreeDialog::itemOf(const QString &folderId) const
+{
+    for (QTreeWidgetItemIterator it(m_ui->fileTree); *it; ++it) {
+        if ((*it)->data(0, FolderIdRole).toString() == folderId)
+            return *it;
+    }
+    return nullptr;
+}
+
+QTreeWidgetItem *FileTreeDialog::addItem(QTreeWidgetItem *parent, const QString &name,
+                                         const QString &folderId)
+{
+    auto *item = new QTreeWidgetItem(parent, {name});
+    item->setIcon(0, iconOf(FileKind::Folder));
+    item->setToolTip(0, name);
+    item->setData(0, FolderIdRole, folderId);
+    item->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
+    item->setDisabled(m_excludedIds.contains(folderId));
+    return item;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "ui/widgets/base_dialog.h"
+
+#include <memory>
+
+#include <QStringList>
+
+#include "api/session/open_api_client.h"
+#include "ui/windows/reply_guard.h"
+
+class FileItems;
+class QModelIndex;
+class QTreeWidgetItem;
+
+namespace Ui {
+class FileTreeDialog;
+}
+
+// Asks for a folder of the drive. A folder's children are listed when it is opened.
+class FileTreeDialog final : public BaseDialog
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileTreeDialog)
+
+public:
+    // The excluded folders can be neither chosen nor opened: nothing is moved into itself.
+    explicit FileTreeDialog(const UserInfo &user, const QStringList &excludedIds = {});
+    ~FileTreeDialog() override;
+
+    // "root" for the top of the tree; it is also what stands chosen before any click.
+    [[nodiscard]] QString selectedFolderId() const;
+
+private slots:
+    void on_fileTree_clicked(const QModelIndex &index);
+    void on_fileTree_doubleClicked(const QModelIndex &index);
+    void on_buttonBox_accepted();
+    void on_buttonBox_rejected();
+
+private:
+    void listChildren(QTreeWidgetItem *folder);
+    void addChildren(const QString &folderId, const FileItems &children);
+    void takeFailure(const QString &folderId);
+    [[nodiscard]] QTreeWidgetItem *itemOf(const QString &folderId) const;
+    QTreeWidgetItem *addItem(QTreeWidgetItem *parent, const QString &name, const QString &folderId);
+
+    const std::unique_ptr<Ui::FileTreeDialog> m_ui;
+    const OpenApiClient m_client;
+    const QStringList m_excludedIds;
+    ReplyGuard m_replies;
+};

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QStandardItemModel>
+
+#include "api/records/file_records.h"
+
+// One opened folder and what is held of it.
+struct PathItem
+{
+    QString name;
+    QString fileId;
+    QString nextMarker; // empty when the folder has no further page
+    QList<FileItem> files;
+    QString order;          // the server's order in which the pages were asked for
+    int selectedRow = 0;    // current when a deeper folder was opened or a page asked for
+    QString selectedFileId; // the entry of that row, which sorting may move
+    bool loaded = false;
+};
+
+// The folders from the root to the one shown, and the rows of the navigation list above the table.
+class FolderPath final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FolderPath)
+
+public:
+    // Starts with the root folder.
+    explicit FolderPath(QObject *parent = nullptr);
+
+    void push(const QString &name, const QString &fileId);
+    // Makes the folder at index the last one. Does nothing for an index outside the path.
+    void removeAfter(int index);
+
+    // In every folder held, since the entry may have been reached on another way.
+    void removeFile(const QString &fileId);
+    void setFileName(const QString &fileId, const QString &name);
+
+    [[nodiscard]] int count() const { return m_items.size(); }
+    [[nodiscard]] PathItem &last() { return m_items.last(); }
+    [[nodiscard]] const PathItem &last() const { return m_items.last(); }
+    [[nodiscard]] QStandardItemModel *model() { return &m_model; }
+
+private:
+    void showRow(int index);
+
+    QList<PathItem> m_items;
+    QStandardItemModel m_model;
+};

@@ -1,0 +1,202 @@
+#include "ui/windows/history_dialog.h"
+
+#include <QHeaderView>
+#include <QSet>
+#include <QShortcut>
+
+#include "api/records/file_records.h"
+#include "api/session/open_api_client.h"
+#include "app/environment/formatting.h"
+#include "db/tables/operations.h"
+#include "player/play_request.h"
+#include "ui/widgets/sort_table_widget_item.h"
+#include "ui/widgets/toast.h"
+#include "ui/windows/file_kinds.h"
+#include "ui_history_dialog.h"
+
+namespace {
+
+enum Column { NameColumn, ProgressColumn, TimeColumn, ColumnCount };
+
+constexpr int IdRole = Qt::UserRole; // the row's key in the database
+constexpr int RowHeight = 50;
+constexpr std::array<int, ColumnCount> ColumnWidths{360, 112, 180};
+
+QString progressText(const PlayHistory &history)
+{
+    const int percent = qRound(history.playPercentage.value() * 100);
+    return QStringLiteral("%1%  %2/%3")
+        .arg(percent)
+        .arg(formatClock(history.playPosition.value()), formatClock(history.duration.value()));
+}
+
+} // namespace
+
+HistoryDialog::HistoryDialog(QWidget *parent)
+    : DialogPage(parent), m_ui(std::make_unique<Ui::HistoryDialog>())
+{
+    m_ui->setupUi(this);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setUpTable();
+    loadHistory();
+}
+
+HistoryDialog::~HistoryDialog() = default;
+
+void HistoryDialog::setUpTable()
+{
+    QTableWidget *table = m_ui->historyList;
+    table->setColumnCount(ColumnCount);
+    table->setHorizontalHeaderLabels(
+        {QStringLiteral("名称"), QStringLiteral("观看进度"), QStringLiteral("观看时间")});
+    QHeaderView *header = table->horizontalHeader();
+    header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    header->setSortIndicatorShown(true);
+    header->setSortIndicator(TimeColumn, Qt::DescendingOrder);
+    header->setHighlightSections(false);
+    table->verticalHeader()->hide();
+    table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table->verticalHeader()->setDefaultSectionSize(RowHeight);
+    connect(header, &QHeaderView::sectionClicked, this, &HistoryDialog::onHeaderClicked);
+    connect(table, &QTableWidget::itemDoubleClicked, this, &HistoryDialog::onItemDoubleClicked);
+
+    const auto add = [this, table](const QKeySequence &keys, auto action) {
+        auto *shortcut = new QShortcut(keys, table);
+        shortcut->setContext(Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    const auto openCurrent = [this, table] { onItemDoubleClicked(table->currentItem()); };
+    add(Qt::Key_Return, openCurrent);
+    add(Qt::Key_Enter, openCurrent);
+    add(Qt::Key_Delete, &HistoryDialog::on_btnRemovePlayHistory_clicked);
+    add(Qt::Key_F5, &HistoryDialog::on_btnRefresh_clicked);
+}
+
+void HistoryDialog::loadHistory()
+{
+    qDebug() << "load history...";
+    QTableWidget *table = m_ui->historyList;
+    table->clearContents();
+    listPlayHistory(m_rows);
+    table->setRowCount(m_rows.size());
+    for (int column = 0; column < ColumnCount; ++column)
+        table->setColumnWidth(column, ColumnWidths.at(column));
+    for (int row = 0; row < m_rows.size(); ++row)
+        fillRow(row, m_rows.at(row));
+    const QHeaderView *header = table->horizontalHeader();
+    onHeaderClicked(header->sortIndicatorSection());
+}
+
+void HistoryDialog::fillRow(int row, const PlayHistory &history)
+{
+    QTableWidget *table = m_ui->historyList;
+    auto *name = SortTableWidgetItem::forName(history.name.value());
+    name->setIcon(iconOf(FileKind::Video));
+    name->setToolTip(history.name.value());
+    name->setData(IdRole, history.id.value());
+    const QDateTime watched = history.updateTime.value();
+    const auto perMille = static_cast<qint64>(history.playPercentage.value() * 1000);
+    table->setItem(row, NameColumn, name);
+    table->setItem(row, ProgressColumn,
+                   SortTableWidgetItem::forValue(progressText(history), perMille));
+    table->setItem(
+        row, TimeColumn,
+        SortTableWidgetItem::forValue(formatDateTime(watched), watched.toMSecsSinceEpoch()));
+}
+
+void HistoryDialog::onHeaderClicked(int column)
+{
+    m_ui->historyList->sortItems(column,
+                                 m_ui->historyList->horizontalHeader()->sortIndicatorOrder());
+}
+
+void HistoryDialog::on_btnRemovePlayHistory_clicked()
+{
+    const QTableWidget *table = m_ui->historyList;
+    QSet<int> rows;
+    for (const QModelIndex &index : table->selectionModel()->selectedIndexes())
+        rows.insert(index.row());
+    for (const int row : rows)
+        removePlayHistory(table->item(row, NameColumn)->data(IdRole).toInt());
+    loadHistory();
+}
+
+void HistoryDialog::on_btnClearPlayHistory_clicked()
+{
+    clearPlayHistory();
+    loadHistory();
+}
+
+void HistoryDialog::on_btnClearSkipCutHistory_clicked()
+{
+    clearFolderSettings();
+}
+
+void HistoryDialog::on_btnRefresh_clicked()
+{
+    loadHistory();
+}
+
+const PlayHistory *HistoryDialog::historyAt(int row) const
+{
+    const QTableWidgetItem *name = m_ui->historyList->item(row, NameColumn);
+    const int id = name ? name->data(IdRole).toInt() : 0;
+    for (const PlayHistory &history : m_rows) {
+        if (history.id.value() == id)
+            return &history;
+    }
+    return nullptr;
+}
+
+void HistoryDialog::onItemDoubleClicked(QTableWidgetItem *item)
+{
+    if (const PlayHistory *history = item ? historyAt(item->row()) : nullptr)
+        open(*history);
+}
+
+void HistoryDialog::open(const PlayHistory &history)
+{
+    UserInfo user;
+    if (!loadUserInfo(history.userId.value(), user))
+        return;
+    const QString step = QStringLiteral("getFileList");
+    OpenApiClient(user).listVideos(
+        history.parentFileId.value(),
+        m_replies.guard(step,
+                        [this, history, user](const FileItems &videos) {
+                            openAmong(history, user, videos.items);
+                        }),
+        m_replies.guard(step, [this, history, user](const QString &error, int code) {
+            qDebug() << "getFileList fail :" << code << " =>" << error;
+            openAlone(history, user);
+        }));
+}
+
+void HistoryDialog::openAmong(const PlayHistory &history, const UserInfo &user,
+                              const QList<FileItem> &videos)
+{
+    const QString fileId = history.fileId.value();
+    for (const FileItem &video : videos) {
+        if (video.file_id == fileId) {
+            emit videoOpenRequested({user, video, videos, history});
+            return;
+        }
+    }
+    openAlone(history, user);
+}
+
+void HistoryDialog::openAlone(const PlayHistory &history, const UserInfo &user)
+{
+    // Moved to another folder, beyond the listed ones, or gone.
+    const QString step = QStringLiteral("getFile");
+    OpenApiClient(user).fileDetails(
+        history.fileId.value(),
+        m_replies.guard(step,
+                        [this, history, user](const FileItem &video) {
+                            emit videoOpenRequested({user, video, {video}, history});
+                        }),
+        m_replies.guard(step, [](const QString &error, int code) {
+            qDebug() << "getFile fail :" << code << " =>" << error;
+            Toast::showTip(QStringLiteral("视频不存在或无法访问"));
+        }));
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "ui/windows/dialog_page.h"
+
+#include <memory>
+
+#include <QList>
+
+#include "db/dq/dq_list.h"
+#include "db/tables/play_history.h"
+#include "ui/windows/reply_guard.h"
+
+class FileItem;
+class QTableWidgetItem;
+class UserInfo;
+struct PlayRequest;
+
+namespace Ui {
+class HistoryDialog;
+}
+
+// The watch history of the current user, the last watched first.
+class HistoryDialog final : public DialogPage
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(HistoryDialog)
+
+public:
+    explicit HistoryDialog(QWidget *parent = nullptr);
+    ~HistoryDialog() override;
+
+public slots:
+    void loadHistory();
+
+signals:
+    void videoOpenRequested(const PlayRequest &request);
+
+private slots:
+    void on_btnRemovePlayHistory_clicked();
+    void on_btnClearPlayHistory_clicked();
+    void on_btnClearSkipCutHistory_clicked();
+    void on_btnRefresh_clicked();
+    void onHeaderClicked(int column);
+    void onItemDoubleClicked(QTableWidgetItem *item);
+
+private:
+    void setUpTable();
+    void fillRow(int row, const PlayHistory &history);
+    [[nodiscard]] const PlayHistory *historyAt(int row) const;
+
+    void open(const PlayHistory &history);
+    void openAmong(const PlayHistory &history, const UserInfo &user, const QList<FileItem> &videos);
+    void openAlone(const PlayHistory &history, const UserInfo &user);
+
+    const std::unique_ptr<Ui::HistoryDialog> m_ui;
+    DQList<PlayHistory> m_rows;
+    ReplyGuard m_replies;
+};

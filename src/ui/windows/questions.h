@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+class QDialogButtonBox;
+class QWidget;
+
+// The program's modal questions, with Chinese texts on the standard buttons whatever translations
+// the system has.
+
+// True only for the answer yes.
+bool askYesNo(QWidget *parent, const QString &title, const QString &text);
+
+// Empty when the user cancelled.
+std::optional<QString> askText(QWidget *parent, const QString &title, const QString &label,
+                               const QString &text);
+
+void setChineseTexts(QDialogButtonBox *buttons);

@@ -1,0 +1,26 @@
+#include "ui/windows/single_toast.h"
+
+#include <QApplication>
+#include <QLabel>
+
+#include "ui/widgets/toast.h"
+
+namespace {
+
+bool isShown(const QString &text)
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(), [&text](const QWidget *window) {
+        const auto *toast = qobject_cast<const Toast *>(window);
+        const auto *label = toast ? toast->findChild<QLabel *>() : nullptr;
+        return label && toast->isVisible() && label->text() == text;
+    });
+}
+
+} // namespace
+
+void showSingleToast(const QString &text)
+{
+    if (!isShown(text))
+        Toast::showTip(text);
+}
