@@ -1,0 +1,70 @@
+#include "app/arguments.h"
+
+#include <cstdio>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+namespace {
+
+void print(std::FILE *stream, const QString &text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stream);
+}
+
+// QApplication takes these out of the arguments later.
+void addToolkitOptions(QCommandLineParser &parser)
+{
+    const QStringList names{QStringLiteral("platform"),      QStringLiteral("platformpluginpath"),
+                            QStringLiteral("platformtheme"), QStringLiteral("style"),
+                            QStringLiteral("stylesheet"),    QStringLiteral("display"),
+                            QStringLiteral("geometry"),      QStringLiteral("qwindowgeometry"),
+                            QStringLiteral("qwindowtitle"),  QStringLiteral("qwindowicon"),
+                            QStringLiteral("session")};
+    for (const QString &name : names) {
+        QCommandLineOption option(name, QString(), QStringLiteral("value"));
+        option.setFlags(QCommandLineOption::HiddenFromHelp);
+        parser.addOption(option);
+    }
+}
+
+QString mistakeIn(const QCommandLineParser &parser)
+{
+    const QStringList unknown = parser.unknownOptionNames();
+    if (!unknown.isEmpty())
+        return QStringLiteral("未知选项：%1").arg(unknown.first());
+    const QStringList surplus = parser.positionalArguments();
+    return surplus.isEmpty() ? QString() : QStringLiteral("多余的参数：%1").arg(surplus.first());
+}
+
+} // namespace
+
+std::optional<int> answerArguments(int argc, char *argv[])
+{
+    if (argc <= 1)
+        return std::nullopt;
+    // Only for the parser: it needs an application object, but neither display nor settings.
+    const QCoreApplication parserApplication(argc, argv);
+    QCommandLineParser parser;
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.setApplicationDescription(QStringLiteral("青柚云盘：阿里云盘文件管理与视频播放"));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("显示这段说明"));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("显示版本"));
+    parser.addOptions({help, version});
+    addToolkitOptions(parser);
+    const bool understood = parser.parse(QCoreApplication::arguments());
+    const QString mistake = understood ? mistakeIn(parser) : parser.errorText();
+    if (!mistake.isEmpty() || !understood) {
+        print(stderr, QStringLiteral("moravu: %1（参见 --help）\n").arg(mistake));
+        return 2;
+    }
+    if (parser.isSet(help))
+        print(stdout, parser.helpText());
+    else if (parser.isSet(version))
+        print(stdout, QStringLiteral("moravu %1\n").arg(QStringLiteral(MORAVU_VERSION)));
+    else
+        return std::nullopt;
+    return 0;
+}
