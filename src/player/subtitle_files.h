@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+class FileItem;
+
+// Subtitle files that lie beside a video in its cloud folder.
+
+// Whether the name's extension is one of a subtitle file, letter case aside.
+bool isSubtitleFile(const QString &name);
+
+// The files of a folder that are subtitles, in the folder's order.
+QList<FileItem> subtitleFilesOf(const QList<FileItem> &files);
+
+// The name up to its last "."; the whole name when it has none.
+QString videoBaseName(const QString &name);
+
+// The first subtitle file whose name contains the video's base name, letter case included; null
+// when there is none.
+const FileItem *findSimilarSubtitle(const QList<FileItem> &subtitles, const QString &videoName);
+
+// Where a subtitle file is downloaded to: in the system's temporary directory, ".subtitle" at the
+// end.
+QString subtitleTempPath(const FileItem &subtitle);
