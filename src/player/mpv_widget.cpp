@@ -231,6 +231,12 @@ int MpvWidget::duration() const
     return static_cast<int>(getProperty(QStringLiteral("duration")).toDouble());
 }
 
+TrackInfo MpvWidget::trackInfo() const
+{
+    const QVariant tracks = getProperty(QStringLiteral("track-list"));
+    return parseTrackList(QJsonDocument::fromVariant(tracks).array());
+}
+
 void MpvWidget::on_mpv_events()
 {
     while (m_mpv) {
@@ -318,6 +324,7 @@ void MpvWidget::handleTrackList(const mpv_event_property &property)
 
 void MpvWidget::mouseReleaseEvent(QMouseEvent *event)
 {
+    QOpenGLWidget::mouseReleaseEvent(event);
     if (event->button() == Qt::LeftButton)
         emit mouseReleased();
 }

@@ -69,6 +69,9 @@ public:
     [[nodiscard]] int position() const;
     [[nodiscard]] int duration() const;
 
+    // The tracks of the file that is loaded, as they are now.
+    [[nodiscard]] TrackInfo trackInfo() const;
+
     // Of the last playEnd(); more precise than its argument.
     [[nodiscard]] EndReason endReason() const { return m_endReason; }
 

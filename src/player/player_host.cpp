@@ -1,6 +1,28 @@
 #include "player/player_host.h"
 
-#include <QDebug>
+#include <memory>
+#include <stdexcept>
+
+#include <QMessageBox>
+
+#include "player/mpv_library.h"
+#include "player/play_request.h"
+#include "player/player_window.h"
+
+namespace {
+
+// Not modal: the list behind it stays usable.
+void tellUser(const QString &reason)
+{
+    auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("播放器"),
+                                QStringLiteral("无法打开播放器"), QMessageBox::Ok);
+    box->setInformativeText(reason);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    box->show();
+}
+
+} // namespace
 
 PlayerHost::PlayerHost(QObject *parent) : QObject(parent) {}
 
@@ -9,11 +31,44 @@ PlayerHost::~PlayerHost()
     closeAll();
 }
 
-void PlayerHost::open(const PlayRequest &)
+void PlayerHost::open(const PlayRequest &request)
 {
-    qWarning() << "the player window is not built yet";
+    try {
+        MpvPlayerWindow *player = window();
+        player->open(request);
+        if (player->isMinimized())
+            player->showNormal();
+        player->raise();
+        player->activateWindow();
+    } catch (const std::runtime_error &error) {
+        tellUser(QString::fromUtf8(error.what()));
+    }
 }
 
-void PlayerHost::closeAll() {}
+MpvPlayerWindow *PlayerHost::window()
+{
+    if (m_window)
+        return m_window;
+    auto created = std::make_unique<MpvPlayerWindow>();
+    created->show();
+    if (!created->canDraw())
+        throw std::runtime_error("could not create an OpenGL context");
+    m_window = created.release();
+    connect(m_window, &MpvPlayerWindow::historyUpdated, this, &PlayerHost::historyUpdated);
+    connect(m_window, &MpvPlayerWindow::videoQualityChanged, this,
+            &PlayerHost::videoQualityChanged);
+    return m_window;
+}
 
-void PlayerHost::preload() {}
+void PlayerHost::closeAll()
+{
+    if (!m_window)
+        return;
+    m_window->close();
+    delete m_window; // now, not when the event loop comes to it: libmpv must be gone
+}
+
+void PlayerHost::preload()
+{
+    mpvLibrary();
+}

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 
+class MpvPlayerWindow;
 class PlayHistory;
 struct PlayRequest;
 
@@ -34,4 +36,9 @@ signals:
     void historyUpdated(PlayHistory &playHistory);
     // The user chose another quality in the player; the setting is already written.
     void videoQualityChanged();
+
+private:
+    MpvPlayerWindow *window();
+
+    QPointer<MpvPlayerWindow> m_window;
 };

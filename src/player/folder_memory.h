@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+
+#include "db/tables/folder_setting.h"
+#include "player/skip_times.h"
+
+// What is remembered for the videos of one cloud folder: where intro and outro are, and which
+// embedded tracks the user chose. The row is written only when the user changes something, its
+// keys filled each time.
+class FolderMemory final
+{
+public:
+    // libmpv numbers tracks from 1; this one stands for "none".
+    static constexpr int noTrack = -1;
+
+    // Reads the folder's row, or begins an empty one.
+    void open(const QString &folderId, const QString &userId);
+    void setFolderName(const QString &name) { m_folderName = name; }
+
+    [[nodiscard]] const QString &folderId() const { return m_folderId; }
+    // The folder's name as far as it is known.
+    [[nodiscard]] QString folderName() const;
+    [[nodiscard]] SkipTimes skipTimes() const;
+
+    // The end of the intro. False when the span would be too short: it then counts for this
+    // session, but is not saved.
+    bool setIntroEnd(int position, int duration);
+    // The start of the outro. False when the span would be too short; nothing changes then.
+    bool setOutroStart(int position, int duration);
+    void clearOutro();
+
+    // The track chosen for the folder, noTrack when the user switched it off; empty: never chosen.
+    [[nodiscard]] std::optional<int> subtitleTrack() const;
+    [[nodiscard]] std::optional<int> audioTrack() const;
+    void setSubtitleTrack(std::optional<int> id);
+    void setAudioTrack(int id);
+
+private:
+    void save();
+
+    FolderSetting m_setting;
+    QString m_folderId;
+    QString m_folderName;
+    QString m_userId;
+};

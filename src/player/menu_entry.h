@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+// One line of a drop-down menu of the control bar.
+struct MenuEntry
+{
+    QString text;
+    QVariant data; // comes back when the user chooses the entry
+    bool checked = false;
+    QString icon{}; // resource path
+    bool beginsGroup = false;
+    bool enabled = true;
+};

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <optional>
+
+#include <QObject>
+
+#include "api/records/file_records.h"
+#include "db/tables/user_info.h"
+#include "player/menu_entry.h"
+#include "player/subtitle_fetcher.h"
+#include "player/track_info.h"
+
+class FolderMemory;
+class MpvWidget;
+class Playback;
+
+// Which audio and subtitle track plays: what the user chose, what the folder and the video's row
+// remember, and the subtitle file beside the video. Acts once per loaded file; after the user has
+// chosen, never.
+class TrackChoices final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(TrackChoices)
+
+public:
+    // All three must outlive this.
+    TrackChoices(MpvWidget &mpv, Playback &playback, FolderMemory &folder,
+                 QObject *parent = nullptr);
+
+    // Another video is being opened: forgets the choices for the last one and reads what is
+    // remembered for this one.
+    void beginVideo(const UserInfo &user);
+    // The current video is about to be loaded, possibly not for the first time.
+    void beginLoad();
+    // The files of the video's folder are known.
+    void setFolderFiles(const QList<FileItem> &files);
+
+    [[nodiscard]] QList<MenuEntry> subtitleMenu() const;
+    [[nodiscard]] QList<MenuEntry> audioMenu() const;
+    // The user's choice, with the data of a menu entry.
+    void chooseSubtitle(const QVariant &data);
+    void chooseAudio(const QVariant &data);
+
+signals:
+    // The menus are no longer what they were.
+    void changed();
+
+private:
+    // The meaning of the stored number PlayHistory::subTitleType.
+    enum class SubtitleKind { Automatic = 0, Embedded = 1, DriveFile = 2, Off = 3 };
+
+    struct SubtitleChoice
+    {
+        SubtitleKind kind = SubtitleKind::Automatic;
+        int trackId = 0;  // Embedded
+        QString fileId{}; // DriveFile
+    };
+
+    [[nodiscard]] SubtitleChoice rememberedSubtitle() const;
+    [[nodiscard]] bool hasSubtitleTrack(int id) const;
+    [[nodiscard]] QList<int> externalTracks() const;
+    void onFileLoaded();
+    void onTrackListChanged(const TrackInfo &tracks);
+    void onFetched(const QString &fileId, const QString &path);
+    void selectRemembered();
+    void selectChinese();
+    void chooseFileAutomatically();
+    void fetchFile(const QString &fileId);
+    void addFile();
+    void chooseTrack(int id);
+    void chooseFile(const QString &fileId);
+    void remember(const SubtitleChoice &choice);
+
+    MpvWidget &m_mpv;
+    Playback &m_playback;
+    FolderMemory &m_folder;
+    SubtitleFetcher m_fetcher;
+    UserInfo m_user;
+
+    TrackInfo m_tracks;
+    QList<FileItem> m_subtitleFiles;
+    SubtitleChoice m_subtitle;
+    std::optional<int> m_audioTrackId;
+    int m_selectedSubtitleTrackId = -1; // chosen since the window opened
+    QString m_path;                     // of the downloaded file of m_subtitle
+    QStringList m_added;                // ids of the files added to what is loaded, in order
+    bool m_filesKnown = false;
+    bool m_fileLoaded = false;
+    bool m_fileChosen = false; // the automatic choice of a file was made, or the user's
+};
