@@ -287,23 +287,23 @@ void MpvPlayerWindow::loadFolderFiles()
     OpenApiClient(m_user).fileDetails(m_folder.folderId(), guarded(this, named), {});
 }
 
-void MpvPlayerWindow::chooseQuality(const QVariant &data)
+void MpvPlayerWindow::chooseQuality(const QVariant &choice)
 {
-    AppSettings().setVideoQuality(data.toString());
+    AppSettings().setVideoQuality(choice.toString());
     emit videoQualityChanged();
-    if (!m_address->choose(data.toString()))
+    if (!m_address->choose(choice.toString()))
         return;
     rebuildQualityMenu();
     if (m_playback->isOpening() || m_playback->reopen())
         startPlaying();
 }
 
-void MpvPlayerWindow::chooseSkip(const QVariant &data)
+void MpvPlayerWindow::chooseSkip(const QVariant &choice)
 {
     const PlayedVideo *video = m_playback->playing();
     const int position = m_mpvWidget->position();
     bool accepted = true;
-    switch (static_cast<SkipAction>(data.toInt())) {
+    switch (static_cast<SkipAction>(choice.toInt())) {
     case SetIntroEnd:
         accepted = video && m_folder.setIntroEnd(position, video->duration);
         break;

@@ -71,8 +71,8 @@ private:
     void onAddressUnavailable();
     void startPlaying();
     void loadFolderFiles();
-    void chooseQuality(const QVariant &data);
-    void chooseSkip(const QVariant &data);
+    void chooseQuality(const QVariant &choice);
+    void chooseSkip(const QVariant &choice);
     void applySkipTimes();
 
     void onBegun(int duration);
