@@ -40,6 +40,20 @@ inline ScriptedAnswer answer(const QByteArray &status, const QByteArray &body,
             "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body};
 }
 
+// What an honest file server says to HEAD and to ranges.
+inline ScriptedAnswer fileAnswer(const ReceivedRequest &request, const QByteArray &content)
+{
+    if (request.method == "HEAD")
+        return {"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(content.size()) +
+                "\r\n\r\n"};
+    const QList<QByteArray> ends = request.headers.value("range").mid(6).split('-');
+    const int first = ends.value(0).toInt();
+    const int last = qMin(ends.value(1).toInt(), content.size() - 1);
+    const QByteArray range = "Content-Range: bytes " + QByteArray::number(first) + '-' +
+                             QByteArray::number(last) + '/' + QByteArray::number(content.size());
+    return answer("206 Partial Content", content.mid(first, last - first + 1), range + "\r\n");
+}
+
 // An HTTP server on loopback that answers to the byte what a test tells it to, on the test's own
 // thread.
 class ScriptedServer final : public QTcpServer
@@ -62,12 +76,18 @@ public:
 
     const QList<ReceivedRequest> &requests() const { return m_requests; }
 
+    // Measurements must not grow with a log.
+    void keepNoRequests() { m_keepsRequests = false; }
+
 private:
     void acceptConnection()
     {
         while (QTcpSocket *socket = nextPendingConnection()) {
             connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
-            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+                m_buffers.remove(socket);
+                socket->deleteLater();
+            });
         }
     }
 
@@ -85,7 +105,8 @@ private:
             return;
         request.body = buffer.mid(headEnd + 4, length);
         buffer.clear();
-        m_requests.append(request);
+        if (m_keepsRequests)
+            m_requests.append(request);
         reply(socket, m_script(request));
     }
 
@@ -124,4 +145,5 @@ private:
     const Script m_script;
     QHash<QTcpSocket *, QByteArray> m_buffers;
     QList<ReceivedRequest> m_requests;
+    bool m_keepsRequests = true;
 };

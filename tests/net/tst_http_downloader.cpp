@@ -21,19 +21,6 @@ ScriptedAnswer headAnswer(const QByteArray &length, const QByteArray &status = "
     return {"HTTP/1.1 " + status + "\r\nContent-Length: " + length + "\r\n\r\n"};
 }
 
-// What an honest server says to HEAD and to ranges.
-ScriptedAnswer honestAnswer(const ReceivedRequest &request, const QByteArray &content)
-{
-    if (request.method == "HEAD")
-        return headAnswer(QByteArray::number(content.size()));
-    const QList<QByteArray> ends = request.headers.value("range").mid(6).split('-');
-    const int first = ends.value(0).toInt();
-    const int last = qMin(ends.value(1).toInt(), content.size() - 1);
-    const QByteArray range = "Content-Range: bytes " + QByteArray::number(first) + '-' +
-                             QByteArray::number(last) + '/' + QByteArray::number(content.size());
-    return answer("206 Partial Content", content.mid(first, last - first + 1), range + "\r\n");
-}
-
 QByteArray readFile(const QString &path)
 {
     QFile file(path);
@@ -98,7 +85,7 @@ void tst_HttpDownLoader::asksForTheRangesAsTheyFollow()
 {
     QFETCH(int, size);
     const QByteArray content = fileContent(size);
-    ScriptedServer server([&](const ReceivedRequest &r) { return honestAnswer(r, content); });
+    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
     Download download(server.url());
     download.loader.start();
     QTRY_VERIFY(download.hasEnded());
@@ -124,7 +111,7 @@ void tst_HttpDownLoader::takesTheWholeFileInPlaceOfItsFirstRange()
 {
     const QByteArray content = fileContent(300000);
     ScriptedServer server([&](const ReceivedRequest &r) {
-        return r.method == "HEAD" ? honestAnswer(r, content) : answer("200 OK", content);
+        return r.method == "HEAD" ? fileAnswer(r, content) : answer("200 OK", content);
     });
     Download download(server.url());
     download.loader.start();
@@ -164,7 +151,7 @@ void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone_data()
         QTest::newRow(name) << ScriptedServer::Script([scripted](const ReceivedRequest &request) {
             return request.headers.value("range") == "bytes=10241-20481"
                        ? scripted
-                       : honestAnswer(request, content);
+                       : fileAnswer(request, content);
         }) << error << 3;
     };
     const QByteArray partial = "HTTP/1.1 206 Partial Content\r\n";
@@ -219,7 +206,7 @@ void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone()
 void tst_HttpDownLoader::anUnwritableTargetIsAnError()
 {
     const QByteArray content = fileContent(10);
-    ScriptedServer server([&](const ReceivedRequest &r) { return honestAnswer(r, content); });
+    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
     const QString target = QStringLiteral("/nonexistent/folder/target");
     HttpDownLoader loader(server.url(), target);
     QSignalSpy errors(&loader, &HttpDownLoader::error);
@@ -236,7 +223,7 @@ void tst_HttpDownLoader::canBeStartedAnewFromItsError()
     int refusals = 2;
     ScriptedServer server([&](const ReceivedRequest &r) {
         return r.method == "GET" && refusals-- > 0 ? answer("403 Forbidden", "later")
-                                                   : honestAnswer(r, content);
+                                                   : fileAnswer(r, content);
     });
     Download download(server.url());
     connect(&download.loader, &HttpDownLoader::error, &download.loader, &HttpDownLoader::start);
@@ -249,7 +236,7 @@ void tst_HttpDownLoader::canBeStartedAnewFromItsError()
 void tst_HttpDownLoader::destroyingItLeavesNothingBehind()
 {
     const QByteArray content = fileContent(5000000);
-    ScriptedServer server([&](const ReceivedRequest &r) { return honestAnswer(r, content); });
+    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
     QTemporaryDir dir;
     auto loader = std::make_unique<HttpDownLoader>(server.url(), dir.filePath(QStringLiteral("t")));
     QSignalSpy errors(loader.get(), &HttpDownLoader::error);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// One measured figure. Each function does its work once and returns what it cost: seconds by
+// secondsOf(), or any other quantity of the figure's unit.
+struct Figure
+{
+    std::string name; // "room: what is measured"
+    std::string unit; // "s", "ms", "MB"...
+    // The highest ratio of ours to the reference; without a reference the highest value of ours.
+    double limit;
+    std::function<double()> ours;
+    std::function<double()> reference; // may be empty
+    int rounds = 7;                    // what counts is the median of the rounds
+};
+
+// The wall-clock time of one call.
+double secondsOf(const std::function<void()> &work);
+
+// The memory that the process holds now, in MB.
+double residentMegabytes();
+
+// Measures the figures whose names contain the first argument in any case (all without one),
+// prints a line for each and returns the exit code: 1 when a figure is over its limit.
+int runFigures(int argc, char **argv, const std::vector<Figure> &figures);
