@@ -1,5 +1,7 @@
 #include "addresses.h"
 
+#include "ffmpeg_commands.h"
+
 namespace localdrive {
 namespace {
 
@@ -17,6 +19,20 @@ std::string downloadAddress(const World &world, Drive &drive, const Node &file,
     const std::string path =
         "/download/" + drive.id() + '/' + drive.idOf(file.path) + '/' + file.name();
     return address(world, path, expires);
+}
+
+std::string streamAddress(const World &world, const Drive &drive, const std::string &mediaKey,
+                          const Quality &quality, std::int64_t expires)
+{
+    const std::string path =
+        "/stream/" + drive.id() + '/' + mediaKey + '/' + quality.id + '/' + StreamIndexName;
+    return address(world, path, expires);
+}
+
+std::string thumbnailAddress(const World &world, Drive &drive, const Node &file)
+{
+    const std::string path = "/thumbnail/" + drive.id() + '/' + drive.idOf(file.path) + ".jpg";
+    return address(world, path, world.urls.expiry(std::chrono::hours(4)));
 }
 
 } // namespace localdrive

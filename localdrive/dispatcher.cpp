@@ -94,6 +94,22 @@ void Call::replyPage(const std::string &html) const
     response.set_content(html, "text/html; charset=utf-8");
 }
 
+Drive &Call::drive() const
+{
+    Drive &own = account->drive;
+    if (text("drive_id", own.id()) != own.id())
+        throw ApiError(403, "ForbiddenDriveNotMatch", "The drive belongs to someone else");
+    return own;
+}
+
+Node Call::file() const
+{
+    Node node = drive().node(text("file_id"));
+    if (node.isFolder)
+        throw ApiError(400, "InvalidParameter.FileId", "The file is a folder");
+    return node;
+}
+
 std::string Call::param(const std::string &name) const
 {
     return request.get_param_value(name);

@@ -24,6 +24,9 @@ struct Call
 
     void reply(const nlohmann::json &json, int status = 200) const;
     void replyPage(const std::string &html) const;
+    /// The caller's drive. A body that names another one fails by ApiError 403.
+    [[nodiscard]] Drive &drive() const;
+    [[nodiscard]] Node file() const; ///< The file that the body names; 400 for a folder.
     [[nodiscard]] std::string param(const std::string &name) const;
     /// A member of the body: the fallback when it is absent or null; 400 when of another type.
     [[nodiscard]] std::string text(const char *key, const std::string &fallback = {}) const;

@@ -31,7 +31,7 @@ public:
     [[nodiscard]] Node node(const std::string &fileId); ///< "root" is the root folder.
     [[nodiscard]] std::vector<Node> children(const Node &folder) const;
     [[nodiscard]] std::string idOf(const std::string &path);
-    [[nodiscard]] UniqueFd openFile(const Node &file) const { return m_tree.openFile(file.path); }
+    [[nodiscard]] UniqueFd openFile(const std::string &path) const { return m_tree.openFile(path); }
     [[nodiscard]] std::int64_t usedSpace() const; ///< Sum of all file sizes.
 
     Node createFolder(const std::string &parentId, const std::string &name, OnConflict conflict);

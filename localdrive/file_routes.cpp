@@ -11,29 +11,32 @@ constexpr std::int64_t DefaultLimit = 50;
 constexpr std::int64_t HighestLimit = 200;
 constexpr std::int64_t DefaultLife = 900;
 
-/// The drive named in the body must be the caller's own; none named means just that.
-Drive &driveOf(const Call &call)
+/// What is known of a video without looking into it for long.
+void addMedia(nlohmann::json &item, World &world, Drive &drive, const Node &node)
 {
-    Drive &drive = call.account->drive;
-    const std::string id = call.text("drive_id", drive.id());
-    if (id != drive.id())
-        throw ApiError(403, "ForbiddenDriveNotMatch", "The drive belongs to someone else");
-    return drive;
+    const std::string category = item["category"];
+    const bool isVideo = category == "video";
+    if (node.size == 0 || (!isVideo && category != "image"))
+        return;
+    if (world.options.offerThumbnails)
+        item["thumbnail"] = thumbnailAddress(world, drive, node);
+    if (!isVideo)
+        return;
+    UniqueFd file = drive.openFile(node.path);
+    if (const auto info = world.media.knownInfo(MediaStore::keyOf(file.get()))) {
+        item["video_media_metadata"] = {{"duration", std::to_string(info->duration)},
+                                        {"width", info->width},
+                                        {"height", info->height}};
+    } else if (world.options.probeListedVideos) {
+        world.media.learnLater(std::move(file));
+    }
 }
 
-Node fileOf(const Call &call)
-{
-    const Node node = driveOf(call).node(call.text("file_id"));
-    if (node.isFolder)
-        throw ApiError(400, "InvalidParameter.FileId", "The file is a folder");
-    return node;
-}
-
-nlohmann::json describe(const Node &node, Drive &drive)
+nlohmann::json describe(const Node &node, World &world, Drive &drive)
 {
     nlohmann::json item = {
         {"drive_id", drive.id()},
-        {"domain_id", "localdrive"},
+        {"domain_id", DomainId},
         {"file_id", drive.idOf(node.path)},
         {"parent_file_id", drive.idOf(node.parentPath())},
         {"name", node.name()},
@@ -56,6 +59,7 @@ nlohmann::json describe(const Node &node, Drive &drive)
     item["mime_type"] = contentType;
     item["category"] = categoryOf(contentType);
     item["local_modified_at"] = isoTime(node.modified);
+    addMedia(item, world, drive, node);
     return item;
 }
 
@@ -100,25 +104,28 @@ public:
 
     void list(Call &call) const
     {
-        Drive &drive = driveOf(call);
+        Drive &drive = call.drive();
         const ListingQuery query = listingQuery(call, m_world.pageCap);
         std::vector<Node> nodes = drive.children(drive.node(query.parentId));
         const ListingPage page = makePage(std::move(nodes), query, m_world.secret);
         nlohmann::json items = nlohmann::json::array();
         for (const Node &node : page.nodes)
-            items.push_back(describe(node, drive));
+            items.push_back(describe(node, m_world, drive));
         call.reply({{"items", items}, {"next_marker", page.nextMarker}});
     }
 
     void get(Call &call) const
     {
-        Drive &drive = driveOf(call);
-        call.reply(describe(drive.node(call.text("file_id")), drive));
+        Drive &drive = call.drive();
+        const Node node = drive.node(call.text("file_id"));
+        if (!node.isFolder && categoryOf(contentTypeOf(node.name())) == "video")
+            m_world.media.info(drive.openFile(node.path).get());
+        call.reply(describe(node, m_world, drive));
     }
 
     void downloadUrl(Call &call) const
     {
-        const Node node = fileOf(call);
+        const Node node = call.file();
         const std::int64_t asked = call.number("expire_sec");
         const std::int64_t seconds = asked > 0 ? asked : DefaultLife;
         const std::int64_t expires = m_world.urls.expiry(std::chrono::seconds(seconds));
@@ -130,7 +137,7 @@ public:
 
     void create(Call &call) const
     {
-        Drive &drive = driveOf(call);
+        Drive &drive = call.drive();
         if (call.text("type") != "folder")
             throw ApiError(400, "InvalidParameter.Type", "Only folders can be created");
         const Node node = drive.createFolder(call.text("parent_file_id"), call.text("name"),
@@ -149,18 +156,18 @@ public:
 
     void update(Call &call) const
     {
-        Drive &drive = driveOf(call);
+        Drive &drive = call.drive();
         const Node node = drive.rename(call.text("file_id"), call.text("name"),
                                        onConflict(call, "check_name_mode"));
         m_world.save();
-        nlohmann::json reply = describe(node, drive);
+        nlohmann::json reply = describe(node, m_world, drive);
         reply["size"] = node.size;
         call.reply(reply);
     }
 
     void move(Call &call) const
     {
-        Drive &drive = driveOf(call);
+        Drive &drive = call.drive();
         const Node node = drive.move(call.text("file_id"), call.text("to_parent_file_id"),
                                      call.text("new_name"), onConflict(call, "check_name_mode"));
         m_world.save();
@@ -171,7 +178,7 @@ public:
 
     void copy(Call &call) const
     {
-        Drive &drive = driveOf(call);
+        Drive &drive = call.drive();
         const OnConflict conflict =
             call.flag("auto_rename") ? OnConflict::AutoRename : OnConflict::Refuse;
         const Node node =
@@ -181,14 +188,14 @@ public:
 
     void trash(Call &call) const
     {
-        driveOf(call).trash(call.text("file_id"));
+        call.drive().trash(call.text("file_id"));
         m_world.save();
         call.reply(changed(call.account->drive, call.text("file_id")));
     }
 
     void remove(Call &call) const
     {
-        driveOf(call).remove(call.text("file_id"));
+        call.drive().remove(call.text("file_id"));
         m_world.save();
         call.reply(changed(call.account->drive, call.text("file_id")));
     }

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <csignal>
-#include <cstdio>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -8,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "sample_library.h"
 #include "server.h"
 
 namespace fs = std::filesystem;
@@ -20,6 +23,7 @@ struct Arguments
     int port = 0;
     std::string portFile;
     std::string library;
+    std::string makeLibrary;
     std::vector<std::string> drives;
     bool writable = false;
     bool readOnly = false;
@@ -43,8 +47,10 @@ void describe(CLI::App &app, Arguments &arguments)
     app.add_option("--port", arguments.port, "Port; 0 takes a free one")
         ->check(CLI::Range(0, 65535));
     app.add_option("--port-file", arguments.portFile, "File to write the chosen port to");
-    app.add_option("--library", arguments.library, "Sample library to serve")
-        ->check(CLI::ExistingDirectory);
+    app.add_option("--library", arguments.library,
+                   "Folder of the sample library to serve; it is made when it is not there");
+    app.add_option("--make-library", arguments.makeLibrary,
+                   "Make the sample library in this folder, and end");
     app.add_option("--drive", arguments.drives,
                    "Folder of your own to serve, one account for each; read-only by default")
         ->check(CLI::ExistingDirectory);
@@ -123,8 +129,17 @@ void announce(const localdrive::Server &server, const std::string &portFile)
     std::cout << "listening on " << server.baseUrl() << std::endl;
 }
 
+void makeLibrary(const std::string &folder)
+{
+    localdrive::makeSampleLibrary(
+        folder, [](const std::string &step) { std::cerr << "示例云盘：" << step << '\n'; });
+}
+
 int serve(const Arguments &arguments)
 {
+    if (!arguments.library.empty())
+        makeLibrary(arguments.library);
+
     sigset_t endSignals;
     sigemptyset(&endSignals);
     sigaddset(&endSignals, SIGINT);
@@ -154,7 +169,10 @@ int main(int argc, char **argv)
     describe(app, arguments);
     CLI11_PARSE(app, argc, argv);
     try {
-        return serve(arguments);
+        if (arguments.makeLibrary.empty())
+            return serve(arguments);
+        makeLibrary(arguments.makeLibrary);
+        return 0;
     } catch (const std::exception &error) {
         std::cerr << "moravu-localdrive: " << error.what() << '\n';
         return 1;

@@ -11,7 +11,8 @@ std::vector<Route> userRoutes(World &world);    ///< Open API: user, drive, spac
 std::vector<Route> fileRoutes(World &world);    ///< Open API: listing, details, addresses, changes.
 std::vector<Route> loginRoutes(World &world);   ///< Scan status, and what the phone opens.
 std::vector<Route> backendRoutes(World &world); ///< Product backend.
-std::vector<Route> contentRoutes(World &world); ///< Signed addresses.
-std::vector<Route> controlRoutes(World &world); ///< For tests and demonstrations.
+std::vector<Route> downloadRoutes(World &world); ///< Contents of files.
+std::vector<Route> playRoutes(World &world);     ///< Play information, streams, thumbnails.
+std::vector<Route> controlRoutes(World &world);  ///< For tests and demonstrations.
 
 } // namespace localdrive

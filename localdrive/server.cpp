@@ -57,7 +57,8 @@ void complete(AccountOptions &account, std::size_t number, const fs::path &scrat
 std::vector<Route> allRoutes(World &world)
 {
     std::vector<Route> routes;
-    for (auto *part : {&loginRoutes, &backendRoutes, &contentRoutes, &userRoutes, &fileRoutes}) {
+    for (auto *part :
+         {&loginRoutes, &backendRoutes, &userRoutes, &fileRoutes, &playRoutes, &downloadRoutes}) {
         for (Route &route : part(world))
             routes.push_back(std::move(route));
     }
@@ -120,6 +121,7 @@ Server::Server(Options options) : d(std::make_unique<Private>(std::move(options)
 
 Server::~Server()
 {
+    d->world.media.stop(); // requests that wait for ffmpeg end first
     stop();
 }
 
@@ -312,9 +314,12 @@ std::string Server::downloadUrl(const std::string &path, Milliseconds lifetime, 
                            d->world.urls.expiry(lifetime));
 }
 
-bool Server::prepareMedia(const std::string &, int)
+bool Server::prepareMedia(const std::string &path, int account)
 {
-    return false;
+    const Drive &drive = d->world.account(account).drive;
+    const UniqueFd file = drive.openFile(path);
+    d->world.media.makeStreams(file.get());
+    return !d->world.media.thumbnail(file.get()).empty();
 }
 
 std::vector<std::string> Server::reports() const

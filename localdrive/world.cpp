@@ -71,6 +71,7 @@ World::World(Options serverOptions)
     , tokens(clock)
     , logins(clock, options.qrCodeLifetime, options.autoLogin,
              static_cast<int>(options.accounts.size()))
+    , media(options.stateDir + "/media")
     , pageCap(options.pageCap)
 {
     urls.setLongestLife(options.urlLifetime);

@@ -10,12 +10,15 @@
 #include "drive.h"
 #include "faults.h"
 #include "login_sessions.h"
+#include "media_store.h"
 #include "request_log.h"
 #include "server.h"
 #include "signed_urls.h"
 #include "token_store.h"
 
 namespace localdrive {
+
+constexpr char DomainId[] = "localdrive";
 
 struct Account
 {
@@ -52,6 +55,7 @@ struct World
     LoginSessions logins;
     Faults faults;
     RequestLog log;
+    MediaStore media;
     std::vector<std::unique_ptr<Account>> accounts;
     std::atomic<int> pageCap;
     std::string baseUrl; ///< Set once, before the first request.

@@ -1,12 +1,14 @@
+#include "content.h"
+
+#include <algorithm>
 #include <array>
 #include <memory>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "api_error.h"
 #include "byte_range.h"
-#include "file_kinds.h"
-#include "routes.h"
 
 namespace localdrive {
 namespace {
@@ -36,6 +38,8 @@ RangeVerdict wantedRange(const httplib::Request &request, const std::string &tag
         return RangeVerdict::Whole;
     return readRange(request.get_header_value("Range"), size, range);
 }
+
+} // namespace
 
 void sendFile(const Call &call, UniqueFd opened, const std::string &contentType)
 {
@@ -73,27 +77,18 @@ void sendFile(const Call &call, UniqueFd opened, const std::string &contentType)
         });
 }
 
-void download(World &world, Call &call)
+UniqueFd openMade(const std::string &path)
 {
-    Account &account = world.accountOfDrive(call.captures.at(0));
-    world.log.setAccount(call.logNumber, account.number);
-    const Node node = account.drive.node(call.captures.at(1));
-    sendFile(call, account.drive.openFile(node), contentTypeOf(node.name()));
+    return UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
-} // namespace
-
-std::vector<Route> contentRoutes(World &world)
+Route signedRoute(World &world, const char *path, void (*operation)(World &, Call &))
 {
-    const auto checked = [&world](void (*operation)(World &, Call &)) {
-        return [&world, operation](Call &call) {
-            world.urls.check(call.request.path, call.param("x-expires"), call.param("x-signature"));
-            operation(world, call);
-        };
-    };
-    return {
-        {"GET", "/download/([^/]+)/([^/]+)/[^/]*", Access::Open, checked(download)},
-    };
+    return {"GET", path, Access::Open, [&world, operation](Call &call) {
+                world.urls.check(call.request.path, call.param("x-expires"),
+                                 call.param("x-signature"));
+                operation(world, call);
+            }};
 }
 
 } // namespace localdrive
