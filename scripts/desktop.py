@@ -73,6 +73,11 @@ class Area:
                 yield self.y + y, self.x + x // 3
 
 
+def screen():
+    width, height = map(int, xdotool("getdisplaygeometry").split())
+    return Area(0, 0, width, height)
+
+
 @dataclass(frozen=True)
 class Window:
     id: str
