@@ -1,7 +1,6 @@
 #pragma once
 
 #include <iterator>
-#include <utility>
 
 #include "db/dq/dq_model.h"
 #include "db/dq/dq_shared_list.h"

@@ -1,8 +1,38 @@
 #include "db/dq/dq_shared_list.h"
 
+#include <utility>
+#include <vector>
+
+#include <QSharedData>
 #include <QtDebug>
 
 #include "db/dq/dq_model.h"
+
+class DQSharedListPriv final : public QSharedData
+{
+public:
+    std::vector<std::shared_ptr<const DQModel>> records;
+};
+
+DQSharedList::DQSharedList() : d(new DQSharedListPriv) {}
+DQSharedList::DQSharedList(const DQSharedList &) = default;
+DQSharedList &DQSharedList::operator=(const DQSharedList &) = default;
+DQSharedList::~DQSharedList() = default;
+
+int DQSharedList::size() const
+{
+    return static_cast<int>(d->records.size());
+}
+
+void DQSharedList::clear()
+{
+    d->records.clear();
+}
+
+const DQModel &DQSharedList::record(int index) const
+{
+    return *d->records.at(static_cast<size_t>(index));
+}
 
 std::shared_ptr<DQModel> DQSharedList::copyOf(int index) const
 {
@@ -12,6 +42,11 @@ std::shared_ptr<DQModel> DQSharedList::copyOf(int index) const
     for (int i = 0; i < info.size(); ++i)
         info.field(*copy, i).set(info.field(original, i).get());
     return copy;
+}
+
+void DQSharedList::append(std::shared_ptr<const DQModel> record)
+{
+    d->records.push_back(std::move(record));
 }
 
 void DQSharedList::warnCanNotConvert(const DQModel &record, const QString &wanted)
