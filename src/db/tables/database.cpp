@@ -1,8 +1,10 @@
 #include "db/tables/database.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlDatabase>
 #include <QSqlError>
+#include <QUrl>
 #include <QtDebug>
 
 #include "app/environment/data_dir.h"
@@ -15,7 +17,7 @@ namespace {
 Database *g_database = nullptr;
 
 /// How long a write waits for another process before it fails; the window stands still meanwhile.
-const QString kConnectOptions = QStringLiteral("QSQLITE_BUSY_TIMEOUT=3000");
+constexpr int kBusyMilliseconds = 3000;
 
 /// SQLite gives the files that it makes beside the database the permissions of the database, so
 /// the database itself has to be there, and closed to others, before SQLite opens it. Files left
@@ -30,6 +32,27 @@ void restrictDatabaseFiles(const QString &filePath)
         if (QFile::exists(path))
             restrictToOwner(path, QFile::ReadOwner | QFile::WriteOwner);
     }
+}
+
+/// Whether there is a database to read but no place beside it for SQLite's own files, without
+/// which a database with a write-ahead log can be opened only as one that nobody changes.
+bool isReadOnly(const QString &filePath)
+{
+    const QFileInfo file(filePath);
+    return file.exists() && !QFileInfo(file.absolutePath()).isWritable();
+}
+
+QSqlDatabase describe(const QString &filePath)
+{
+    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    database.setDatabaseName(filePath);
+    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(kBusyMilliseconds));
+    if (isReadOnly(filePath)) {
+        const QString uri = QUrl::fromLocalFile(filePath).toString(QUrl::FullyEncoded);
+        database.setDatabaseName(uri + QStringLiteral("?immutable=1"));
+        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"));
+    }
+    return database;
 }
 
 } // namespace
@@ -51,9 +74,7 @@ Database::~Database()
 void Database::open(const QString &filePath)
 {
     restrictDatabaseFiles(filePath);
-    QSqlDatabase file = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    file.setDatabaseName(filePath);
-    file.setConnectOptions(kConnectOptions);
+    QSqlDatabase file = describe(filePath);
     if (!file.open())
         qWarning().noquote() << QStringLiteral("Can not open the database %1 : %2")
                                     .arg(filePath, file.lastError().text());
@@ -61,7 +82,8 @@ void Database::open(const QString &filePath)
         return;
     // A write-ahead log needs one synchronisation per write instead of four, and a reader in
     // another process does not keep a writer waiting.
-    m_connection.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
+    if (!isReadOnly(filePath))
+        m_connection.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
     m_connection.exec(QStringLiteral("PRAGMA synchronous=FULL"));
     m_connection.addModel(dqMetaInfo<PlayHistory>());
     m_connection.addModel(dqMetaInfo<FolderSetting>());

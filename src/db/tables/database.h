@@ -22,7 +22,7 @@ public:
 
     void close();
 
-    [[nodiscard]] bool isOpen() const { return m_connection.isOpen(); }
+    [[nodiscard]] bool isOpen() const { return m_connection.database().isOpen(); }
     [[nodiscard]] const DQConnection &connection() const { return m_connection; }
 
 private:
