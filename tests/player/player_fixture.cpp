@@ -1,0 +1,210 @@
+#include "player/player_fixture.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLabel>
+#include <QMenu>
+#include <QScreen>
+#include <QToolButton>
+#include <QWindow>
+#include <QtTest>
+
+#include "db/tables/operations.h"
+#include "player/mpv_widget.h"
+#include "player/player_window.h"
+
+namespace {
+
+// Where a clip of this make lies on the disk.
+QString madeClip(const QString &suffix, const clips::Clip &clip)
+{
+    static QTemporaryDir folder;
+    static QMap<QString, QString> made;
+    const QString key =
+        QStringLiteral("%1 %2 %3 %4 %5 %6")
+            .arg(suffix)
+            .arg(clip.seconds)
+            .arg(clip.width)
+            .arg(clip.height)
+            .arg(clip.inputs.join(QLatin1Char(' ')), clip.outputs.join(QLatin1Char(' ')));
+    if (!made.contains(key)) {
+        const QString path =
+            folder.filePath(QString::number(made.size()) + QLatin1Char('.') + suffix);
+        if (!clips::make(path, clip))
+            qFatal("no clip could be made");
+        made.insert(key, path);
+    }
+    return made.value(key);
+}
+
+QString folderOf(const QString &path)
+{
+    return path.section(QLatin1Char('/'), 0, -2);
+}
+
+} // namespace
+
+PlayerFixture::PlayerFixture() : m_user(m_drive.logIn()), m_host(std::make_unique<PlayerHost>()) {}
+
+PlayerFixture::~PlayerFixture()
+{
+    m_host.reset();
+}
+
+void PlayerFixture::addClip(const QString &path, const clips::Clip &clip)
+{
+    const QDir root(QString::fromStdString(server().rootPath()));
+    root.mkpath(folderOf(path));
+    const QString suffix = QFileInfo(path).suffix();
+    if (!QFile::copy(madeClip(suffix, clip), root.filePath(path)))
+        qFatal("the clip could not be put on the drive");
+    m_videos.append(path);
+}
+
+void PlayerFixture::addFile(const QString &path, const QByteArray &content)
+{
+    const QDir root(QString::fromStdString(server().rootPath()));
+    root.mkpath(folderOf(path));
+    server().makeFile(path.toStdString(), content.toStdString());
+}
+
+void PlayerFixture::setPlayInfo(const QByteArray &reply)
+{
+    localdrive::Fault fault;
+    fault.path = "getVideoPreviewPlayInfo";
+    fault.count = -1;
+    fault.status = 200;
+    fault.body = reply.toStdString();
+    server().addFault(fault);
+}
+
+FileItem PlayerFixture::item(const QString &path)
+{
+    FileItem item;
+    item.file_id = QString::fromStdString(server().fileId(path.toStdString()));
+    const std::string folder = folderOf(path).toStdString();
+    item.parent_file_id =
+        folder.empty() ? QStringLiteral("root") : QString::fromStdString(server().fileId(folder));
+    item.drive_id = QString::fromStdString(server().driveId());
+    item.name = path.section(QLatin1Char('/'), -1);
+    return item;
+}
+
+PlayRequest PlayerFixture::request(const QString &path)
+{
+    PlayRequest request;
+    request.user = m_user;
+    request.file = item(path);
+    for (const QString &video : qAsConst(m_videos)) {
+        if (folderOf(video) == folderOf(path))
+            request.videos.append(item(video));
+    }
+    if (!loadPlayHistory(request.file.file_id, request.history)) {
+        request.history.fileId = request.file.file_id;
+        request.history.parentFileId = request.file.parent_file_id;
+        request.history.userId = m_user.userId.value();
+        request.history.name = request.file.name;
+    }
+    return request;
+}
+
+void PlayerFixture::open(const QString &path)
+{
+    m_host->open(request(path));
+}
+
+PlayHistory PlayerFixture::storedHistory(const QString &path)
+{
+    PlayHistory history;
+    (void)loadPlayHistory(item(path).file_id, history);
+    return history;
+}
+
+void PlayerFixture::storePosition(const QString &path, int position, int duration)
+{
+    PlayHistory history = request(path).history;
+    history.playPosition = position;
+    history.duration = duration;
+    savePlayHistory(history);
+}
+
+MpvPlayerWindow *PlayerFixture::window() const
+{
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (auto *player = qobject_cast<MpvPlayerWindow *>(widget))
+            return player;
+    }
+    return nullptr;
+}
+
+MpvWidget *PlayerFixture::mpv() const
+{
+    return window() ? window()->findChild<MpvWidget *>() : nullptr;
+}
+
+QWidget *PlayerFixture::part(const QString &objectName) const
+{
+    return window() ? window()->findChild<QWidget *>(objectName) : nullptr;
+}
+
+QString PlayerFixture::timeText() const
+{
+    const auto *label = qobject_cast<QLabel *>(part(QStringLiteral("timeLabel")));
+    return label ? label->text() : QString();
+}
+
+QStringList PlayerFixture::menuTexts(const QString &button) const
+{
+    QStringList texts;
+    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
+    for (const QAction *action : menu ? menu->actions() : QList<QAction *>()) {
+        if (!action->isSeparator())
+            texts.append(action->text());
+    }
+    return texts;
+}
+
+QString PlayerFixture::checkedText(const QString &button) const
+{
+    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
+    for (const QAction *action : menu ? menu->actions() : QList<QAction *>()) {
+        if (action->isChecked())
+            return action->text();
+    }
+    return {};
+}
+
+bool PlayerFixture::choose(const QString &button, const QString &text)
+{
+    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
+    for (QAction *action : menu ? menu->actions() : QList<QAction *>()) {
+        if (action->text() == text && action->isEnabled()) {
+            action->trigger();
+            return true;
+        }
+    }
+    return false;
+}
+
+int PlayerFixture::secondShown() const
+{
+    const MpvWidget *video = mpv();
+    if (!video)
+        return -1;
+    const QPoint corner = video->mapTo(window(), QPoint(0, 0));
+    const QImage screen = window()->screen()->grabWindow(window()->winId()).toImage();
+    return clips::secondShown(screen.copy(QRect(corner, video->size())));
+}
+
+int PlayerFixture::secondLabelled() const
+{
+    const QTime time =
+        QTime::fromString(timeText().section(QLatin1Char('/'), 0, 0), QStringLiteral("hh:mm:ss"));
+    return QTime(0, 0).secsTo(time);
+}
+
+bool PlayerFixture::hasReached(int second) const
+{
+    return window() && secondLabelled() >= second;
+}
