@@ -53,7 +53,7 @@ struct Rejection
 void repeatOrFail(const ApiRequest &request, Rejection rejection, bool renewed)
 {
     if (renewed && repeatableFor(request.userId)) {
-        callFail(request, rejection.error, rejection.code);
+        rejection.http.repeat();
     } else {
         callFail(request, rejection.error, rejection.code);
     }

@@ -25,7 +25,8 @@ AccessTokenResp requestTokens(const QString &refreshToken)
 {
     QUrlQuery query;
     query.addQueryItem(QStringLiteral("refreshToken"), encoded(refreshToken));
-    query.addQueryItem(QStringLiteral("alphaTestNum"), QString());
+    // Not null: a null value would leave out the equals sign.
+    query.addQueryItem(QStringLiteral("alphaTestNum"), QStringLiteral(""));
     QUrl url(endpoints().backend + QStringLiteral("/app/oauth/accessToken"));
     url.setQuery(query);
     QNetworkRequest request(url);
