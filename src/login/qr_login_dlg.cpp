@@ -20,6 +20,8 @@
 namespace {
 
 constexpr int pollInterval = 1000;
+// Not null: a null value would leave out the equals sign.
+const QString emptyValue = QStringLiteral("");
 
 enum class AfterPoll { PollAgain, ExchangeCode, RequestCode };
 
@@ -132,7 +134,7 @@ auto QRLoginDlg::unlessDestroyed(const char *step, Handler handler)
 void QRLoginDlg::refreshQRCode()
 {
     HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
-        .param(QStringLiteral("alphaTestNum"), QString())
+        .param(QStringLiteral("alphaTestNum"), emptyValue)
         .success(unlessDestroyed(
             "refreshQRCode",
             [](QRLoginDlg *dialog, const QString &reply) { dialog->handleQrCode(reply); }))
@@ -225,7 +227,7 @@ void QRLoginDlg::handleStatus(const QString &reply)
 void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
 {
     HttpClient(endpoints().backend + QStringLiteral("/app/oauth/accessToken"))
-        .param(QStringLiteral("alphaTestNum"), QString())
+        .param(QStringLiteral("alphaTestNum"), emptyValue)
         .param(QStringLiteral("authCode"), scan.authCode)
         .success(unlessDestroyed(
             "getAccessToken",
