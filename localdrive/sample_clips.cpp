@@ -39,9 +39,20 @@ std::string clockText(int seconds)
     return buffer.data();
 }
 
-std::string tint(const char *colour, const std::string &when)
+std::string plain(const Clip &clip, const char *colour, int seconds)
 {
-    return std::string(",drawbox=c=") + colour + ":t=fill:enable='" + when + "'";
+    return std::string("color=c=") + colour + ":s=" + text(clip.width) + 'x' + text(clip.height) +
+           ":r=" + text(clip.framesPerSecond) + ":d=" + text(seconds);
+}
+
+/// Intro and outro have colours of their own, which one recognises at a glance.
+std::string background(const Clip &clip)
+{
+    if (!clip.isEpisode)
+        return plain(clip, clip.colour, clip.seconds);
+    return plain(clip, "0x1f3f8f", IntroSeconds) + "[intro];" +
+           plain(clip, clip.colour, clip.seconds - IntroSeconds - OutroSeconds) + "[story];" +
+           plain(clip, "0x8f1f2f", OutroSeconds) + "[outro];[intro][story][outro]concat=n=3";
 }
 
 std::string mark(const char *label, const std::string &when)
@@ -50,15 +61,12 @@ std::string mark(const char *label, const std::string &when)
            "':fontsize=h/8:fontcolor=white:x=(w-tw)/2:y=h*5/8:enable='" + when + "'";
 }
 
-/// Intro and outro, which one must recognise at a glance.
-std::string sections(const Clip &clip)
+std::string sectionMarks(const Clip &clip)
 {
     if (!clip.isEpisode)
         return {};
-    const std::string intro = "lt(t," + text(IntroSeconds) + ")";
-    const std::string outro = "gte(t," + text(clip.seconds - OutroSeconds) + ")";
-    return tint("0x1f3f8f", intro) + tint("0x8f1f2f", outro) + mark("片头", intro) +
-           mark("片尾", outro);
+    return mark("片头", "lt(t," + text(IntroSeconds) + ")") +
+           mark("片尾", "gte(t," + text(clip.seconds - OutroSeconds) + ")");
 }
 
 /// The whole second as cells that a program reads from a picture.
@@ -75,7 +83,7 @@ std::string timeCells()
 
 std::string picture(const Clip &clip, const fs::path &nameFile)
 {
-    return "format=yuv420p" + sections(clip) + ",drawtext=font='" + TextFont + "':textfile='" +
+    return "format=yuv420p" + sectionMarks(clip) + ",drawtext=font='" + TextFont + "':textfile='" +
            nameFile.string() + "':expansion=none:fontsize=h/18:fontcolor=white:x=h/30:y=h/30" +
            ",drawtext=font='" + DigitFont +
            "':text='%{pts\\:hms}':fontsize=h/6:fontcolor=white:x=(w-tw)/2:y=h*3/8" + timeCells();
@@ -106,8 +114,8 @@ void addLanguages(std::vector<std::string> &command, const Clip &clip, const fs:
 const std::vector<Clip> &sampleClips()
 {
     static const std::vector<Clip> clips = {
-        {"1/示例剧集/第01集 启程.mkv", 1920, 1080, 25, 66, "0x24503c", Tracks::Languages, true},
-        {"1/示例剧集/第02集 远山.mkv", 1920, 1080, 25, 63, "0x4f4a22", Tracks::Languages, true},
+        {"1/示例剧集/第01集 启程.mkv", 1920, 1080, 25, 62, "0x24503c", Tracks::Languages, true},
+        {"1/示例剧集/第02集 远山.mkv", 1920, 1080, 25, 61, "0x4f4a22", Tracks::Languages, true},
         {"1/示例剧集/第03集 归途.mkv", 1920, 1080, 25, 60, "0x4b2a50", Tracks::Languages, true},
         {"1/电影/二十分钟长片.mp4", 960, 540, 4, 1200, "0x303a46"},
         {"1/4K 样片/4K 演示.mkv", 3840, 2160, 25, 4, "0x2a4a5f"},
@@ -138,17 +146,32 @@ std::vector<std::string> clipCommand(const Clip &clip, const std::string &workFo
     const fs::path nameFile = fs::path(workFolder) / "name.txt";
     writeFile(nameFile, fs::path(clip.path).stem().string());
     std::vector<std::string> command = {"ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "lavfi"};
-    append(command, {"-i", std::string("color=c=") + clip.colour + ":s=" + text(clip.width) + 'x' +
-                               text(clip.height) + ":r=" + text(clip.framesPerSecond) +
-                               ":d=" + text(clip.seconds)});
+    append(command, {"-i", background(clip)});
     append(command, tone(440, clip.seconds));
     if (clip.tracks == Tracks::Languages)
         addLanguages(command, clip, workFolder);
     else
         append(command, {"-map", "0:v", "-map", "1:a"});
-    append(command, {"-vf", picture(clip, nameFile), "-c:v", "libx264", "-preset", "ultrafast",
-                     "-crf", "32", "-g", text(clip.framesPerSecond * KeyframeSeconds), "-c:a",
-                     "aac", "-b:a", "48k", "-ac", "1", "-map_metadata", "-1"});
+    append(command, {"-vf",
+                     picture(clip, nameFile),
+                     "-c:v",
+                     "libx264",
+                     "-preset",
+                     "ultrafast",
+                     "-crf",
+                     "32",
+                     "-g",
+                     text(clip.framesPerSecond * KeyframeSeconds),
+                     "-c:a",
+                     "aac",
+                     "-aac_coder",
+                     "fast",
+                     "-b:a",
+                     "48k",
+                     "-ac",
+                     "1",
+                     "-map_metadata",
+                     "-1"});
     command.push_back(target);
     return command;
 }

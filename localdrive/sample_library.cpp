@@ -133,7 +133,7 @@ private:
         for (const TextFile &file : TextFiles)
             makeText(file.path, file.content);
         makeText("1/各种名字/" + veryLongName(), "long\n");
-        makeText("1/示例剧集/第01集 启程.srt", subtitleText("外挂字幕", 66));
+        makeText("1/示例剧集/第01集 启程.srt", subtitleText("外挂字幕", 62));
         makeText("1/示例剧集/花絮.ass", MatchingScript);
         for (int number = 1; number <= SmallFileCount; ++number) {
             std::array<char, 64> name{};

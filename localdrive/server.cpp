@@ -57,8 +57,8 @@ void complete(AccountOptions &account, std::size_t number, const fs::path &scrat
 std::vector<Route> allRoutes(World &world)
 {
     std::vector<Route> routes;
-    for (auto *part :
-         {&loginRoutes, &backendRoutes, &userRoutes, &fileRoutes, &playRoutes, &downloadRoutes}) {
+    for (auto *part : {&controlRoutes, &loginRoutes, &backendRoutes, &userRoutes, &fileRoutes,
+                       &playRoutes, &downloadRoutes}) {
         for (Route &route : part(world))
             routes.push_back(std::move(route));
     }
