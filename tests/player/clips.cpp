@@ -8,12 +8,16 @@ namespace clips {
 
 bool make(const QString &path, const Clip &clip)
 {
-    const QString source =
-        QStringLiteral("color=black:size=%1x%2:rate=25:duration=%3,"
-                       "geq=lum='if(mod(floor(T/pow(2,floor(X*8/W))),2),235,60)':cb=128:cr=128")
-            .arg(clip.width)
-            .arg(clip.height)
-            .arg(clip.seconds);
+    QString source = QStringLiteral("color=0x404040:size=%1x%2:rate=25:duration=%3")
+                         .arg(clip.width)
+                         .arg(clip.height)
+                         .arg(clip.seconds);
+    for (int stripe = 0; stripe < 8; ++stripe) {
+        source += QStringLiteral(",drawbox=x=%1*iw/8:w=iw/8:h=ih:t=fill:color=0xe8e8e8:"
+                                 "enable='mod(floor((t+0.001)/%2),2)'")
+                      .arg(stripe)
+                      .arg(1 << stripe);
+    }
     QStringList arguments{QStringLiteral("-v"),
                           QStringLiteral("error"),
                           QStringLiteral("-y"),
