@@ -2,6 +2,8 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QShowEvent>
+#include <QToolButton>
 
 namespace {
 
@@ -12,6 +14,11 @@ constexpr int anchorGap = 4;
 CustomPopUpMenu::CustomPopUpMenu(QWidget *parent) : QMenu(parent) {}
 
 void CustomPopUpMenu::popUpAt(const QWidget *anchor)
+{
+    popup(placeAt(anchor));
+}
+
+QPoint CustomPopUpMenu::placeAt(const QWidget *anchor) const
 {
     const QRect button(anchor->mapToGlobal(QPoint(0, 0)), anchor->size());
     const QScreen *buttonScreen = QGuiApplication::screenAt(button.center());
@@ -24,5 +31,14 @@ void CustomPopUpMenu::popUpAt(const QWidget *anchor)
         place.moveTop(button.bottom() + anchorGap);
     }
     place.moveLeft(qBound(area.left(), place.left(), area.right() - place.width()));
-    popup(place.topLeft());
+    return place.topLeft();
+}
+
+void CustomPopUpMenu::showEvent(QShowEvent *event)
+{
+    QMenu::showEvent(event);
+    const auto *button = qobject_cast<QToolButton *>(parentWidget());
+    if (button != nullptr && button->menu() == this) {
+        move(placeAt(button));
+    }
 }

@@ -168,7 +168,11 @@ void WindowFrame::placeTitleBar()
     const int side = resizable() ? gripWidth : border;
     const int barHeight = framed() && m_titleBarVisible ? titleBarHeight : 0;
     m_window->setContentsMargins(side, qMax(border + barHeight, side), side, side);
-    m_titleBar->setVisible(barHeight > 0);
+    // Showing it polishes it, which in the window's constructor would be too early: the skin
+    // would take the window for its base class.
+    if (barHeight == 0 || m_titleBar->testAttribute(Qt::WA_WState_ExplicitShowHide)) {
+        m_titleBar->setVisible(barHeight > 0);
+    }
     m_titleBar->setGeometry(border, border, m_window->width() - 2 * border, titleBarHeight);
     m_titleBar->raise();
 }
