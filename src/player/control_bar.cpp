@@ -11,6 +11,7 @@
 
 #include "app/environment/formatting.h"
 #include "player/volume_level.h"
+#include "ui/widgets/custom_pop_up_menu.h"
 #include "ui_control_bar.h"
 
 namespace {
@@ -53,7 +54,7 @@ void ControlBar::forwardClicks()
 
 void ControlBar::makeVolumeMenu()
 {
-    auto *menu = new QMenu(m_ui->volume);
+    auto *menu = new CustomPopUpMenu(m_ui->volume);
     m_volumeSlider = new QSlider(Qt::Horizontal);
     m_volumeSlider->setObjectName(QStringLiteral("volumeSlider"));
     m_volumeSlider->setRange(0, highestVolume);
@@ -155,7 +156,7 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
     }
     if (entries.isEmpty())
         return;
-    auto *menu = new QMenu(button);
+    auto *menu = new CustomPopUpMenu(button);
     for (const MenuEntry &entry : entries) {
         if (entry.beginsGroup)
             menu->addSeparator();

@@ -28,8 +28,8 @@ int playableWithId(const QList<QualityEntry> &entries, const QString &id)
 
 QString QualityEntry::text() const
 {
-    const QString suffix = id == sourceQualityId() ? sourceSizeSuffix(width, height) : QString();
-    return qualityPlayerText(id) + suffix;
+    const bool isMeasuredSource = id == sourceQualityId() && width > 0 && height > 0;
+    return qualityPlayerText(id) + (isMeasuredSource ? sourceSizeSuffix(width, height) : QString());
 }
 
 int choosePlayable(const QList<QualityEntry> &entries, const QString &wanted)

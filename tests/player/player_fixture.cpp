@@ -43,6 +43,16 @@ QString folderOf(const QString &path)
     return path.section(QLatin1Char('/'), 0, -2);
 }
 
+// Where the picture of a clip of 16:9 lies in the video, on the screen.
+QRect pictureOf(const MpvWidget &video)
+{
+    const QSize size = QSize(16, 9).scaled(video.size(), Qt::KeepAspectRatio);
+    QRect picture(QPoint(0, 0), size);
+    picture.moveCenter(video.rect().center());
+    picture.moveTopLeft(video.mapToGlobal(picture.topLeft()));
+    return picture;
+}
+
 } // namespace
 
 PlayerFixture::PlayerFixture() : m_user(m_drive.logIn()), m_host(std::make_unique<PlayerHost>()) {}
@@ -192,9 +202,9 @@ int PlayerFixture::secondShown() const
     const MpvWidget *video = mpv();
     if (!video)
         return -1;
-    const QPoint corner = video->mapTo(window(), QPoint(0, 0));
-    const QImage screen = window()->screen()->grabWindow(window()->winId()).toImage();
-    return clips::secondShown(screen.copy(QRect(corner, video->size())));
+    // What the user sees, whatever the window's surface is at the moment.
+    const QImage screen = QGuiApplication::primaryScreen()->grabWindow(0).toImage();
+    return clips::secondShown(screen.copy(pictureOf(*video)));
 }
 
 int PlayerFixture::secondLabelled() const

@@ -315,6 +315,7 @@ void TestPlayerDecisions::labelsQualities_data()
     row("OrgHD", 3840, 2160, QStringLiteral("原画(4K)"));
     row("OrgHD", 3839, 2160, QStringLiteral("原画(3839x2160)"));
     row("OrgHD", 1920, 1080, QStringLiteral("原画(1920x1080)"));
+    row("OrgHD", 0, 0, QStringLiteral("原画"));
     row("QHD", 2560, 1440, QStringLiteral("超清 1440p"));
     row("FHD", 1920, 1080, QStringLiteral("全高清 1080p"));
     row("HD", 1280, 720, QStringLiteral("高清 720p"));
