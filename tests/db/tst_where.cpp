@@ -146,11 +146,13 @@ void TestWhere::rendersAndSelects()
     QVERIFY(memory.create<Film>());
     addFilms();
 
-    QVariantMap bindings;
+    DQBindings bindings;
     QTEST(where.toSql(bindings), "sql");
     QCOMPARE(bindings.size(), values.size());
-    for (int i = 0; i < values.size(); ++i)
-        QCOMPARE(bindings.value(QStringLiteral(":arg%1").arg(i)), values.at(i));
+    for (int i = 0; i < values.size(); ++i) {
+        QCOMPARE(bindings.at(i).placeholder, QStringLiteral(":arg%1").arg(i));
+        QCOMPARE(bindings.at(i).value, values.at(i));
+    }
     QTEST(where.toString(), "message");
     QTEST(yearsFound(where), "years");
 }
@@ -198,7 +200,7 @@ void TestWhere::columnsOfAModelAreTyped()
 {
     static_assert(!std::is_invocable_v<std::equal_to<>, DQColumn<int>, QString>);
     static_assert(!std::is_invocable_v<std::equal_to<>, DQColumn<QString>, int>);
-    QVariantMap bindings;
+    DQBindings bindings;
     const DQWhere where = dqColumn(&Film::year).between(1920, 1929) &&
                           dqColumn(&Film::title).in({QStringLiteral("M"), QStringLiteral("N")}) &&
                           dqColumn(&Film::id) > 5;

@@ -135,12 +135,12 @@ QSqlQuery DQConnection::newQuery() const
     return query;
 }
 
-bool DQConnection::run(QSqlQuery &query, const QString &sql, const QVariantMap &bindings)
+bool DQConnection::run(QSqlQuery &query, const QString &sql, const DQBindings &bindings)
 {
     bool done = query.prepare(sql);
     if (done) {
-        for (auto it = bindings.begin(); it != bindings.end(); ++it)
-            query.bindValue(it.key(), dqToSql(it.value()));
+        for (const DQBinding &binding : bindings)
+            query.bindValue(binding.placeholder, dqToSql(binding.value));
         done = query.exec();
     }
     const QMutexLocker lock(&d->mutex);
@@ -148,7 +148,7 @@ bool DQConnection::run(QSqlQuery &query, const QString &sql, const QVariantMap &
     return done;
 }
 
-bool DQConnection::exec(QSqlQuery &query, const QString &sql, const QVariantMap &bindings)
+bool DQConnection::exec(QSqlQuery &query, const QString &sql, const DQBindings &bindings)
 {
     if (run(query, sql, bindings))
         return true;

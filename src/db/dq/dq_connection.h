@@ -4,7 +4,8 @@
 
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QVariant>
+
+#include "db/dq/dq_bindings.h"
 
 class DQConnectionPriv;
 class DQModelMetaInfo;
@@ -51,7 +52,7 @@ public:
 
     /// Prepares `sql`, binds each value under its placeholder and executes. False, with warnings
     /// that give the text and the reason (never a value), when that fails.
-    bool exec(QSqlQuery &query, const QString &sql, const QVariantMap &bindings = {});
+    bool exec(QSqlQuery &query, const QString &sql, const DQBindings &bindings = {});
     bool exec(const QString &sql);
 
     /// A query of this connection that is not yet prepared.
@@ -63,7 +64,7 @@ private:
 
     explicit DQConnection(std::shared_ptr<DQConnectionPriv> block);
 
-    bool run(QSqlQuery &query, const QString &sql, const QVariantMap &bindings);
+    bool run(QSqlQuery &query, const QString &sql, const DQBindings &bindings);
     [[nodiscard]] bool hasTable(const DQModelMetaInfo &model);
     [[nodiscard]] bool createTable(const DQModelMetaInfo &model);
 

@@ -9,19 +9,28 @@
 
 namespace {
 
-/// The columns that a save writes; see DQModel::save().
-QStringList columnsToSave(const DQModel &record, bool forceInsert, bool forAllField)
+/// The columns that a save writes and their values; see DQModel::save().
+struct Row
 {
-    const DQModelMetaInfo &info = *record.metaInfo();
-    if (forAllField)
-        return info.fieldNames();
     QStringList columns;
+    DQBindings bindings;
+};
+
+Row rowToSave(const DQModel &record, const DQModelMetaInfo &info, bool forceInsert,
+              bool forAllField)
+{
+    Row row;
+    row.columns.reserve(info.size());
+    row.bindings.reserve(info.size());
     for (int i = 0; i < info.size(); ++i) {
         const DQBaseField &field = info.field(record, i);
-        if (!field.isNull() && !(forceInsert && &field == &record.id))
-            columns.append(info.at(i).name);
+        const bool isLeftOut = field.isNull() || (forceInsert && &field == &record.id);
+        if (isLeftOut && !forAllField)
+            continue;
+        row.columns.append(info.at(i).name);
+        row.bindings.append({info.at(i).placeholder, field.get()});
     }
-    return columns;
+    return row;
 }
 
 } // namespace
@@ -56,12 +65,10 @@ bool DQModel::save(bool forceInsert, bool forAllField)
     DQConnection connection = info.connection();
     if (!connection.isOpen())
         return false;
-    const QStringList columns = columnsToSave(*this, forceInsert, forAllField);
-    QVariantMap bindings;
-    for (const QString &column : columns)
-        bindings.insert(QLatin1Char(':') + column, info.value(*this, column));
+    const Row row = rowToSave(*this, info, forceInsert, forAllField);
     QSqlQuery query = connection.newQuery();
-    if (!connection.exec(query, connection.statement().replaceInto(info, columns), bindings))
+    const QString sql = connection.statement().replaceInto(info, row.columns);
+    if (!connection.exec(query, sql, row.bindings))
         return false;
     const int key = query.lastInsertId().toInt();
     if ((forceInsert || id.isNull()) && id.value() != key)

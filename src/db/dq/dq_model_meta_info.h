@@ -22,6 +22,7 @@ class DQSharedList;
 struct DQFieldInfo
 {
     QString name;
+    QString placeholder;       // ":" and the name
     std::ptrdiff_t offset = 0; // of the DQBaseField, in bytes from the record's DQModel
     int type = QMetaType::UnknownType;
     DQClauseMap clause;

@@ -1,5 +1,6 @@
 #include "db/dq/dq_query.h"
 
+#include <optional>
 #include <utility>
 
 #include <QSharedData>
@@ -17,7 +18,7 @@ class DQQueryPriv final : public QSharedData
 {
 public:
     DQQueryPriv(const DQModelMetaInfo *metaInfo, DQConnection on)
-        : connection(std::move(on)), model(metaInfo), query(connection.newQuery())
+        : connection(std::move(on)), model(metaInfo)
     {
     }
 
@@ -32,24 +33,29 @@ public:
         , limit(other.limit)
         , functionName(other.functionName)
         , fieldNames(other.fieldNames)
-        , query(connection.newQuery())
     {
     }
     DQQueryPriv &operator=(const DQQueryPriv &) = delete;
 
     // The connection keeps the last query, which must not keep the database locked.
-    ~DQQueryPriv() { query.finish(); }
+    ~DQQueryPriv() { finish(); }
+
+    void finish()
+    {
+        if (query)
+            query->finish();
+    }
 
     DQConnection connection;
     const DQModelMetaInfo *model = nullptr;
     DQWhere where;
     QString whereSql;
-    QVariantMap bindings;
+    DQBindings bindings;
     QStringList orderBy;
     int limit = 0;
     QString functionName;
     QStringList fieldNames;
-    QSqlQuery query;
+    std::optional<QSqlQuery> query; // once executed
 
     // The result's column of each field of a model, -1 for none; found once per execution.
     mutable const DQModelMetaInfo *columnsModel = nullptr;
@@ -116,24 +122,27 @@ DQQuery &DQQuery::resultFunction(const QString &name)
 
 bool DQQuery::exec()
 {
-    d->query = d->connection.newQuery();
+    d->finish();
     d->columnsModel = nullptr;
-    return d->connection.isOpen() &&
-           d->connection.exec(d->query, d->connection.statement().select(*this), d->bindings);
+    if (!d->connection.isOpen())
+        return false;
+    d->query = d->connection.newQuery();
+    const QString sql = d->connection.statement().select(*this);
+    return d->connection.exec(*d->query, sql, d->bindings);
 }
 
 bool DQQuery::next()
 {
-    return d->query.next();
+    return d->query && d->query->next();
 }
 
 bool DQQuery::recordTo(DQModel &record) const
 {
-    if (!d->query.isValid())
+    if (!d->query || !d->query->isValid())
         return false;
     const DQModelMetaInfo *model = record.metaInfo();
     if (d->columnsModel != model) {
-        d->columns = columnsOf(*model, d->query.record());
+        d->columns = columnsOf(*model, d->query->record());
         d->columnsModel = model;
     }
     for (int i = 0; i < model->size(); ++i) {
@@ -141,7 +150,7 @@ bool DQQuery::recordTo(DQModel &record) const
         if (column < 0)
             continue;
         DQBaseField &field = model->field(record, i);
-        if (!field.set(d->query.value(column)))
+        if (!field.set(d->query->value(column)))
             field.clear();
     }
     return true;
@@ -149,12 +158,12 @@ bool DQQuery::recordTo(DQModel &record) const
 
 QVariant DQQuery::value(int column) const
 {
-    return d->query.value(column);
+    return d->query ? d->query->value(column) : QVariant();
 }
 
 void DQQuery::finish()
 {
-    d->query.finish();
+    d->finish();
 }
 
 DQSharedList DQQuery::call()

@@ -6,9 +6,10 @@
 
 namespace {
 
-QString joinWithBlanks(const QStringList &parts)
+/// With a leading blank; empty without a condition.
+QString whereClause(const DQQuery &query)
 {
-    return parts.join(QLatin1Char(' '));
+    return query.whereSql().isEmpty() ? QString() : QLatin1String(" WHERE ") + query.whereSql();
 }
 
 } // namespace
@@ -47,24 +48,20 @@ QString DQSqlStatement::replaceInto(const DQModelMetaInfo &model, const QStringL
 QString DQSqlStatement::insertIntoVerb(const DQModelMetaInfo &model, const QStringList &fields,
                                        const QString &verb) const
 {
-    QStringList placeholders;
-    placeholders.reserve(fields.size());
-    for (const QString &field : fields)
-        placeholders.append(QLatin1Char(':') + field);
+    const QString placeholders =
+        fields.isEmpty() ? QString() : QLatin1Char(':') + fields.join(QStringLiteral(",:"));
     return QStringLiteral("%4 INTO %1 (%2) values (%3);")
-        .arg(model.name(), fields.join(QLatin1Char(',')), placeholders.join(QLatin1Char(',')),
-             verb);
+        .arg(model.name(), fields.join(QLatin1Char(',')), placeholders, verb);
 }
 
 QString DQSqlStatement::select(const DQQuery &query) const
 {
-    QStringList parts{selectCore(query)};
+    QString sql = selectCore(query);
     if (query.limitCount() > 0)
-        parts.append(limitAndOffset(query.limitCount(), 0));
+        sql += QLatin1Char(' ') + limitAndOffset(query.limitCount(), 0);
     if (!query.orderByTerms().isEmpty())
-        parts.append(orderBy(query));
-    parts.append(QStringLiteral(";"));
-    return joinWithBlanks(parts);
+        sql += QLatin1Char(' ') + orderBy(query);
+    return sql + QLatin1String(" ;");
 }
 
 QString DQSqlStatement::selectCore(const DQQuery &query) const
@@ -72,9 +69,7 @@ QString DQSqlStatement::selectCore(const DQQuery &query) const
     const QString core =
         QStringLiteral("SELECT %1 %2 FROM %3")
             .arg(QStringLiteral("ALL"), selectResultColumn(query), query.metaInfo()->name());
-    if (query.whereSql().isEmpty())
-        return core;
-    return joinWithBlanks({core, QStringLiteral("WHERE %1").arg(query.whereSql())});
+    return core + whereClause(query);
 }
 
 QString DQSqlStatement::selectResultColumn(const DQQuery &query) const
@@ -89,25 +84,19 @@ QString DQSqlStatement::selectResultColumn(const DQQuery &query) const
 
 QString DQSqlStatement::limitAndOffset(int limit, int offset) const
 {
-    QStringList parts{QStringLiteral("LIMIT %1").arg(limit)};
-    if (offset > 0)
-        parts.append(QStringLiteral("OFFSET %1").arg(offset));
-    return joinWithBlanks(parts);
+    const QString text = QLatin1String("LIMIT ") + QString::number(limit);
+    return offset > 0 ? text + QLatin1String(" OFFSET ") + QString::number(offset) : text;
 }
 
 QString DQSqlStatement::orderBy(const DQQuery &query) const
 {
-    return joinWithBlanks(
-        {QStringLiteral("ORDER BY"), query.orderByTerms().join(QLatin1Char(','))});
+    return QLatin1String("ORDER BY ") + query.orderByTerms().join(QLatin1Char(','));
 }
 
 QString DQSqlStatement::deleteFrom(const DQQuery &query) const
 {
-    QStringList parts{QStringLiteral("DELETE FROM %1").arg(query.metaInfo()->name())};
-    if (!query.whereSql().isEmpty())
-        parts.append(QStringLiteral("WHERE %1").arg(query.whereSql()));
-    parts.append(QStringLiteral(";"));
-    return joinWithBlanks(parts);
+    return QLatin1String("DELETE FROM ") + query.metaInfo()->name() + whereClause(query) +
+           QLatin1String(" ;");
 }
 
 QString DQSqlStatement::formatValue(const QVariant &value, bool trimString) const

@@ -92,7 +92,7 @@ bool DQWhere::isEmpty() const
     return !d || d->isEmpty();
 }
 
-QString DQWhere::toSql(QVariantMap &bindings) const
+QString DQWhere::toSql(DQBindings &bindings) const
 {
     return d ? d->toSql(bindings) : QString();
 }
@@ -174,7 +174,7 @@ DQWhere DQWhere::between(const QVariant &low, const QVariant &high) const
 namespace {
 
 /// A null text when the operand cannot be written.
-QString operandSql(const QVariant &operand, QVariantMap &bindings)
+QString operandSql(const QVariant &operand, DQBindings &bindings)
 {
     if (operand.userType() == QMetaType::QString)
         return operand.toString();
@@ -201,7 +201,7 @@ QString valueString(const QVariant &value)
 
 } // namespace
 
-QString DQWhereFieldPriv::toSql(QVariantMap &bindings) const
+QString DQWhereFieldPriv::toSql(DQBindings &bindings) const
 {
     if (!isComplete())
         return operandSql(left.isValid() ? left : right, bindings);
@@ -232,7 +232,7 @@ QString DQWhereDataPriv::joined(const QStringList &texts) const
     return texts.value(0);
 }
 
-QString DQWhereDataPriv::toSql(QVariantMap &bindings) const
+QString DQWhereDataPriv::toSql(DQBindings &bindings) const
 {
     if (!std::all_of(m_values.begin(), m_values.end(), dqIsStorable)) {
         qWarning("DQWhereDataPriv - Unsupported type");
@@ -240,8 +240,8 @@ QString DQWhereDataPriv::toSql(QVariantMap &bindings) const
     }
     QStringList placeholders;
     for (const QVariant &value : m_values) {
-        const QString placeholder = QStringLiteral(":arg%1").arg(bindings.size());
-        bindings.insert(placeholder, value);
+        const QString placeholder = QLatin1String(":arg") + QString::number(bindings.size());
+        bindings.append({placeholder, value});
         placeholders.append(placeholder);
     }
     return joined(placeholders);

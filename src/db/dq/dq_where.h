@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 
+#include "db/dq/dq_bindings.h"
 #include "db/dq/dq_field.h"
 #include "db/dq/dq_model_meta_info.h"
 
@@ -37,9 +38,9 @@ public:
 
     [[nodiscard]] bool isEmpty() const;
 
-    /// SQL text. Each value is entered in `bindings` under the placeholder that stands for it,
-    /// ":arg" and the number of values entered before.
-    [[nodiscard]] QString toSql(QVariantMap &bindings) const;
+    /// SQL text. Each value is appended to `bindings` with the placeholder that stands for it,
+    /// ":arg" and the number of values before it.
+    [[nodiscard]] QString toSql(DQBindings &bindings) const;
 
     /// The condition with its values, for messages.
     [[nodiscard]] QString toString() const;

@@ -5,6 +5,8 @@
 #include <QVariant>
 #include <QVariantList>
 
+#include "db/dq/dq_bindings.h"
+
 /// What stands on the right of an operator: one value, a list for "in", a pair for "between".
 class DQWhereDataPriv final
 {
@@ -17,7 +19,7 @@ public:
 
     /// Placeholders for the values, which are entered in `bindings`. A null text, with a warning
     /// and nothing entered, when one of them cannot be stored in a database.
-    [[nodiscard]] QString toSql(QVariantMap &bindings) const;
+    [[nodiscard]] QString toSql(DQBindings &bindings) const;
     [[nodiscard]] QString toString() const;
 
 private:
@@ -40,6 +42,6 @@ public:
 
     [[nodiscard]] bool isEmpty() const { return !left.isValid() && !right.isValid(); }
     [[nodiscard]] bool isComplete() const { return left.isValid() && right.isValid(); }
-    [[nodiscard]] QString toSql(QVariantMap &bindings) const;
+    [[nodiscard]] QString toSql(DQBindings &bindings) const;
     [[nodiscard]] QString toString() const;
 };
