@@ -119,6 +119,22 @@ void downloadByHand(const QString &url, const QString &path, int size)
     loop.exec();
 }
 
+Figure requestMemory(const QString &url, QNetworkAccessManager *manager)
+{
+    return {"net: memory that 10,000 more posts add",
+            "MB",
+            1.0,
+            [=] {
+                postThroughClient(url, manager);
+                const double before = residentMegabytes();
+                for (int i = 0; i < 5; ++i)
+                    postThroughClient(url, manager);
+                return residentMegabytes() - before;
+            },
+            {},
+            3};
+}
+
 Figure posts(const QString &url, QNetworkAccessManager *manager)
 {
     return {"net: 2,000 small posts in turn", "s", 1.15,
@@ -164,7 +180,8 @@ int main(int argc, char **argv)
     const QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("file"));
     return runFigures(argc, argv,
-                      {posts(poster.url(), &manager), download(large.url(), path, content.size()),
+                      {posts(poster.url(), &manager), requestMemory(poster.url(), &manager),
+                       download(large.url(), path, content.size()),
                        downloadMemory(small.url(), large.url(), path)});
 }
 

@@ -10,6 +10,9 @@
 
 namespace {
 
+constexpr int exitOverLimit = 1;
+constexpr int exitNothingMatches = 3;
+
 struct Result
 {
     double ours;
@@ -87,9 +90,14 @@ int runFigures(int argc, char **argv, const std::vector<Figure> &figures)
 {
     const std::string wanted = argc > 1 ? lowerCase(argv[1]) : std::string();
     bool anyOver = false;
+    bool anyMatches = false;
     for (const Figure &figure : figures) {
-        if (lowerCase(figure.name).find(wanted) != std::string::npos)
-            anyOver |= print(figure, measure(figure));
+        if (lowerCase(figure.name).find(wanted) == std::string::npos)
+            continue;
+        anyMatches = true;
+        anyOver |= print(figure, measure(figure));
     }
-    return anyOver ? 1 : 0;
+    if (!anyMatches)
+        return exitNothingMatches;
+    return anyOver ? exitOverLimit : 0;
 }

@@ -24,5 +24,6 @@ double secondsOf(const std::function<void()> &work);
 double residentMegabytes();
 
 // Measures the figures whose names contain the first argument in any case (all without one),
-// prints a line for each and returns the exit code: 1 when a figure is over its limit.
+// prints a line for each and returns the exit code: 1 when a figure is over its limit, 3 when no
+// name matches.
 int runFigures(int argc, char **argv, const std::vector<Figure> &figures);
