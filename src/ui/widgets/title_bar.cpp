@@ -80,6 +80,9 @@ bool TitleBar::eventFilter(QObject *watched, QEvent *event)
         case QEvent::Resize:
             updateMaximizeButton();
             break;
+        case QEvent::Polish:
+            applySkinAgain();
+            break;
         default:
             break;
         }
@@ -126,6 +129,18 @@ void TitleBar::updateMaximizeButton()
     m_maximizeButton->setProperty("maximizeProperty", maximized ? QStringLiteral("restore")
                                                                 : QStringLiteral("maximize"));
     m_maximizeButton->setStyle(QApplication::style());
+}
+
+void TitleBar::applySkinAgain()
+{
+    // Rules that select on the window's class or name could not match while its base class was
+    // being constructed, and what matched then is remembered.
+    QWidgetList parts = findChildren<QWidget *>();
+    parts.prepend(this);
+    for (QWidget *part : qAsConst(parts)) {
+        part->style()->unpolish(part);
+        part->style()->polish(part);
+    }
 }
 
 void TitleBar::toggleMaximized()

@@ -33,6 +33,7 @@ private:
     QAbstractButton *addButton(const QString &name, const QString &toolTip);
     void updateIcon();
     void updateMaximizeButton();
+    void applySkinAgain();
     void toggleMaximized();
 
     QLabel *m_iconLabel = nullptr;
