@@ -112,8 +112,7 @@ def windows(pid):
 
 
 def click(x, y, times=1):
-    xdotool("mousemove", "--sync", x, y)
-    xdotool("click", "--repeat", times, "--delay", 60, 1)
+    xdotool("mousemove", x, y, "click", "--repeat", times, "--delay", 60, 1)
 
 
 def press(key):
