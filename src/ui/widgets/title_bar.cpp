@@ -125,9 +125,13 @@ void TitleBar::updateMaximizeButton()
         return;
     }
     const bool maximized = window()->isMaximized();
+    const QString state = maximized ? QStringLiteral("restore") : QStringLiteral("maximize");
+    if (m_maximizeButton->property("maximizeProperty") == state) {
+        return;
+    }
     m_maximizeButton->setToolTip(maximized ? tr("Restore") : tr("Maximize"));
-    m_maximizeButton->setProperty("maximizeProperty", maximized ? QStringLiteral("restore")
-                                                                : QStringLiteral("maximize"));
+    m_maximizeButton->setProperty("maximizeProperty", state);
+    // Rules of the style sheet that select on the property are applied anew.
     m_maximizeButton->setStyle(QApplication::style());
 }
 

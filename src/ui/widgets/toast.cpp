@@ -45,8 +45,10 @@ Toast::Toast(QWidget *parent) : QWidget(parent)
     m_label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
+    m_label->setContentsMargins(labelPadding, 0, labelPadding, 0);
     QFont font = m_label->font();
     font.setPointSize(11);
+    font.setBold(true);
     m_label->setFont(font);
     m_label->setStyleSheet(
         QStringLiteral("color: rgb(255, 255, 255);\nbackground-color: rgb(255, 170, 255);"));
