@@ -54,6 +54,7 @@ private slots:
     void aDragMovesTheWindow_data();
     void aDragMovesTheWindow();
     void aMaximizedWindowIsNotDragged();
+    void aDialogUsedAsAPageHasNoFrame();
     void theMenuOpensAboveItsButton();
 };
 
@@ -194,6 +195,25 @@ void TestWindowFrame::aMaximizedWindowIsNotDragged()
     QTRY_VERIFY(window.isMaximized());
     const QPoint before = window.pos();
     drag(&window, QPoint(200, 200), QPoint(300, 260));
+    QCOMPARE(window.pos(), before);
+}
+
+void TestWindowFrame::aDialogUsedAsAPageHasNoFrame()
+{
+    BaseWindow window;
+    window.setGeometry(100, 100, 400, 300);
+    auto *layout = new QVBoxLayout(&window);
+    auto *page = new BaseDialog;
+    layout->addWidget(page);
+    window.show();
+    page->show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(!titleBar(page)->isVisible());
+    QCOMPARE(page->contentsMargins(), QMargins());
+    const QPoint place = page->pos();
+    const QPoint before = window.pos();
+    drag(page, QPoint(50, 50), QPoint(90, 80));
+    QCOMPARE(page->pos(), place);
     QCOMPARE(window.pos(), before);
 }
 

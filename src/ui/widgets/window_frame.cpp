@@ -59,7 +59,7 @@ void WindowFrame::paint()
 
 void WindowFrame::mousePressed(const QMouseEvent *event)
 {
-    if (event->button() != Qt::LeftButton) {
+    if (event->button() != Qt::LeftButton || !m_window->isWindow()) {
         return;
     }
     // Measured from the window: an event that a child passed on has another position.
@@ -113,6 +113,7 @@ bool WindowFrame::eventFilter(QObject *watched, QEvent *event)
             break;
         case QEvent::Resize:
         case QEvent::WindowStateChange:
+        case QEvent::ParentChange:
             placeTitleBar();
             break;
         case QEvent::HoverMove:
@@ -127,7 +128,7 @@ bool WindowFrame::eventFilter(QObject *watched, QEvent *event)
 
 bool WindowFrame::framed() const
 {
-    return !m_window->isFullScreen();
+    return m_window->isWindow() && !m_window->isFullScreen();
 }
 
 bool WindowFrame::resizable() const

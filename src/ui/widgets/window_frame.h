@@ -10,7 +10,8 @@ class TitleBar;
 /// What the window manager would give to a window and a frameless one has to do by itself: the
 /// title bar, a thin border, moving, and resizing at the edges. Owned by its window. The room it
 /// takes is kept in the window's contents margins, so that any layout set later fits below it.
-/// While the window is full screen there is no frame, while it is maximised no border.
+/// While the window is full screen there is no frame, while it is maximised no border. A window
+/// that becomes a page of another one has none either.
 class WindowFrame final : public QObject
 {
     Q_OBJECT
