@@ -82,6 +82,38 @@ std::optional<Node> nodeAt(int folder, const std::string &name, const std::strin
     return node;
 }
 
+std::vector<std::string> namesIn(int folder)
+{
+    UniqueFd own(::openat(folder, ".", OpenFolderFlags));
+    const std::unique_ptr<DIR, int (*)(DIR *)> stream(fdopendir(own.get()), &closedir);
+    if (!stream)
+        throwErrno(errno);
+    static_cast<void>(own.release()); // the stream closes it
+    std::vector<std::string> names;
+    while (const dirent *entry = readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..")
+            names.push_back(name);
+    }
+    return names;
+}
+
+/// Removes also what the tree does not show: links (not what they lead to) and special files.
+void removeAt(int parent, const std::string &name)
+{
+    if (::unlinkat(parent, name.c_str(), 0) == 0)
+        return;
+    if (errno != EISDIR && errno != EPERM)
+        throwErrno(errno);
+    const UniqueFd folder(::openat(parent, name.c_str(), OpenFolderFlags));
+    if (!folder.isValid())
+        throwErrno(errno);
+    for (const std::string &below : namesIn(folder.get()))
+        removeAt(folder.get(), below);
+    if (::unlinkat(parent, name.c_str(), AT_REMOVEDIR) != 0)
+        throwErrno(errno);
+}
+
 } // namespace
 
 const char *const FolderTree::BinName = ".localdrive-trash";
@@ -121,7 +153,7 @@ UniqueFd FolderTree::openFolder(const std::string &path) const
 {
     UniqueFd folder(::openat(m_root.get(), ".", OpenFolderFlags));
     std::size_t begin = 0;
-    while (folder.isValid() && begin < path.size()) {
+    while (folder.isValid() && !path.empty() && begin <= path.size()) {
         const std::size_t end = std::min(path.find('/', begin), path.size());
         const std::string part = path.substr(begin, end - begin);
         if (part.empty() || part == "." || part == ".." || (begin == 0 && part == BinName)) {
@@ -147,20 +179,15 @@ std::optional<Node> FolderTree::find(const std::string &path) const
 
 std::vector<Node> FolderTree::children(const std::string &path) const
 {
-    UniqueFd folder = openFolder(path);
+    const UniqueFd folder = openFolder(path);
     if (!folder.isValid())
         throwErrno(errno);
-    const std::unique_ptr<DIR, int (*)(DIR *)> stream(fdopendir(folder.get()), &closedir);
-    if (!stream)
-        throwErrno(errno);
-    const int fd = folder.release(); // the stream closes it
     std::vector<Node> nodes;
-    while (const dirent *entry = readdir(stream.get())) {
-        const std::string name = entry->d_name;
+    for (const std::string &name : namesIn(folder.get())) {
         // A name that is not UTF-8 could not be told in JSON.
         if (!isUsableName(name) || (path.empty() && name == BinName))
             continue;
-        if (std::optional<Node> node = nodeAt(fd, name, joinPath(path, name)))
+        if (std::optional<Node> node = nodeAt(folder.get(), name, joinPath(path, name)))
             nodes.push_back(std::move(*node));
     }
     return nodes;
@@ -272,17 +299,12 @@ void FolderTree::trash(const std::string &path)
 
 void FolderTree::remove(const std::string &path)
 {
-    const std::optional<Node> node = find(path);
-    if (!node)
+    if (!find(path))
         throwErrno(ENOENT);
-    if (node->isFolder) {
-        for (const Node &child : children(path))
-            remove(child.path);
-    }
     const UniqueFd parent = openFolder(allButLastPart(path));
-    const int flags = node->isFolder ? AT_REMOVEDIR : 0;
-    if (::unlinkat(parent.get(), lastPart(path).c_str(), flags) != 0)
+    if (!parent.isValid())
         throwErrno(errno);
+    removeAt(parent.get(), lastPart(path));
 }
 
 } // namespace localdrive
