@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "crypto.h"
 #include "sample_library.h"
 #include "server.h"
 
@@ -91,7 +92,14 @@ std::string stateDir(const Arguments &arguments)
     if (!arguments.library.empty())
         return arguments.library;
     const char *home = std::getenv("HOME");
-    return home ? std::string(home) + "/.local/state/moravu-localdrive" : std::string();
+    if (!home || arguments.drives.empty())
+        return {};
+    // Ids and tokens of one set of folders mean nothing for another.
+    std::string drives;
+    for (const std::string &drive : arguments.drives)
+        drives += fs::canonical(drive).string() + '\n';
+    const std::string name = localdrive::sha256Hex(drives).substr(0, 16);
+    return std::string(home) + "/.local/state/moravu-localdrive/" + name;
 }
 
 localdrive::Options serverOptions(const Arguments &arguments)

@@ -42,11 +42,28 @@ fs::path draftOf(const fs::path &target)
     return draft;
 }
 
+/// What an earlier run was making when it was ended. Another server may share the folder, so
+/// drafts that may still grow stay.
+void removeOldDrafts(const std::string &folder)
+{
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    std::error_code error;
+    for (const fs::directory_entry &media : fs::directory_iterator(folder, error)) {
+        for (const fs::directory_entry &entry : fs::directory_iterator(media.path(), error)) {
+            const bool isDraft =
+                entry.path().filename().string().find(".draft-") != std::string::npos;
+            if (isDraft && entry.last_write_time(error) < old)
+                fs::remove_all(entry.path(), error);
+        }
+    }
+}
+
 } // namespace
 
-MediaStore::MediaStore(std::string folder)
-    : m_folder(std::move(folder)), m_worker([this] { work(); })
+MediaStore::MediaStore(std::string folder) : m_folder(std::move(folder))
 {
+    removeOldDrafts(m_folder);
+    m_worker = std::thread([this] { work(); });
 }
 
 MediaStore::~MediaStore()

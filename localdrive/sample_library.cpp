@@ -48,7 +48,7 @@ const TextFile TextFiles[] = {
     {"2/文档/计划.md", "# 计划\n"},
 };
 
-constexpr char MatchingScript[] = R"([Script Info]
+constexpr char ForeignScript[] = R"([Script Info]
 ScriptType: v4.00+
 PlayResX: 1280
 PlayResY: 720
@@ -134,7 +134,7 @@ private:
             makeText(file.path, file.content);
         makeText("1/各种名字/" + veryLongName(), "long\n");
         makeText("1/示例剧集/第01集 启程.srt", subtitleText("外挂字幕", 62));
-        makeText("1/示例剧集/花絮.ass", MatchingScript);
+        makeText("1/示例剧集/花絮.ass", ForeignScript);
         for (int number = 1; number <= SmallFileCount; ++number) {
             std::array<char, 64> name{};
             std::snprintf(name.data(), name.size(), "1/一千零五十个文件/文件 %04d.txt", number);

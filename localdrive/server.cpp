@@ -89,6 +89,8 @@ public:
 
     Options completed(Options options)
     {
+        if (options.accounts.empty())
+            options.accounts.emplace_back();
         for (std::size_t i = 0; i < options.accounts.size(); ++i) {
             const bool needsScratch = options.stateDir.empty() || options.accounts[i].root.empty();
             if (needsScratch && scratch.empty())
@@ -136,6 +138,10 @@ bool Server::start()
     constexpr char AnyPath[] = R"([\s\S]*)";
     http->Get(AnyPath, serve);
     http->Post(AnyPath, serve);
+    http->Put(AnyPath, serve);
+    http->Patch(AnyPath, serve);
+    http->Delete(AnyPath, serve);
+    http->Options(AnyPath, serve);
     if (d->port == 0)
         d->port = http->bind_to_any_port(Host);
     else if (!http->bind_to_port(Host, d->port))

@@ -88,13 +88,16 @@ nlohmann::json TokenStore::state() const
     return {{"access", access}, {"refresh", m_refresh}};
 }
 
-void TokenStore::restore(const nlohmann::json &state)
+void TokenStore::restore(const nlohmann::json &state, int accountCount)
 {
     const std::lock_guard lock(m_mutex);
     m_refresh = state.value("refresh", m_refresh);
+    eraseIf(m_refresh, [accountCount](int account) { return account >= accountCount; });
     const nlohmann::json access = state.value("access", nlohmann::json::object());
     for (const auto &[token, entry] : access.items())
         m_access[token] = {entry.value("account", -1), entry.value("expires", std::int64_t{0})};
+    eraseIf(m_access,
+            [accountCount](const Access &entry) { return entry.account >= accountCount; });
 }
 
 } // namespace localdrive

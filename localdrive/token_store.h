@@ -31,7 +31,8 @@ public:
     [[nodiscard]] int accountOf(const std::string &accessToken) const;
 
     [[nodiscard]] nlohmann::json state() const;
-    void restore(const nlohmann::json &state);
+    /// Tokens of accounts that are not there any more are left out.
+    void restore(const nlohmann::json &state, int accountCount);
 
 private:
     struct Access

@@ -88,7 +88,7 @@ void World::restore()
 {
     const nlohmann::json state = readState(stateFile());
     if (state.contains("tokens"))
-        tokens.restore(state["tokens"]);
+        tokens.restore(state["tokens"], static_cast<int>(accounts.size()));
     const nlohmann::json ids = state.value("ids", nlohmann::json::object());
     for (const auto &account : accounts) {
         if (ids.contains(account->facts.driveId))

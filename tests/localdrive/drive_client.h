@@ -58,6 +58,7 @@ public:
     {
         m_http->set_read_timeout(10, 0);
         m_http->set_keep_alive(true);
+        m_http->set_tcp_nodelay(true); // head and body go out apart
     }
 
     void setToken(const std::string &token) { m_token = token; }

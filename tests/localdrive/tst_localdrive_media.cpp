@@ -38,6 +38,8 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
+    void clipsTellTheirTime_data();
+    void clipsTellTheirTime();
     void makesStreamsWhenAsked();
     void offersNothingAboveTheSource();
     void streamsPlayFromBeginningToEnd();
@@ -84,6 +86,35 @@ void MediaTest::cleanup()
 {
     m_client.reset();
     m_server.reset();
+}
+
+void MediaTest::clipsTellTheirTime_data()
+{
+    QTest::addColumn<QString>("position");
+    QTest::addColumn<int>("second");
+    QTest::newRow("the first second") << QStringLiteral("0.5") << 0;
+    QTest::newRow("the next") << QStringLiteral("1.5") << 1;
+}
+
+void MediaTest::clipsTellTheirTime()
+{
+    QFETCH(QString, position);
+    QFETCH(int, second);
+    QProcess decoder;
+    decoder.start(QStringLiteral("ffmpeg"),
+                  {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-ss"), position,
+                   QStringLiteral("-i"), QString::fromStdString(m_clip),
+                   QStringLiteral("-frames:v"), QStringLiteral("1"), QStringLiteral("-vf"),
+                   QStringLiteral("scale=16:16:flags=area"), QStringLiteral("-f"),
+                   QStringLiteral("rawvideo"), QStringLiteral("-pix_fmt"), QStringLiteral("gray"),
+                   QStringLiteral("-")});
+    QVERIFY(decoder.waitForFinished(20000));
+    const QByteArray grey = decoder.readAllStandardOutput();
+    QCOMPARE(grey.size(), 256);
+    int shown = 0;
+    for (int cell = 0; cell < 12; ++cell)
+        shown = shown * 2 + (static_cast<unsigned char>(grey[13 * 16 + 2 + cell]) > 127 ? 1 : 0);
+    QCOMPARE(shown, second);
 }
 
 void MediaTest::makesStreamsWhenAsked()
