@@ -22,7 +22,8 @@ const char *__lsan_default_suppressions()
            "leak:libGLdispatch\n"
            "leak:libLLVM\n"
            "leak:libgallium\n"
-           "leak:swrast_dri\n";
+           "leak:swrast_dri\n"
+           "leak:libqoffscreen\n";
 }
 
 // A library that is unloaded takes its names along, and no suppression matches its leaks any more.
