@@ -12,26 +12,26 @@ namespace Ui {
 class QRLoginDlg;
 }
 
-/// Logs one user in: shows a QR code for the phone app, waits until it was scanned and confirmed,
-/// fetches tokens and drive information, stores the user and makes them the current one. The first
-/// code is requested at once. Accepted only after a complete login; every other end is a rejection.
-/// A reply that comes after the dialog was closed or destroyed is logged and dropped.
+// Logs one user in: shows a QR code for the phone app, waits until it was scanned and confirmed,
+// fetches tokens and drive information, stores the user and makes them the current one. The first
+// code is requested at once. Accepted only after a complete login; every other end is a rejection.
+// A reply that comes after the dialog was closed or destroyed is logged and dropped.
 class QRLoginDlg final : public BaseDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QRLoginDlg)
 
 public:
-    /// The dialog is a top-level window of its own; `parent` takes no ownership.
+    // The dialog is a top-level window of its own; `parent` takes no ownership.
     explicit QRLoginDlg(QWidget *parent = nullptr);
     ~QRLoginDlg() override;
 
     void done(int result) override;
-    /// Closing the dialog by its close button or Esc is the same as pressing Cancel.
+    // Closing the dialog by its close button or Esc is the same as pressing Cancel.
     void reject() override;
 
 signals:
-    /// Once, just before the dialog accepts.
+    // Once, just before the dialog accepts.
     void loginSuccess(QString userId);
 
 private slots:

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// What zbarimg reads in the picture, drawn four pixels to the module on a white ground.
+// What zbarimg reads in the picture, drawn four pixels to the module on a white ground.
 QString decoded(const QImage &symbol)
 {
     QImage page(symbol.size() * 4 + QSize(40, 40), QImage::Format_RGB888);

@@ -46,7 +46,7 @@ int polls(DriveFixture &drive, std::size_t session = 0)
     return int(drive.requests(QStringLiteral("/oauth/qrcode/%1/status").arg(sid)).size());
 }
 
-/// What zbarimg reads in a picture of the dialog at its real size.
+// What zbarimg reads in a picture of the dialog at its real size.
 QString scanned(QRLoginDlg &dialog)
 {
     const QTemporaryDir folder;

@@ -66,7 +66,7 @@ bool polls(const QRLoginDlg &dialog)
     return timers.size() == 1 && timers[0]->isActive();
 }
 
-/// The texts of the toasts on the screen.
+// The texts of the toasts on the screen.
 QStringList toasts()
 {
     QStringList texts;
@@ -143,7 +143,7 @@ void TestQRLoginFailures::add(const QString &path, localdrive::Fault fault)
     m_drive->server().addFault(fault);
 }
 
-/// Opens the dialog and lets the phone confirm its code.
+// Opens the dialog and lets the phone confirm its code.
 void TestQRLoginFailures::reachTheTokenStep()
 {
     m_dialog = std::make_unique<QRLoginDlg>();

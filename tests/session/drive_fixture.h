@@ -11,8 +11,8 @@
 
 class Database;
 
-/// A home of its own with an open database, and a local drive that all addresses of the program
-/// point to. One at a time.
+// A home of its own with an open database, and a local drive that all addresses of the program
+// point to. One at a time.
 class DriveFixture final
 {
     Q_DISABLE_COPY_MOVE(DriveFixture)
@@ -23,8 +23,8 @@ public:
 
     localdrive::Server &server() { return *m_server; }
 
-    /// Stores the account's user with a pair of tokens that the drive takes, as if logged in so
-    /// many seconds ago; makes them the current user.
+    // Stores the account's user with a pair of tokens that the drive takes, as if logged in so
+    // many seconds ago; makes them the current user.
     UserInfo logIn(int account = 0, int secondsAgo = 0);
 
     std::vector<localdrive::RequestRecord> requests(const QString &path) const;
@@ -35,7 +35,7 @@ private:
     std::unique_ptr<Database> m_database;
 };
 
-/// Collects what the program logs while it lives.
+// Collects what the program logs while it lives.
 class LogCapture final
 {
     Q_DISABLE_COPY_MOVE(LogCapture)

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Counts an operation's callbacks.
+// Counts an operation's callbacks.
 struct Outcome
 {
     int successes = 0;

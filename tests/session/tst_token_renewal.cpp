@@ -18,7 +18,7 @@ const QString tokenPath = QStringLiteral("/app/oauth/accessToken");
 const QString drivePath = QStringLiteral("/adrive/v1.0/user/getDriveInfo");
 const QString failureText = QStringLiteral("获取授权信息失败");
 
-/// How one "drive info" ended; the id it brought is that of the token's owner.
+// How one "drive info" ended; the id it brought is that of the token's owner.
 struct Outcome
 {
     int successes = 0;

@@ -21,27 +21,27 @@ class UserInfoResp;
 class VideoPreviewPlayInfoResp;
 class VipInfo;
 
-/// The error's text and Qt's numeric network error, -1 for a failure before anything was sent.
+// The error's text and Qt's numeric network error, -1 for a failure before anything was sent.
 using ApiFailure = std::function<void(const QString &error, int code)>;
 
-/// The reply; fields that it lacked, or all when it was no JSON object, are empty.
+// The reply; fields that it lacked, or all when it was no JSON object, are empty.
 template <class Response>
 using ApiSuccess = std::function<void(const Response &)>;
 
-/// The operations of the Open API for one user. A value: it may go as soon as it was called.
-///
-/// Each operation posts its request and later calls exactly one of the two callbacks once, never
-/// from inside the call, on the interface thread; either may be empty. The callbacks outlive their
-/// caller unless they are guarded (net/guarded.h). The user's tokens are read anew at each
-/// operation; one that has run out is renewed before the request is sent. A request that the server
-/// turns away for its token is repeated once with a renewed one, when its user is the current user.
-/// An operation of a user who is not stored (any more) fails.
+// The operations of the Open API for one user. A value: it may go as soon as it was called.
+//
+// Each operation posts its request and later calls exactly one of the two callbacks once, never
+// from inside the call, on the interface thread; either may be empty. The callbacks outlive their
+// caller unless they are guarded (net/guarded.h). The user's tokens are read anew at each
+// operation; one that has run out is renewed before the request is sent. A request that the server
+// turns away for its token is repeated once with a renewed one, when its user is the current user.
+// An operation of a user who is not stored (any more) fails.
 class OpenApiClient final
 {
 public:
     explicit OpenApiClient(const UserInfo &user);
 
-    /// For a token whose user is not known yet: it is sent as it is and never renewed.
+    // For a token whose user is not known yet: it is sent as it is and never renewed.
     [[nodiscard]] static OpenApiClient forAccessToken(const QString &accessToken);
 
     void userInfo(const ApiSuccess<UserInfoResp> &success, const ApiFailure &fail) const;
@@ -49,26 +49,26 @@ public:
     void spaceInfo(const ApiSuccess<SpaceInfo> &success, const ApiFailure &fail) const;
     void vipInfo(const ApiSuccess<VipInfo> &success, const ApiFailure &fail) const;
 
-    /// The drive information's reply as it came, for a caller that logs it.
+    // The drive information's reply as it came, for a caller that logs it.
     void driveInfoText(const ApiSuccess<QString> &success, const ApiFailure &fail) const;
 
-    /// A name that is taken is changed by the server.
+    // A name that is taken is changed by the server.
     void createFolder(const QString &parentFileId, const QString &name,
                       const ApiSuccess<CreateFileResp> &success, const ApiFailure &fail) const;
 
-    /// The first 200 folders, in the file list's order.
+    // The first 200 folders, in the file list's order.
     void listFolders(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                      const ApiFailure &fail) const;
-    /// The first 200 videos, by name.
+    // The first 200 videos, by name.
     void listVideos(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                     const ApiFailure &fail) const;
-    /// Videos by name; `marker` is empty for the first page, then the last page's next_marker.
+    // Videos by name; `marker` is empty for the first page, then the last page's next_marker.
     void listVideosPaged(const QString &parentFileId, int limit, const QString &marker,
                          const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
-    /// The first 200 entries of any kind, by name.
+    // The first 200 entries of any kind, by name.
     void listAllByName(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                        const ApiFailure &fail) const;
-    /// One page of a folder in the order of the settings; `marker` as above.
+    // One page of a folder in the order of the settings; `marker` as above.
     void listFiles(const QString &parentFileId, int limit, const QString &marker,
                    const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
 
@@ -85,10 +85,10 @@ public:
               const ApiSuccess<FileCopyResp> &success, const ApiFailure &fail) const;
     void move(const QString &fileId, const QString &toParentFileId,
               const ApiSuccess<FileMoveResp> &success, const ApiFailure &fail) const;
-    /// To the recycle bin.
+    // To the recycle bin.
     void trash(const QString &fileId, const ApiSuccess<FileTrashResp> &success,
                const ApiFailure &fail) const;
-    /// For good.
+    // For good.
     void remove(const QString &fileId, const ApiSuccess<FileDeleteResp> &success,
                 const ApiFailure &fail) const;
 

@@ -4,8 +4,8 @@
 
 class WindowFrame;
 
-/// Frameless base of every dialog: title bar, border, and dragging by any free area. A dialog is a
-/// top-level window of its own and has no parent, whatever parent its derived class receives.
+// Frameless base of every dialog: title bar, border, and dragging by any free area. A dialog is a
+// top-level window of its own and has no parent, whatever parent its derived class receives.
 class BaseDialog : public QDialog
 {
     Q_OBJECT
@@ -17,14 +17,14 @@ public:
     explicit BaseDialog(Maximizing maximizing = Maximizing::Refused);
     ~BaseDialog() override;
 
-    /// The user turned the dialog away, as opposed to the program closing it.
+    // The user turned the dialog away, as opposed to the program closing it.
     bool closedByUser() const { return m_closedByUser; }
 
-    /// Cancelling the dialog shall end the application. What cancels is the derived class's affair.
+    // Cancelling the dialog shall end the application. What cancels is the derived class's affair.
     void setQuitOnCancel(bool quit) { m_quitOnCancel = quit; }
     bool quitOnCancel() const { return m_quitOnCancel; }
 
-    /// False gives the title bar's room to the contents.
+    // False gives the title bar's room to the contents.
     void setTitleBarVisible(bool visible);
 
 protected:

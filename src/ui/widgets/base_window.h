@@ -4,8 +4,8 @@
 
 class WindowFrame;
 
-/// Frameless top-level window: title bar, border, dragging by any free area and resizing at the
-/// edges. Without a parent; minimised and maximised as its flags say.
+// Frameless top-level window: title bar, border, dragging by any free area and resizing at the
+// edges. Without a parent; minimised and maximised as its flags say.
 class BaseWindow : public QWidget
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ public:
     BaseWindow();
     ~BaseWindow() override;
 
-    /// False gives the title bar's room to the contents.
+    // False gives the title bar's room to the contents.
     void setTitleBarVisible(bool visible);
 
 protected:

@@ -2,9 +2,9 @@
 
 #include <QMenu>
 
-/// Menu of a button at a window's lower edge, such as those of the player's control bar: it opens
-/// above its button, centred on it, and inside the screen, also when it is the menu of a tool
-/// button that is its parent.
+// Menu of a button at a window's lower edge, such as those of the player's control bar: it opens
+// above its button, centred on it, and inside the screen, also when it is the menu of a tool
+// button that is its parent.
 class CustomPopUpMenu final : public QMenu
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ class CustomPopUpMenu final : public QMenu
 public:
     explicit CustomPopUpMenu(QWidget *parent = nullptr);
 
-    /// Opens above `anchor`, or below it where the screen leaves no room above.
+    // Opens above `anchor`, or below it where the screen leaves no room above.
     void popUpAt(const QWidget *anchor);
 
 protected:

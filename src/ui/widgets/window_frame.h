@@ -7,30 +7,30 @@ class QMouseEvent;
 class QWidget;
 class TitleBar;
 
-/// What the window manager would give to a window and a frameless one has to do by itself: the
-/// title bar, a thin border, moving, and resizing at the edges. Owned by its window. The room it
-/// takes is kept in the window's contents margins, so that any layout set later fits below it.
-/// While the window is full screen there is no frame, while it is maximised no border. A window
-/// that becomes a page of another one has none either.
+// What the window manager would give to a window and a frameless one has to do by itself: the
+// title bar, a thin border, moving, and resizing at the edges. Owned by its window. The room it
+// takes is kept in the window's contents margins, so that any layout set later fits below it.
+// While the window is full screen there is no frame, while it is maximised no border. A window
+// that becomes a page of another one has none either.
 class WindowFrame final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(WindowFrame)
 
 public:
-    /// Makes `window` frameless, keeping its other flags.
+    // Makes `window` frameless, keeping its other flags.
     explicit WindowFrame(QWidget *window);
 
     TitleBar *titleBar() const { return m_titleBar; }
 
-    /// A hidden title bar gives its room to the contents.
+    // A hidden title bar gives its room to the contents.
     void setTitleBarVisible(bool visible);
 
-    /// Draws background and border; for the window's paint event.
+    // Draws background and border; for the window's paint event.
     void paint();
 
-    /// For the window's mouse events: a drag that begins on a free area moves the window, one that
-    /// begins at an edge resizes it.
+    // For the window's mouse events: a drag that begins on a free area moves the window, one that
+    // begins at an edge resizes it.
     void mousePressed(const QMouseEvent *event);
     void mouseMoved(const QMouseEvent *event);
     void mouseReleased();
