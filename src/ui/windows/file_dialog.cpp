@@ -113,7 +113,8 @@ void FileDialog::changeUser(int changeType, int pos, int /*skipToPos*/, const QS
     case 0:
         removeTab(pos);
         qDebug() << "all logout, relogin";
-        relogin();
+        // The page that sent this is still on the stack and must not go during the login.
+        QMetaObject::invokeMethod(this, &FileDialog::relogin, Qt::QueuedConnection);
         return;
     default:
         return;

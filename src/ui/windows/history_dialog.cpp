@@ -76,6 +76,8 @@ void HistoryDialog::loadHistory()
 {
     qDebug() << "load history...";
     QTableWidget *table = m_ui->historyList;
+    const PlayHistory *current = historyAt(table->currentRow());
+    const int currentId = current ? current->id.value() : 0;
     table->clearContents();
     listPlayHistory(m_rows);
     table->setRowCount(m_rows.size());
@@ -83,8 +85,19 @@ void HistoryDialog::loadHistory()
         table->setColumnWidth(column, ColumnWidths.at(column));
     for (int row = 0; row < m_rows.size(); ++row)
         fillRow(row, m_rows.at(row));
-    const QHeaderView *header = table->horizontalHeader();
-    onHeaderClicked(header->sortIndicatorSection());
+    onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
+    // A player writes the history again and again: the user's place in the list stays.
+    selectRecord(currentId);
+}
+
+void HistoryDialog::selectRecord(int id)
+{
+    QTableWidget *table = m_ui->historyList;
+    table->clearSelection();
+    for (int row = 0; row < table->rowCount(); ++row) {
+        if (table->item(row, NameColumn)->data(IdRole).toInt() == id)
+            table->setCurrentCell(row, NameColumn);
+    }
 }
 
 void HistoryDialog::fillRow(int row, const PlayHistory &history)

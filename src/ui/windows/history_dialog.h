@@ -46,6 +46,7 @@ private slots:
 private:
     void setUpTable();
     void fillRow(int row, const PlayHistory &history);
+    void selectRecord(int id);
     [[nodiscard]] const PlayHistory *historyAt(int row) const;
 
     void open(const PlayHistory &history);
