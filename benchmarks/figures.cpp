@@ -51,10 +51,11 @@ bool print(const Figure &figure, const Result &result)
 {
     const bool isOver = result.score > figure.limit;
     std::printf("%-52s %10.4f", figure.name.c_str(), result.ours);
-    if (figure.reference)
+    if (figure.reference) {
         std::printf(" %10.4f %-3s %7.2f", result.reference, figure.unit.c_str(), result.score);
-    else
+    } else {
         std::printf(" %10s %-3s %7s", "-", figure.unit.c_str(), "-");
+    }
     std::printf(" %8.2f  %s\n", figure.limit, isOver ? "OVER" : "ok");
     std::fflush(stdout);
     return isOver;

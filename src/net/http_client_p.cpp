@@ -84,10 +84,11 @@ void HttpClientPrivate::repeat()
     qDebug() << "repeat request" << url;
     if (isStored)
         renewAuthorization(user.accessToken.value());
-    if (m_downloadPath.isEmpty())
+    if (m_downloadPath.isEmpty()) {
         execute(m_method);
-    else
+    } else {
         download(m_downloadPath);
+    }
 }
 
 // Requests that do not carry a token get none.
@@ -220,9 +221,11 @@ HttpClientPrivate::Outcome HttpClientPrivate::fileOutcome(QNetworkReply *reply, 
         return {false, file->errorString(), localFailure};
     if (reply->error() != QNetworkReply::NoError)
         return {false, reply->errorString(), reply->error()};
-    if (const int status = statusOf(reply); status / 100 != 2)
-        return {false, QStringLiteral("Unexpected HTTP status %1").arg(status),
-                QNetworkReply::UnknownContentError};
+    const int status = statusOf(reply);
+    if (status / 100 != 2) {
+        const QString error = QStringLiteral("Unexpected HTTP status %1").arg(status);
+        return {false, error, QNetworkReply::UnknownContentError};
+    }
     if (!file->commit())
         return {false, file->errorString(), localFailure};
     return {true, file->fileName(), 0};

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include <QHash>
 #include <QNetworkAccessManager>
@@ -30,7 +31,7 @@ public:
         HttpClient::CompleteHandler complete;
     };
 
-    explicit HttpClientPrivate(const QString &targetUrl) : url(targetUrl) {}
+    explicit HttpClientPrivate(QString targetUrl) : url(std::move(targetUrl)) {}
 
     void execute(Method requestMethod);
     void download(const QString &path);

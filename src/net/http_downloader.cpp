@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include <QDebug>
 #include <QNetworkAccessManager>
@@ -42,11 +43,11 @@ std::optional<int> contentLength(const QNetworkReply *reply)
 
 } // namespace
 
-HttpDownLoader::HttpDownLoader(const QString &url, const QString &targetPath, QObject *parent)
+HttpDownLoader::HttpDownLoader(QString url, QString targetPath, QObject *parent)
     : QObject(parent)
     , m_manager(new QNetworkAccessManager(this))
-    , m_url(url)
-    , m_targetPath(targetPath)
+    , m_url(std::move(url))
+    , m_targetPath(std::move(targetPath))
 {
     connect(m_manager, &QNetworkAccessManager::finished, this, &HttpDownLoader::onReplyFinished);
 }
@@ -72,10 +73,11 @@ void HttpDownLoader::onReplyFinished(QNetworkReply *reply)
     reply->deleteLater();
     if (reply != m_reply || m_state != State::Downloading)
         return;
-    if (reply->operation() == QNetworkAccessManager::HeadOperation)
+    if (reply->operation() == QNetworkAccessManager::HeadOperation) {
         beginWriting(reply);
-    else
+    } else {
         finishChunk();
+    }
 }
 
 // A refusal has a length as well: only the length of a success is the file's.
@@ -157,12 +159,13 @@ void HttpDownLoader::slotError(QNetworkReply::NetworkError code)
 
 void HttpDownLoader::finishChunk()
 {
-    if (m_received == m_chunkStart)
+    if (m_received == m_chunkStart) {
         fail(tr("Fail Recv File Data"));
-    else if (m_received < m_totalSize)
+    } else if (m_received < m_totalSize) {
         requestChunk();
-    else
+    } else {
         finish();
+    }
 }
 
 void HttpDownLoader::finish()

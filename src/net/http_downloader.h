@@ -22,7 +22,7 @@ class HttpDownLoader final : public QObject
     Q_DISABLE_COPY_MOVE(HttpDownLoader)
 
 public:
-    HttpDownLoader(const QString &url, const QString &targetPath, QObject *parent = nullptr);
+    HttpDownLoader(QString url, QString targetPath, QObject *parent = nullptr);
     ~HttpDownLoader() override;
 
     // Starts the download unless it is running. A download that has failed may be started anew.

@@ -49,9 +49,9 @@ void tst_Endpoints::environmentBeatsSettingsBeatDefaults()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("openApiBase=" + settings + "\n");
     file.close();
+    const QRegularExpression warning(QStringLiteral("^not a web address"));
     if (warns)
-        QTest::ignoreMessage(QtWarningMsg,
-                             QRegularExpression(QStringLiteral("^not a web address")));
+        QTest::ignoreMessage(QtWarningMsg, warning);
     const Endpoints addresses = endpoints();
     QTEST(addresses.openApi, "openApi");
     QCOMPARE(addresses.backend, QStringLiteral("http://127.0.0.1:8466"));

@@ -43,9 +43,10 @@ inline ScriptedAnswer answer(const QByteArray &status, const QByteArray &body,
 // What an honest file server says to HEAD and to ranges.
 inline ScriptedAnswer fileAnswer(const ReceivedRequest &request, const QByteArray &content)
 {
-    if (request.method == "HEAD")
+    if (request.method == "HEAD") {
         return {"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(content.size()) +
                 "\r\n\r\n"};
+    }
     const QList<QByteArray> ends = request.headers.value("range").mid(6).split('-');
     const int first = ends.value(0).toInt();
     const int last = qMin(ends.value(1).toInt(), content.size() - 1);
@@ -136,10 +137,11 @@ private:
     {
         socket->write(scripted.bytes);
         socket->flush();
-        if (scripted.ending == ScriptedAnswer::Ending::Close)
+        if (scripted.ending == ScriptedAnswer::Ending::Close) {
             socket->disconnectFromHost();
-        else if (scripted.ending == ScriptedAnswer::Ending::Reset)
+        } else if (scripted.ending == ScriptedAnswer::Ending::Reset) {
             socket->abort();
+        }
     }
 
     const Script m_script;

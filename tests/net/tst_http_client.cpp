@@ -365,10 +365,11 @@ void tst_HttpClient::nothingIsLeftAfterTheLastCallback()
         client.manager(&manager)
             .json(QStringLiteral("{}"))
             .complete([&, witness] {
-                if (++done < count)
+                if (++done < count) {
                     fire();
-                else
+                } else {
                     loop.quit();
+                }
             })
             .post();
     };
@@ -443,12 +444,13 @@ void tst_HttpClient::uploadsAreExactForms()
     Calls calls;
     HttpClient client(server.url());
     calls.listen(client).param(QStringLiteral("名"), QStringLiteral("值"));
-    if (paths.isEmpty())
+    if (paths.isEmpty()) {
         client.upload(QByteArray("\0\r\n\xff", 4), QStringLiteral("name.bin"));
-    else if (paths.size() == 1)
+    } else if (paths.size() == 1) {
         client.upload(paths.first());
-    else
+    } else {
         client.upload(paths);
+    }
     QTRY_VERIFY(calls.isComplete());
     QCOMPARE(calls.entries.first(), QStringLiteral("success:stored"));
 

@@ -52,6 +52,87 @@ struct Download
 
 Q_DECLARE_METATYPE(ScriptedServer::Script)
 
+namespace {
+
+QString errorWithCode(int code)
+{
+    return QStringLiteral("Recv Data Error, Error Code is %1").arg(code);
+}
+
+// The server answers HEAD as the row says.
+void addHeadRow(const char *name, const ScriptedAnswer &scripted)
+{
+    QTest::newRow(name) << ScriptedServer::Script(
+                               [scripted](const ReceivedRequest &) { return scripted; })
+                        << QStringLiteral("Failed to get file size.") << 1;
+}
+
+void addHeadRows()
+{
+    addHeadRow("no length", {"HTTP/1.1 200 OK\r\n\r\n", ScriptedAnswer::Ending::Close});
+    addHeadRow("a length that is no number", headAnswer("many"));
+    addHeadRow("a negative length", headAnswer("-5"));
+    addHeadRow("a length beyond 32 bits", headAnswer("2147483648"));
+    addHeadRow("HEAD refused, with a length", headAnswer("100", "403 Forbidden"));
+    addHeadRow("HEAD redirected, with a length", headAnswer("100", "302 Found"));
+}
+
+// An honest server up to the second range, which it answers as the row says.
+void addSecondRangeRow(const char *name, const ScriptedAnswer &scripted, const QString &error)
+{
+    const auto script = [scripted, content = fileContent(25000)](const ReceivedRequest &request) {
+        return request.headers.value("range") == "bytes=10241-20481" ? scripted
+                                                                     : fileAnswer(request, content);
+    };
+    QTest::newRow(name) << ScriptedServer::Script(script) << error << 3;
+}
+
+void addSecondRangeRows()
+{
+    using Ending = ScriptedAnswer::Ending;
+    const QByteArray half = "HTTP/1.1 206 Partial Content\r\n"
+                            "Content-Range: bytes 10241-20481/25000\r\n"
+                            "Content-Length: 10241\r\n\r\nhalf";
+    const QString noData = QStringLiteral("Fail Recv File Data");
+    const QByteArray wholeFile = fileContent(25000);
+    addSecondRangeRow("refused with a body", answer("403 Forbidden", "go away"),
+                      errorWithCode(201));
+    addSecondRangeRow("not found", answer("404 Not Found", ""), errorWithCode(203));
+    addSecondRangeRow("server error", answer("500 Internal Server Error", "sorry"),
+                      errorWithCode(401));
+    addSecondRangeRow("redirected", answer("302 Found", "moved", "Location: /x\r\n"),
+                      errorWithCode(399));
+    addSecondRangeRow("redirected without a body", answer("302 Found", "", "Location: /x\r\n"),
+                      noData);
+    addSecondRangeRow(
+        "an empty range",
+        answer("206 Partial Content", "", "Content-Range: bytes 10241-10240/25000\r\n"), noData);
+    addSecondRangeRow("the whole file again", answer("200 OK", wholeFile), errorWithCode(399));
+    addSecondRangeRow(
+        "another range",
+        answer("206 Partial Content", wholeFile.left(10), "Content-Range: bytes 0-9/25000\r\n"),
+        errorWithCode(399));
+    addSecondRangeRow("a range without its place",
+                      answer("206 Partial Content", wholeFile.left(10)), errorWithCode(399));
+    addSecondRangeRow(
+        "more than the file holds",
+        answer("206 Partial Content", wholeFile, "Content-Range: bytes 10241-35240/25000\r\n"),
+        errorWithCode(399));
+    addSecondRangeRow("closed inside the range", {half, Ending::Close}, errorWithCode(2));
+    addSecondRangeRow("reset inside the range", {half, Ending::Reset}, errorWithCode(2));
+}
+
+void addWrongFileRow()
+{
+    const auto script = [](const ReceivedRequest &request) {
+        return request.method == "HEAD" ? headAnswer("25000") : answer("200 OK", "another file");
+    };
+    QTest::newRow("the first range answered with a file of another size")
+        << ScriptedServer::Script(script) << errorWithCode(399) << 2;
+}
+
+} // namespace
+
 class tst_HttpDownLoader final : public QObject
 {
     Q_OBJECT
@@ -127,64 +208,9 @@ void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone_data()
     QTest::addColumn<QString>("error");
     QTest::addColumn<int>("requests");
 
-    using Ending = ScriptedAnswer::Ending;
-    const QString noSize = QStringLiteral("Failed to get file size.");
-    const QString noData = QStringLiteral("Fail Recv File Data");
-    const auto code = [](int number) {
-        return QStringLiteral("Recv Data Error, Error Code is %1").arg(number);
-    };
-    const auto head = [](const char *name, const ScriptedAnswer &scripted, const QString &error) {
-        QTest::newRow(name) << ScriptedServer::Script([scripted](const ReceivedRequest &) {
-            return scripted;
-        }) << error << 1;
-    };
-    head("no length", {"HTTP/1.1 200 OK\r\n\r\n", Ending::Close}, noSize);
-    head("a length that is no number", headAnswer("many"), noSize);
-    head("a negative length", headAnswer("-5"), noSize);
-    head("a length beyond 32 bits", headAnswer("2147483648"), noSize);
-    head("HEAD refused, with a length", headAnswer("100", "403 Forbidden"), noSize);
-    head("HEAD redirected, with a length", headAnswer("100", "302 Found"), noSize);
-
-    // Honest up to the second range, which is answered as the row says.
-    static const QByteArray content = fileContent(25000);
-    const auto second = [](const char *name, const ScriptedAnswer &scripted, const QString &error) {
-        QTest::newRow(name) << ScriptedServer::Script([scripted](const ReceivedRequest &request) {
-            return request.headers.value("range") == "bytes=10241-20481"
-                       ? scripted
-                       : fileAnswer(request, content);
-        }) << error << 3;
-    };
-    const QByteArray partial = "HTTP/1.1 206 Partial Content\r\n";
-    second("refused with a body", answer("403 Forbidden", "go away"), code(201));
-    second("not found", answer("404 Not Found", ""), code(203));
-    second("server error", answer("500 Internal Server Error", "sorry"), code(401));
-    second("redirected", answer("302 Found", "moved", "Location: /x\r\n"), code(399));
-    second("redirected without a body", answer("302 Found", "", "Location: /x\r\n"), noData);
-    second("an empty range",
-           answer("206 Partial Content", "", "Content-Range: bytes 10241-10240/25000\r\n"), noData);
-    second("the whole file again", answer("200 OK", content), code(399));
-    second("another range",
-           answer("206 Partial Content", content.left(10), "Content-Range: bytes 0-9/25000\r\n"),
-           code(399));
-    second("a range without its place", answer("206 Partial Content", content.left(10)), code(399));
-    second("more than the file holds",
-           answer("206 Partial Content", content, "Content-Range: bytes 10241-35240/25000\r\n"),
-           code(399));
-    second("closed inside the range",
-           {partial + "Content-Range: bytes 10241-20481/25000\r\nContent-Length: 10241\r\n\r\nhalf",
-            Ending::Close},
-           code(2));
-    second("reset inside the range",
-           {partial + "Content-Range: bytes 10241-20481/25000\r\nContent-Length: 10241\r\n\r\nhalf",
-            Ending::Reset},
-           code(2));
-
-    QTest::newRow("the first range answered with a file of another size")
-        << ScriptedServer::Script([](const ReceivedRequest &request) {
-               return request.method == "HEAD" ? headAnswer("25000")
-                                               : answer("200 OK", "another file");
-           })
-        << code(399) << 2;
+    addHeadRows();
+    addSecondRangeRows();
+    addWrongFileRow();
 }
 
 void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone()

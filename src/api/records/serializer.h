@@ -84,12 +84,13 @@ constexpr bool isRecord = std::is_base_of_v<QSerializer, T>;
 template <class T>
 QJsonValue toJson(const T &member)
 {
-    if constexpr (isRecord<T>)
+    if constexpr (isRecord<T>) {
         return member.toJson();
-    else if constexpr (std::is_same_v<T, QString> || std::is_same_v<T, bool>)
+    } else if constexpr (std::is_same_v<T, QString> || std::is_same_v<T, bool>) {
         return QJsonValue(member);
-    else
+    } else {
         return plainToJson(QVariant::fromValue(member));
+    }
 }
 
 template <class T>

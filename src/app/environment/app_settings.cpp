@@ -73,10 +73,11 @@ QByteArray escapedJson(const QJsonObject &object)
 {
     QByteArray escaped;
     for (const QChar c : QString::fromUtf8(QJsonDocument(object).toJson())) {
-        if (c.unicode() < 0x80)
+        if (c.unicode() < 0x80) {
             escaped += char(c.unicode());
-        else
+        } else {
             escaped += "\\u" + QByteArray::number(c.unicode(), 16).rightJustified(4, '0');
+        }
     }
     return escaped;
 }

@@ -66,10 +66,11 @@ Endpoints endpoints()
     for (const Address &address : addresses) {
         QString &value = result.*address.member;
         value = configured(address, *settings);
-        if (value.isEmpty() && address.byDefault.startsWith(QLatin1Char('/')))
+        if (value.isEmpty() && address.byDefault.startsWith(QLatin1Char('/'))) {
             value = result.web + address.byDefault;
-        else if (value.isEmpty())
+        } else if (value.isEmpty()) {
             value = address.byDefault;
+        }
     }
     return result;
 }
