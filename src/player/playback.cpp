@@ -29,6 +29,8 @@ bool isWebAddress(const QString &url)
 
 Playback::Playback(MpvWidget &mpv, QObject *parent) : QObject(parent), m_mpv(mpv)
 {
+    m_lateUpdate.setSingleShot(true);
+    connect(&m_lateUpdate, &QTimer::timeout, this, &Playback::showPosition);
     connect(&mpv, &MpvWidget::fileLoaded, this, &Playback::onFileLoaded);
     connect(&mpv, &MpvWidget::durationChanged, this, &Playback::onDurationChanged);
     connect(&mpv, &MpvWidget::positionChanged, this, &Playback::onPositionChanged);
@@ -188,12 +190,21 @@ void Playback::onPositionChanged(int value)
     if (m_playing->wasRefetched && value > m_playing->refetchedAt + provenAfter)
         m_playing->wasRefetched = false;
 
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    if (m_opening || now - m_lastPositionUpdate <= updateInterval)
+    const qint64 sinceUpdate = QDateTime::currentMSecsSinceEpoch() - m_lastPositionUpdate;
+    if (sinceUpdate > updateInterval)
+        showPosition();
+    else if (!m_lateUpdate.isActive())
+        m_lateUpdate.start(static_cast<int>(updateInterval + 1 - sinceUpdate));
+}
+
+void Playback::showPosition()
+{
+    m_lateUpdate.stop();
+    if (!m_playing || m_opening || m_playing->isOver)
         return;
-    m_lastPositionUpdate = now;
-    emit positionShown(value, m_playing->duration);
-    if (m_playing->skip.isInOutro(value, m_playing->duration) && !m_mpv.isPaused())
+    m_lastPositionUpdate = QDateTime::currentMSecsSinceEpoch();
+    emit positionShown(m_playing->position, m_playing->duration);
+    if (m_playing->skip.isInOutro(m_playing->position, m_playing->duration) && !m_mpv.isPaused())
         emit finished();
 }
 

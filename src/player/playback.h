@@ -3,6 +3,7 @@
 #include <optional>
 
 #include <QObject>
+#include <QTimer>
 
 #include "api/records/file_records.h"
 #include "db/tables/play_history.h"
@@ -92,6 +93,7 @@ private:
     [[nodiscard]] bool endedEarly() const;
     void rememberPosition();
     [[nodiscard]] bool isBeforeStart(int position);
+    void showPosition();
 
     MpvWidget &m_mpv;
     std::optional<PlayedVideo> m_playing;
@@ -100,6 +102,9 @@ private:
     bool m_fileLoaded = false; // and has opened it
     bool m_advanceOnPlay = false;
     qint64 m_lastPositionUpdate = 0; // milliseconds since the epoch
+    // Shows a position that came too early to be shown and that no other follows: after a seek
+    // in a paused video.
+    QTimer m_lateUpdate;
     // After the first seek libmpv may still report where it was before; until then, or until the
     // time has run out (a stream may not be seekable), positions before the target do not count.
     int m_startTarget = 0;

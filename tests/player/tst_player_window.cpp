@@ -423,6 +423,7 @@ void TestPlayerWindow::remembersItsLayout()
     QTRY_COMPARE(window->geometry(), QRect(200, 150, 900, 500));
     auto *splitter = qobject_cast<QSplitter *>(m_player->part(QStringLiteral("videoSplitter")));
     splitter->setSizes({600, 300});
+    QTest::qWait(100);
     const QList<int> sizes = splitter->sizes();
     window->close();
     QTRY_VERIFY(!m_player->window());
