@@ -181,6 +181,7 @@ double timeOfSaving(const std::function<void(const PlainHistory &)> &save)
 {
     fill(0);
     std::vector<PlainHistory> rows;
+    rows.reserve(saveCount);
     for (int i = 0; i < saveCount; ++i)
         rows.push_back(plainRow(i));
     return secondsOf([&] {

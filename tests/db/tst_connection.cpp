@@ -28,10 +28,11 @@ QString genres()
 {
     QStringList rows;
     const DQList<Genre> all = dqQuery<Genre>().call();
-    for (const Genre &row : all)
+    for (const Genre &row : all) {
         rows.append(QStringLiteral("%1 %2 %3")
                         .arg(row.id.get().toString(), row.name.value(),
                              row.rank.isNull() ? utf8("-") : row.rank.get().toString()));
+    }
     return rows.join(utf8(", "));
 }
 

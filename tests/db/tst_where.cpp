@@ -33,28 +33,23 @@ private slots:
     void twelveValuesKeepTheirOrder();
 };
 
-void TestWhere::rendersAndSelects_data()
+namespace {
+
+void row(const char *name, const DQWhere &where, const char *sql, const QVariantList &values,
+         const char *message, const char *years)
 {
-    QTest::addColumn<DQWhere>("where");
-    QTest::addColumn<QString>("sql");
-    QTest::addColumn<QVariantList>("values"); // of :arg0, :arg1, ...
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("years"); // of the films found
+    QTest::newRow(name) << where << QString::fromLatin1(sql) << values
+                        << QString::fromLatin1(message) << QString::fromLatin1(years);
+}
 
-    const auto row = [](const char *name, const DQWhere &where, const char *sql,
-                        const QVariantList &values, const char *message, const char *years) {
-        QTest::newRow(name) << where << QString::fromLatin1(sql) << values
-                            << QString::fromLatin1(message) << QString::fromLatin1(years);
-    };
+void addComparisons()
+{
     const QString m = QStringLiteral("M");
-    const DQWhere old = column("year") < 1930;
-    const DQWhere isM = column("title") == m;
-
     row("nothing", DQWhere(), "", {}, "", "1922 1927 1931 1946");
     row("a column alone", column("rating"), "rating", {}, "rating", "1922 1931");
-    row("=", isM, "title = :arg0", {m}, "title = \"M\"", "1931");
+    row("=", column("title") == m, "title = :arg0", {m}, "title = \"M\"", "1931");
     row("<>", column("title") != m, "title <> :arg0", {m}, "title <> \"M\"", "1922 1927 1946");
-    row("<", old, "year < :arg0", {1930}, "year < 1930", "1922 1927");
+    row("<", column("year") < 1930, "year < :arg0", {1930}, "year < 1930", "1922 1927");
     row("<=", column("year") <= 1927, "year <= :arg0", {1927}, "year <= 1927", "1922 1927");
     row(">", column("year") > 1931, "year > :arg0", {1931}, "year > 1931", "1946");
     row(">=", column("year") >= 1931, "year >= :arg0", {1931}, "year >= 1931", "1931 1946");
@@ -69,6 +64,13 @@ void TestWhere::rendersAndSelects_data()
         "rating is not ", "1922 1931 1946");
     row("= null matches nothing", column("rating") == QVariant(), "rating = :arg0", {QVariant()},
         "rating = ", "");
+}
+
+void addListsAndCombinations()
+{
+    const QString m = QStringLiteral("M");
+    const DQWhere old = column("year") < 1930;
+    const DQWhere isM = column("title") == m;
     row("in", column("year").in({1922, 1946, 1999}), "year in (:arg0,:arg1,:arg2)",
         {1922, 1946, 1999}, "year in (1922,1946,1999)", "1922 1946");
     row("in an empty list", column("year").in({}), "year in ()", {}, "year in ()", "");
@@ -88,6 +90,10 @@ void TestWhere::rendersAndSelects_data()
         "( year < 1930 ) and ( ( title = \"M\" ) or ( year between 1920 and 1925 ) )", "1922");
     row("an empty left side", DQWhere() && isM, "title = :arg0", {m}, "title = \"M\"", "1931");
     row("an empty right side", isM || DQWhere(), "title = :arg0", {m}, "title = \"M\"", "1931");
+}
+
+void addArithmeticAndTexts()
+{
     row("arithmetic", column("year") % 5 * 2 == 2, "((year % :arg0) * :arg1) = :arg2", {5, 2, 2},
         "( ( year % 5 ) * 2 ) = 2", "1931 1946");
     row("division", column("year") / 2 == 961, "(year / :arg0) = :arg1", {2, 961},
@@ -105,6 +111,20 @@ void TestWhere::rendersAndSelects_data()
         "year between :arg0 and :arg1", {1925, 1935}, "year between 1925 and 1935", "1927 1931");
     row("a value is never SQL", column("title") == QStringLiteral("' or 1=1 --"), "title = :arg0",
         {QStringLiteral("' or 1=1 --")}, "title = \"' or 1=1 --\"", "");
+}
+
+} // namespace
+
+void TestWhere::rendersAndSelects_data()
+{
+    QTest::addColumn<DQWhere>("where");
+    QTest::addColumn<QString>("sql");
+    QTest::addColumn<QVariantList>("values"); // of :arg0, :arg1, ...
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("years"); // of the films found
+    addComparisons();
+    addListsAndCombinations();
+    addArithmeticAndTexts();
 }
 
 namespace {

@@ -12,7 +12,7 @@
 
 DQConnection::DQConnection(std::shared_ptr<DQConnectionPriv> block) : d(std::move(block)) {}
 
-bool DQConnection::open(QSqlDatabase db)
+bool DQConnection::open(const QSqlDatabase &db)
 {
     if (db.driverName() != QLatin1String("QSQLITE")) {
         qWarning("Only QSQLITE dirver is supported.");
@@ -20,7 +20,7 @@ bool DQConnection::open(QSqlDatabase db)
     }
     d = std::make_shared<DQConnectionPriv>();
     d->statement = std::make_unique<DQSqliteStatement>();
-    d->database = std::move(db);
+    d->database = db;
     return true;
 }
 

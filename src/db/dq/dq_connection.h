@@ -21,7 +21,7 @@ public:
 
     /// Takes `db` over; whatever this object stood for before is left to its other copies. False,
     /// with a warning, for any driver but "QSQLITE".
-    bool open(QSqlDatabase db);
+    bool open(const QSqlDatabase &db);
 
     /// Lets go of the QSqlDatabase in all copies, so that it can be closed and removed.
     void close();

@@ -13,8 +13,8 @@ QVariant DQBaseField::get() const
     return m_value;
 }
 
-QVariant DQBaseField::operator=(
-    const QVariant &value) // NOLINT(misc-unconventional-assign-operator)
+// NOLINTNEXTLINE(misc-unconventional-assign-operator)
+QVariant DQBaseField::operator=(const QVariant &value)
 {
     set(value);
     return m_value;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 #include <QDateTime>
@@ -27,8 +28,8 @@ public:
     virtual bool set(QVariant value);
     [[nodiscard]] virtual QVariant get() const;
     /// Stores `value` as set() does and returns what is stored then.
-    virtual QVariant operator=(
-        const QVariant &value); // NOLINT(misc-unconventional-assign-operator)
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): a field is assigned like its value
+    virtual QVariant operator=(const QVariant &value);
     virtual ~DQBaseField() = default;
 
     [[nodiscard]] bool isNull() const { return m_value.isNull(); }
@@ -82,8 +83,8 @@ public:
 
     [[nodiscard]] QVariant get() const override { return m_value; }
 
-    QVariant operator=(
-        const QVariant &value) override // NOLINT(misc-unconventional-assign-operator)
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): a field is assigned like its value
+    QVariant operator=(const QVariant &value) override
     {
         set(value);
         return m_value;
@@ -100,10 +101,11 @@ public:
     /// The value, or T() when null. Date-times come in local time, ready to be shown.
     [[nodiscard]] T value() const
     {
-        if constexpr (std::is_same_v<T, QDateTime>)
+        if constexpr (std::is_same_v<T, QDateTime>) {
             return m_value.toDateTime().toLocalTime();
-        else
+        } else {
             return m_value.template value<T>();
+        }
     }
 };
 

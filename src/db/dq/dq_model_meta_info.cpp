@@ -37,9 +37,10 @@ void DQModelMetaInfo::declare()
     if (m_declared)
         return;
     m_declared = true;
-    if (find(m_tableName))
+    if (find(m_tableName)) {
         qWarning().noquote()
             << QStringLiteral("Table with same name is detected! : %1 ").arg(m_tableName);
+    }
     DQModelMetaInfo *const outer = std::exchange(DQBaseField::s_declaring, this);
     m_prototype = m_newRecord();
     DQBaseField::s_declaring = outer;

@@ -61,9 +61,10 @@ bool fitsInteger(const QVariant &value, int type)
 {
     bool ok = false;
     const qlonglong number = value.toLongLong(&ok);
-    if (type == QMetaType::Int)
+    if (type == QMetaType::Int) {
         return ok && number >= std::numeric_limits<int>::min() &&
                number <= std::numeric_limits<int>::max();
+    }
     if (type == QMetaType::UInt)
         return ok && number >= 0 && number <= std::numeric_limits<uint>::max();
     return ok || type == QMetaType::ULongLong;

@@ -40,9 +40,10 @@ QString constraints(const DQClauseMap &clause)
         texts.append(QStringLiteral("NOT NULL"));
     if (clause.contains(DQConstraint::Unique))
         texts.append(QStringLiteral("UNIQUE"));
-    if (clause.contains(DQConstraint::Default))
+    if (clause.contains(DQConstraint::Default)) {
         texts.append(
             QStringLiteral("DEFAULT %1 ").arg(clause.value(DQConstraint::Default).toString()));
+    }
     if (clause.contains(DQConstraint::PrimaryKey))
         texts.append(QStringLiteral("PRIMARY KEY AUTOINCREMENT"));
     return texts.join(QLatin1Char(' '));

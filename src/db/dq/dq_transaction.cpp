@@ -1,8 +1,10 @@
 #include "db/dq/dq_transaction.h"
 
+#include <utility>
+
 #include "db/dq/dq_connection_priv.h"
 
-DQTransaction::DQTransaction(const DQConnection &connection) : m_connection(connection)
+DQTransaction::DQTransaction(DQConnection connection) : m_connection(std::move(connection))
 {
     if (!m_connection.isOpen())
         return;

@@ -11,7 +11,7 @@ class DQTransaction final
     Q_DISABLE_COPY_MOVE(DQTransaction)
 
 public:
-    explicit DQTransaction(const DQConnection &connection);
+    explicit DQTransaction(DQConnection connection);
     ~DQTransaction();
 
     /// False when the database could not be reserved (logged as a warning).

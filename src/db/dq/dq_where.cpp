@@ -44,9 +44,10 @@ QVariant data(Data::Kind kind, const QVariantList &values)
 QVariant textOperand(const QString &sqlOperator, const QVariant &value)
 {
     const QString name = sqlOperator.toLower();
-    if (name == QLatin1String("in") || name == QLatin1String("not in"))
+    if (name == QLatin1String("in") || name == QLatin1String("not in")) {
         return value.canConvert<QVariantList>() ? data(Data::Kind::List, value.toList())
                                                 : QVariant();
+    }
     if (name == QLatin1String("between"))
         return value.toList().size() == 2 ? data(Data::Kind::Pair, value.toList()) : QVariant();
     return data(value);

@@ -75,9 +75,10 @@ void Database::open(const QString &filePath)
 {
     restrictDatabaseFiles(filePath);
     QSqlDatabase file = describe(filePath);
-    if (!file.open())
+    if (!file.open()) {
         qWarning().noquote() << QStringLiteral("Can not open the database %1 : %2")
                                     .arg(filePath, file.lastError().text());
+    }
     if (!m_connection.open(file))
         return;
     // A write-ahead log needs one synchronisation per write instead of four, and a reader in

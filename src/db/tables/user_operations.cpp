@@ -25,12 +25,13 @@ void settleTokens(UserInfo &info, const UserInfo &stored)
 {
     const bool wasLoaded = !info.updateTime.isNull();
     const bool isStale = wasLoaded && info.updateTime.value() < stored.updateTime.value();
-    if (isStale)
+    if (isStale) {
         takeTokens(info, stored);
-    else if (hasTokensOf(info, stored))
+    } else if (hasTokensOf(info, stored)) {
         info.updateTime = stored.updateTime;
-    else if (wasLoaded && info.updateTime.value() == stored.updateTime.value())
+    } else if (wasLoaded && info.updateTime.value() == stored.updateTime.value()) {
         info.updateTime.clear(); // the database starts the clock
+    }
 }
 
 } // namespace
