@@ -28,7 +28,7 @@ class HttpClient final
 public:
     // The reply's body as text, line breaks removed.
     using SuccessHandler = std::function<void(const QString &response)>;
-    // The error's text and its QNetworkReply::NetworkError, or -1 when nothing was sent.
+    // The error's text and its QNetworkReply::NetworkError, or -1 for a local failure (a file).
     using FailHandler = std::function<void(const QString &error, int code)>;
     using CompleteHandler = std::function<void()>;
     using Weak = std::weak_ptr<HttpClientPrivate>;
