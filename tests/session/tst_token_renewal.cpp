@@ -85,6 +85,7 @@ private slots:
     void aRefreshDuringARenewalSharesIt();
     void aFailedRenewalShowsOnceAndUsesTheOldToken_data();
     void aFailedRenewalShowsOnceAndUsesTheOldToken();
+    void aRenewalThatFailedIsNotTriedAgain();
     void aPartialReplyKeepsTheRest();
     void aFrozenBackendIsLeftAfterFifteenSeconds();
     void aRejectedTokenIsRenewedAndTheRequestRepeated();
@@ -331,6 +332,19 @@ void TestTokenRenewal::aFailedRenewalShowsOnceAndUsesTheOldToken()
     QCOMPARE(after.accessToken.value(), user.accessToken.value());
     QCOMPARE(after.refreshToken.value(), user.refreshToken.value());
     QCOMPARE(after.updateTime.value(), user.updateTime.value());
+}
+
+void TestTokenRenewal::aRenewalThatFailedIsNotTriedAgain()
+{
+    const UserInfo user = m_drive->logIn(0, longAgo);
+    m_drive->server().revokeTokens(0);
+    Outcome outcome;
+    ask(user, outcome);
+    QTRY_COMPARE(outcome.calls(), 1);
+    QCOMPARE(outcome.code, 204);
+    QCOMPARE(m_shown, QStringList{failureText});
+    QCOMPARE(m_drive->requests(tokenPath).size(), std::size_t(1));
+    QCOMPARE(m_drive->requests(drivePath).size(), std::size_t(1));
 }
 
 void TestTokenRenewal::aPartialReplyKeepsTheRest()

@@ -41,6 +41,8 @@ bool repeatableFor(const QString &userId)
     return !userId.isEmpty() && AppSettings().curUserId() == userId;
 }
 
+enum class OnRejection { RenewAndRepeat, Fail };
+
 // What the repetition needs to know of the first exchange.
 struct Rejection
 {
@@ -72,17 +74,17 @@ void repeatWithNewToken(const ApiRequest &request, const Rejection &rejection)
     });
 }
 
-void exchange(const ApiRequest &request, const QString &token)
+void exchange(const ApiRequest &request, const QString &token, OnRejection onRejection)
 {
     HttpClient http(endpoints().openApi + request.path);
+    const auto repeatable = std::make_shared<bool>(onRejection == OnRejection::RenewAndRepeat);
     http.manager(openApiManager())
         .header(QStringLiteral("Authorization"), QStringLiteral("Bearer ") + token)
         .success(request.success)
-        .fail([request, token, weak = http.weak(),
-               repeated = std::make_shared<bool>(false)](const QString &error, int code) {
+        .fail([request, token, repeatable, weak = http.weak()](const QString &error, int code) {
             const bool rejected = code == QNetworkReply::AuthenticationRequiredError;
-            if (rejected && !*repeated && repeatableFor(request.userId)) {
-                *repeated = true;
+            if (rejected && *repeatable && repeatableFor(request.userId)) {
+                *repeatable = false;
                 repeatWithNewToken(request, {HttpClient(weak), token, error, code});
             } else {
                 callFail(request, error, code);
@@ -103,11 +105,11 @@ void failLater(const ApiRequest &request)
         Qt::QueuedConnection);
 }
 
-void exchangeWithStoredToken(const ApiRequest &request)
+void exchangeWithStoredToken(const ApiRequest &request, OnRejection onRejection)
 {
     UserInfo user;
     if (loadUserInfo(request.userId, user)) {
-        exchange(request, user.accessToken.value());
+        exchange(request, user.accessToken.value(), onRejection);
     } else {
         failLater(request);
     }
@@ -118,20 +120,21 @@ void exchangeWithStoredToken(const ApiRequest &request)
 void sendApiRequest(const ApiRequest &request)
 {
     if (request.userId.isEmpty()) {
-        exchange(request, request.accessToken);
+        exchange(request, request.accessToken, OnRejection::Fail);
         return;
     }
     UserInfo user;
-    const bool stored = loadUserInfo(request.userId, user);
-    if (!stored) {
+    if (!loadUserInfo(request.userId, user)) {
         failLater(request);
         return;
     }
     if (accessTokenValid(user, QDateTime::currentDateTime())) {
-        exchange(request, user.accessToken.value());
+        exchange(request, user.accessToken.value(), OnRejection::RenewAndRepeat);
         return;
     }
-    // With or without a new token: a failed renewal leaves the old one, and the server decides.
-    Session::instance().renewTokens(request.userId,
-                                    [request](bool) { exchangeWithStoredToken(request); });
+    // With or without a new token: a failed renewal leaves the old one, and the server decides. It
+    // is not tried again for the same operation, nor its failure shown twice.
+    Session::instance().renewTokens(request.userId, [request](bool renewed) {
+        exchangeWithStoredToken(request, renewed ? OnRejection::RenewAndRepeat : OnRejection::Fail);
+    });
 }
