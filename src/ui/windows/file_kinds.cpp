@@ -133,7 +133,11 @@ const QIcon &iconOf(FileKind kind)
 {
     static QHash<int, QIcon> icons;
     auto found = icons.find(static_cast<int>(kind));
-    if (found == icons.end())
-        found = icons.insert(static_cast<int>(kind), QIcon(infoOf(kind).iconPath));
+    if (found == icons.end()) {
+        QIcon icon(infoOf(kind).iconPath);
+        // Without a picture of its own a selected icon is tinted with the selection's colour.
+        icon.addFile(infoOf(kind).iconPath, QSize(), QIcon::Selected);
+        found = icons.insert(static_cast<int>(kind), icon);
+    }
     return found.value();
 }
