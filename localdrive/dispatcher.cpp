@@ -162,10 +162,11 @@ void Dispatcher::serve(const httplib::Request &request, httplib::Response &respo
         sendError(response, 403, "ForbiddenOrigin", "Only this machine is served");
         return;
     }
-    if (request.path.rfind("/control/", 0) == 0)
+    if (request.path.rfind("/control/", 0) == 0) {
         run(call);
-    else
+    } else {
         serveRecorded(call);
+    }
 }
 
 void Dispatcher::serveRecorded(Call &call) const

@@ -16,6 +16,9 @@ constexpr char Containers[] =
     "matroska,webm,mov,mp4,avi,mpegts,mpeg,mpegvideo,flv,asf,ogg,rm,ivf,h264,hevc,gif,"
     "jpeg_pipe,png_pipe,webp_pipe,bmp_pipe";
 
+constexpr char Measures[] = "format=duration:stream=codec_type,codec_name,width,height"
+                            ":stream_disposition=attached_pic";
+
 void append(Command &command, const Command &more)
 {
     command.insert(command.end(), more.begin(), more.end());
@@ -40,10 +43,7 @@ Command ffmpegInput(const Command &before)
 Command probeCommand()
 {
     Command command = input("ffprobe");
-    append(command, {"-show_entries",
-                     "format=duration:stream=codec_type,codec_name,width,height:stream_disposition="
-                     "attached_pic",
-                     "-of", "json", "file:/dev/stdin"});
+    append(command, {"-show_entries", Measures, "-of", "json", "file:/dev/stdin"});
     return command;
 }
 
@@ -91,10 +91,11 @@ Command streamCommand(const MediaInfo &info, const Quality &quality, int width,
                          "libx264", "-preset", "ultrafast", "-crf", "28", "-force_key_frames",
                          "expr:gte(t,n_forced*4)"});
     }
-    if (info.audioCodec == "aac")
+    if (info.audioCodec == "aac") {
         append(command, {"-c:a", "copy"});
-    else
+    } else {
         append(command, {"-c:a", "aac", "-b:a", "96k", "-ac", "2"});
+    }
     append(command,
            {"-f", "hls", "-hls_time", "4", "-hls_playlist_type", "vod", "-hls_segment_filename",
             folder + "/part%05d.ts", folder + '/' + StreamIndexName});

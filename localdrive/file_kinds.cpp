@@ -2,74 +2,75 @@
 
 #include <algorithm>
 #include <cctype>
-#include <unordered_map>
 
 namespace localdrive {
 namespace {
 
-const std::unordered_map<std::string, std::string> &contentTypes()
+struct ContentType
 {
-    static const std::unordered_map<std::string, std::string> types = {
-        {"mkv", "video/x-matroska"},
-        {"mp4", "video/mp4"},
-        {"m4v", "video/mp4"},
-        {"mov", "video/quicktime"},
-        {"avi", "video/x-msvideo"},
-        {"wmv", "video/x-ms-wmv"},
-        {"flv", "video/x-flv"},
-        {"webm", "video/webm"},
-        {"ts", "video/mp2t"},
-        {"m2ts", "video/mp2t"},
-        {"mpg", "video/mpeg"},
-        {"mpeg", "video/mpeg"},
-        {"3gp", "video/3gpp"},
-        {"rmvb", "video/vnd.rn-realvideo"},
-        {"ogv", "video/ogg"},
-        {"jpg", "image/jpeg"},
-        {"jpeg", "image/jpeg"},
-        {"png", "image/png"},
-        {"gif", "image/gif"},
-        {"webp", "image/webp"},
-        {"bmp", "image/bmp"},
-        {"heic", "image/heic"},
-        {"svg", "image/svg+xml"},
-        {"mp3", "audio/mpeg"},
-        {"flac", "audio/flac"},
-        {"wav", "audio/wav"},
-        {"m4a", "audio/mp4"},
-        {"aac", "audio/aac"},
-        {"ogg", "audio/ogg"},
-        {"opus", "audio/opus"},
-        {"wma", "audio/x-ms-wma"},
-        {"txt", "text/plain"},
-        {"md", "text/markdown"},
-        {"csv", "text/csv"},
-        {"html", "text/html"},
-        {"xml", "text/xml"},
-        {"srt", "application/x-subrip"},
-        {"ass", "text/x-ssa"},
-        {"ssa", "text/x-ssa"},
-        {"vtt", "text/vtt"},
-        {"json", "application/json"},
-        {"pdf", "application/pdf"},
-        {"epub", "application/epub+zip"},
-        {"doc", "application/msword"},
-        {"docx", "application/vnd.openxmlformats-officedocument.wordprocessingml.document"},
-        {"xls", "application/vnd.ms-excel"},
-        {"xlsx", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"},
-        {"ppt", "application/vnd.ms-powerpoint"},
-        {"pptx", "application/vnd.openxmlformats-officedocument.presentationml.presentation"},
-        {"odt", "application/vnd.oasis.opendocument.text"},
-        {"zip", "application/zip"},
-        {"rar", "application/vnd.rar"},
-        {"7z", "application/x-7z-compressed"},
-        {"tar", "application/x-tar"},
-        {"gz", "application/gzip"},
-        {"bz2", "application/x-bzip2"},
-        {"xz", "application/x-xz"},
-    };
-    return types;
-}
+    const char *extension;
+    const char *type;
+};
+
+constexpr ContentType ContentTypes[] = {
+    {"mkv", "video/x-matroska"},
+    {"mp4", "video/mp4"},
+    {"m4v", "video/mp4"},
+    {"mov", "video/quicktime"},
+    {"avi", "video/x-msvideo"},
+    {"wmv", "video/x-ms-wmv"},
+    {"flv", "video/x-flv"},
+    {"webm", "video/webm"},
+    {"ts", "video/mp2t"},
+    {"m2ts", "video/mp2t"},
+    {"mpg", "video/mpeg"},
+    {"mpeg", "video/mpeg"},
+    {"3gp", "video/3gpp"},
+    {"rmvb", "video/vnd.rn-realvideo"},
+    {"ogv", "video/ogg"},
+    {"jpg", "image/jpeg"},
+    {"jpeg", "image/jpeg"},
+    {"png", "image/png"},
+    {"gif", "image/gif"},
+    {"webp", "image/webp"},
+    {"bmp", "image/bmp"},
+    {"heic", "image/heic"},
+    {"svg", "image/svg+xml"},
+    {"mp3", "audio/mpeg"},
+    {"flac", "audio/flac"},
+    {"wav", "audio/wav"},
+    {"m4a", "audio/mp4"},
+    {"aac", "audio/aac"},
+    {"ogg", "audio/ogg"},
+    {"opus", "audio/opus"},
+    {"wma", "audio/x-ms-wma"},
+    {"txt", "text/plain"},
+    {"md", "text/markdown"},
+    {"csv", "text/csv"},
+    {"html", "text/html"},
+    {"xml", "text/xml"},
+    {"srt", "application/x-subrip"},
+    {"ass", "text/x-ssa"},
+    {"ssa", "text/x-ssa"},
+    {"vtt", "text/vtt"},
+    {"json", "application/json"},
+    {"pdf", "application/pdf"},
+    {"epub", "application/epub+zip"},
+    {"doc", "application/msword"},
+    {"docx", "application/vnd.openxmlformats-officedocument.wordprocessingml.document"},
+    {"xls", "application/vnd.ms-excel"},
+    {"xlsx", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"},
+    {"ppt", "application/vnd.ms-powerpoint"},
+    {"pptx", "application/vnd.openxmlformats-officedocument.presentationml.presentation"},
+    {"odt", "application/vnd.oasis.opendocument.text"},
+    {"zip", "application/zip"},
+    {"rar", "application/vnd.rar"},
+    {"7z", "application/x-7z-compressed"},
+    {"tar", "application/x-tar"},
+    {"gz", "application/gzip"},
+    {"bz2", "application/x-bzip2"},
+    {"xz", "application/x-xz"},
+};
 
 struct CategoryRule
 {
@@ -112,8 +113,12 @@ std::string extensionOf(const std::string &name)
 
 std::string contentTypeOf(const std::string &name)
 {
-    const auto found = contentTypes().find(extensionOf(name));
-    return found == contentTypes().end() ? "application/octet-stream" : found->second;
+    const std::string extension = extensionOf(name);
+    for (const ContentType &entry : ContentTypes) {
+        if (extension == entry.extension)
+            return entry.type;
+    }
+    return "application/octet-stream";
 }
 
 std::string categoryOf(const std::string &contentType)

@@ -172,11 +172,11 @@ int serve(const Arguments &arguments)
 
 int main(int argc, char **argv)
 {
-    CLI::App app;
-    Arguments arguments;
-    describe(app, arguments);
-    CLI11_PARSE(app, argc, argv);
     try {
+        CLI::App app;
+        Arguments arguments;
+        describe(app, arguments);
+        CLI11_PARSE(app, argc, argv);
         if (arguments.makeLibrary.empty())
             return serve(arguments);
         makeLibrary(arguments.makeLibrary);

@@ -191,10 +191,11 @@ void MediaStore::enqueue(Job job, bool urgent)
     const std::lock_guard lock(m_mutex);
     if (!m_pending.insert({job.key, job.quality}).second)
         return;
-    if (urgent)
+    if (urgent) {
         m_jobs.push_front(std::move(job));
-    else
+    } else {
         m_jobs.push_back(std::move(job));
+    }
     m_changed.notify_all();
 }
 

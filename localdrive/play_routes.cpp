@@ -73,9 +73,9 @@ void playInfo(World &world, Call &call)
     const std::string key = MediaStore::keyOf(file.get());
     nlohmann::json tasks = nlohmann::json::array();
     for (const Stream &stream : streams) {
+        const std::string url = streamAddress(world, drive, key, *stream.quality, expires);
         if (wanted.empty() || wanted == stream.quality->id)
-            tasks.push_back(
-                describe(stream, streamAddress(world, drive, key, *stream.quality, expires)));
+            tasks.push_back(describe(stream, url));
     }
     const nlohmann::json meta = {
         {"duration", info->duration}, {"width", info->width}, {"height", info->height}};
@@ -110,10 +110,11 @@ void streamPart(World &world, Call &call)
     world.log.setAccount(call.logNumber, account.number);
     const std::string &name = call.captures.at(3);
     const std::string path = world.media.streamFile(call.captures.at(1), call.captures.at(2), name);
-    if (name == StreamIndexName)
+    if (name == StreamIndexName) {
         call.response.set_content(signedIndex(world, call, path), "application/vnd.apple.mpegurl");
-    else
+    } else {
         sendFile(call, openMade(path), "video/mp2t");
+    }
 }
 
 void thumbnail(World &world, Call &call)

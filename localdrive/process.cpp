@@ -12,8 +12,6 @@
 
 #include "unique_fd.h"
 
-extern char **environ;
-
 namespace localdrive {
 namespace {
 
@@ -80,10 +78,11 @@ pid_t Processes::spawn(const std::vector<std::string> &command, int input, int o
     arguments.push_back(nullptr);
 
     FileActions actions;
-    if (input >= 0)
+    if (input >= 0) {
         posix_spawn_file_actions_adddup2(actions.get(), input, STDIN_FILENO);
-    else
+    } else {
         posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    }
     posix_spawn_file_actions_adddup2(actions.get(), output, STDOUT_FILENO);
     if (!std::getenv("MORAVU_LOCALDRIVE_VERBOSE"))
         posix_spawn_file_actions_addopen(actions.get(), STDERR_FILENO, "/dev/null", O_WRONLY, 0);

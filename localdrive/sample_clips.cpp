@@ -148,10 +148,11 @@ std::vector<std::string> clipCommand(const Clip &clip, const std::string &workFo
     std::vector<std::string> command = {"ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "lavfi"};
     append(command, {"-i", background(clip)});
     append(command, tone(440, clip.seconds));
-    if (clip.tracks == Tracks::Languages)
+    if (clip.tracks == Tracks::Languages) {
         addLanguages(command, clip, workFolder);
-    else
+    } else {
         append(command, {"-map", "0:v", "-map", "1:a"});
+    }
     append(command, {"-vf",
                      picture(clip, nameFile),
                      "-c:v",

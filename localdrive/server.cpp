@@ -142,11 +142,9 @@ bool Server::start()
     http->Patch(AnyPath, serve);
     http->Delete(AnyPath, serve);
     http->Options(AnyPath, serve);
-    if (d->port == 0)
-        d->port = http->bind_to_any_port(Host);
-    else if (!http->bind_to_port(Host, d->port))
-        return false;
-    if (d->port <= 0)
+    const bool isBound = d->port == 0 ? (d->port = http->bind_to_any_port(Host)) > 0
+                                      : http->bind_to_port(Host, d->port);
+    if (!isBound)
         return false;
     d->world.baseUrl = "http://" + std::string(Host) + ':' + std::to_string(d->port);
     d->http = std::move(http);
