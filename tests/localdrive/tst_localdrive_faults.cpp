@@ -83,6 +83,7 @@ void FaultsTest::countsAndSkips()
     fault.count = 2;
     m_server->addFault(fault);
     std::vector<int> statuses;
+    statuses.reserve(5);
     for (int i = 0; i < 5; ++i)
         statuses.push_back(list().status);
     QCOMPARE(statuses, (std::vector<int>{200, 500, 500, 200, 200}));
@@ -197,6 +198,7 @@ void FaultsTest::frozenRequestsDoNotHoldOthersUp()
     m_server->addFault(fault);
     std::atomic<int> ended{0};
     std::vector<std::thread> frozen;
+    frozen.reserve(Count);
     for (int i = 0; i < Count; ++i) {
         frozen.emplace_back([this, &ended] {
             httplib::Client client("127.0.0.1", m_server->port());

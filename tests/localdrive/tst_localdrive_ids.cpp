@@ -125,10 +125,10 @@ void IdsTest::decryptsReports_data()
     QTest::addColumn<QByteArray>("plain");
     // Made by openssl enc -aes-192-ecb with the report key.
     QTest::newRow("a short text") << QByteArray("e31501a53c36d9e9701f14914f1f1ee2") << true
-                                  << QByteArray("{\"userId\":\"1\"}");
+                                  << QByteArray(R"({"userId":"1"})");
     QTest::newRow("a whole block gains another")
         << QByteArray("56f4a4f25b5fe0c43606a2bcf76147488382779c151df4893af69db9bde2488b") << true
-        << QByteArray("{\"a\":\"12345678\"}");
+        << QByteArray(R"({"a":"12345678"})");
     QTest::newRow("a broken block") << QByteArray("0011") << false << QByteArray();
     QTest::newRow("no hex") << QByteArray(32, 'z') << false << QByteArray();
     QTest::newRow("wrong padding") << QByteArray(32, '0') << false << QByteArray();
