@@ -57,17 +57,29 @@ bool isInteger(int type)
            type == QMetaType::ULongLong;
 }
 
-bool fitsInteger(const QVariant &value, int type)
+bool fitsInteger(qlonglong number, int type)
 {
-    bool ok = false;
-    const qlonglong number = value.toLongLong(&ok);
-    if (type == QMetaType::Int) {
-        return ok && number >= std::numeric_limits<int>::min() &&
+    switch (type) {
+    case QMetaType::Int:
+        return number >= std::numeric_limits<int>::min() &&
                number <= std::numeric_limits<int>::max();
+    case QMetaType::UInt:
+        return number >= 0 && number <= std::numeric_limits<uint>::max();
+    default:
+        return true;
     }
-    if (type == QMetaType::UInt)
-        return ok && number >= 0 && number <= std::numeric_limits<uint>::max();
-    return ok || type == QMetaType::ULongLong;
+}
+
+bool convertToInteger(QVariant &value, int type)
+{
+    bool isNumber = false;
+    const qlonglong number = value.toLongLong(&isNumber);
+    if (isNumber && type == QMetaType::Int && fitsInteger(number, type)) {
+        value = static_cast<int>(number); // what nearly every column is
+        return true;
+    }
+    const bool isBigNatural = !isNumber && type == QMetaType::ULongLong;
+    return (isBigNatural || (isNumber && fitsInteger(number, type))) && value.convert(type);
 }
 
 } // namespace
@@ -150,7 +162,5 @@ bool dqConvert(QVariant &value, int type)
         value = dqStringListFromText(value.toString());
         return true;
     }
-    if (isInteger(type) && !fitsInteger(value, type))
-        return false;
-    return value.convert(type);
+    return isInteger(type) ? convertToInteger(value, type) : value.convert(type);
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include <QRegularExpression>
+#include <QStringRef>
 #include <QtDebug>
 
 #include "db/dq/dq_where_priv.h"
@@ -40,15 +40,31 @@ QVariant data(Data::Kind kind, const QVariantList &values)
     return QVariant::fromValue(Data(kind, values));
 }
 
+bool isNameCharacter(QChar c)
+{
+    return c.unicode() < 0x80 && c.isLetterOrNumber();
+}
+
+/// What "^\s*[a-zA-Z0-9]+" finds, without the blanks; by hand because every removal of a row asks.
+QStringRef leadingName(const QString &text)
+{
+    const auto begin =
+        std::find_if_not(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
+    const auto end = std::find_if_not(begin, text.end(), isNameCharacter);
+    return text.midRef(static_cast<int>(begin - text.begin()), static_cast<int>(end - begin));
+}
+
 /// The operand that goes with `sqlOperator` in the text form; invalid when `value` does not suit.
 QVariant textOperand(const QString &sqlOperator, const QVariant &value)
 {
-    const QString name = sqlOperator.toLower();
-    if (name == QLatin1String("in") || name == QLatin1String("not in")) {
+    const auto is = [&sqlOperator](const char *name) {
+        return sqlOperator.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
+    };
+    if (is("in") || is("not in")) {
         return value.canConvert<QVariantList>() ? data(Data::Kind::List, value.toList())
                                                 : QVariant();
     }
-    if (name == QLatin1String("between"))
+    if (is("between"))
         return value.toList().size() == 2 ? data(Data::Kind::Pair, value.toList()) : QVariant();
     return data(value);
 }
@@ -74,16 +90,15 @@ DQWhere::DQWhere(const QString &fieldName) : d(new DQWhereFieldPriv)
 
 DQWhere::DQWhere(const QString &text, const QVariant &value) : d(new DQWhereFieldPriv)
 {
-    static const QRegularExpression leadingName(QStringLiteral("^\\s*[a-zA-Z0-9]+"));
-    const QRegularExpressionMatch match = leadingName.match(text);
-    const QString sqlOperator = text.mid(match.capturedEnd()).trimmed();
+    const QStringRef name = leadingName(text);
+    const QString sqlOperator = text.mid(name.position() + name.size()).trimmed();
     const QVariant right = textOperand(sqlOperator, value);
-    if (!match.hasMatch() || !isOperator(sqlOperator) || !right.isValid()) {
+    if (name.isEmpty() || !isOperator(sqlOperator) || !right.isValid()) {
         qWarning().noquote() << QStringLiteral("DQWhere() : can not parse %1").arg(text);
         d->left = matchesNothing();
         return;
     }
-    d->left = match.captured().trimmed();
+    d->left = name.toString();
     d->sqlOperator = sqlOperator;
     d->right = right;
 }
