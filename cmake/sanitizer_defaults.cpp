@@ -18,6 +18,7 @@ const char *__lsan_default_suppressions()
 {
     return "leak:libfontconfig\n"
            "leak:libdbus-1\n"
+           "leak:libSDL2\n"
            "leak:libGLX_mesa\n"
            "leak:libGLdispatch\n"
            "leak:libLLVM\n"
