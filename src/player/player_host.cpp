@@ -50,9 +50,8 @@ MpvPlayerWindow *PlayerHost::window()
     if (m_window)
         return m_window;
     auto created = std::make_unique<MpvPlayerWindow>();
+    created->prepareVideo();
     created->show();
-    if (!created->canDraw())
-        throw std::runtime_error("could not create an OpenGL context");
     m_window = created.release();
     connect(m_window, &MpvPlayerWindow::historyUpdated, this, &PlayerHost::historyUpdated);
     connect(m_window, &MpvPlayerWindow::videoQualityChanged, this,

@@ -1,5 +1,7 @@
 #include "player/player_window.h"
 
+#include <stdexcept>
+
 #include <QApplication>
 #include <QDebug>
 #include <QKeyEvent>
@@ -153,9 +155,13 @@ void MpvPlayerWindow::saveState()
     AppSettings().savePlayerState(state);
 }
 
-bool MpvPlayerWindow::canDraw() const
+void MpvPlayerWindow::prepareVideo()
 {
-    return m_mpvWidget->isValid();
+    // The widget shares its context with its window's, which exists only with a native window.
+    winId();
+    m_mpvWidget->grabFramebuffer();
+    if (!m_mpvWidget->isValid())
+        throw std::runtime_error("could not create an OpenGL context");
 }
 
 void MpvPlayerWindow::open(const PlayRequest &request)

@@ -35,8 +35,9 @@ public:
     // Plays the request's video in place of what plays; that one's position is saved first.
     void open(const PlayRequest &request);
 
-    // Whether the video can be drawn; known once the window was shown.
-    [[nodiscard]] bool canDraw() const;
+    // Sets up the drawing of videos ahead of show(), where an exception could cross Qt's frames.
+    // Throws std::runtime_error where there is no OpenGL, or none that libmpv can use.
+    void prepareVideo();
 
 signals:
     // The user chose another quality; the setting is written.

@@ -280,7 +280,8 @@ void TestPlayback::qualityChangesInPlace()
     const int before = m_player->mpv()->position();
 
     int told = 0;
-    connect(&m_player->host(), &PlayerHost::videoQualityChanged, this, [&told] { ++told; });
+    const QObject scope;
+    connect(&m_player->host(), &PlayerHost::videoQualityChanged, &scope, [&told] { ++told; });
     for (const QString &text : {QStringLiteral("流畅 360p"), QStringLiteral("原画(960x540)")}) {
         QVERIFY(m_player->choose(QStringLiteral("quality"), text));
         QCOMPARE(m_player->checkedText(QStringLiteral("quality")), text);

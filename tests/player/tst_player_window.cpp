@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QSplitter>
 #include <QToolButton>
 #include <QWheelEvent>
@@ -67,6 +68,7 @@ private slots:
     void staysWhereNothingIsListed();
     void oneWindowServesAllVideos();
     void pausesAndPlays();
+    void aPausedVideoPaintsNothing();
     void keysSeekByTheLastStep();
     void volumeFollowsWheelAndKeys();
     void seekBarGoesWhereThePointerIs();
@@ -123,7 +125,8 @@ QStringList TestPlayerWindow::loggedBy(const std::function<void()> &action)
 void TestPlayerWindow::playsAndSavesItsPosition()
 {
     int saved = 0;
-    connect(&m_player->host(), &PlayerHost::historyUpdated, this, [&saved] { ++saved; });
+    const QObject scope;
+    connect(&m_player->host(), &PlayerHost::historyUpdated, &scope, [&saved] { ++saved; });
     m_player->open(first);
     QVERIFY(m_player->window());
     QCOMPARE(m_player->timeText(), QStringLiteral("00:00:00/00:00:00"));
@@ -207,7 +210,8 @@ void TestPlayerWindow::staysWhereNothingIsListed()
     m_player->host().open(request);
     QTRY_VERIFY(m_player->hasReached(1));
     int saved = 0;
-    connect(&m_player->host(), &PlayerHost::historyUpdated, this, [&saved] { ++saved; });
+    const QObject scope;
+    connect(&m_player->host(), &PlayerHost::historyUpdated, &scope, [&saved] { ++saved; });
     QTest::mouseClick(m_player->part(QStringLiteral("next")), Qt::LeftButton);
     QTest::qWait(300);
     QCOMPARE(m_player->window()->windowTitle(), QStringLiteral("Ep01.mkv"));
@@ -236,6 +240,17 @@ void TestPlayerWindow::pausesAndPlays()
     QTest::mouseClick(button, Qt::LeftButton);
     QTRY_VERIFY(!m_player->mpv()->isPaused());
     QTRY_COMPARE(button->toolTip(), QStringLiteral("暂停"));
+}
+
+void TestPlayerWindow::aPausedVideoPaintsNothing()
+{
+    play(first, true);
+    QTest::qWait(1500);
+    QSignalSpy painted(m_player->mpv(), &QOpenGLWidget::frameSwapped);
+    QTest::qWait(1500);
+    QCOMPARE(painted.count(), 0);
+    m_player->mpv()->play();
+    QTRY_VERIFY(painted.count() > 5);
 }
 
 void TestPlayerWindow::keysSeekByTheLastStep()
