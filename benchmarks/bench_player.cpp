@@ -19,7 +19,6 @@
 #include "localdrive/server.h"
 #include "player/clips.h"
 #include "player/mpv_widget.h"
-#include "player/track_info.h"
 
 // The player's video against mpv itself: the same film from the same address, in a window of the
 // same size, both drawn by OpenGL in software and without sound.
@@ -134,6 +133,10 @@ class Ours final
 public:
     Ours()
     {
+        QObject::connect(&m_widget, &MpvWidget::positionChanged, &m_widget,
+                         [this] { m_hasPosition = true; });
+        QObject::connect(&m_widget, &QOpenGLWidget::frameSwapped, &m_widget,
+                         [this] { m_wasDrawn = m_hasPosition; });
         m_widget.resize(windowSize);
         m_widget.show();
         waitUntil([this] { return m_widget.isValid(); });
@@ -143,15 +146,13 @@ public:
     MpvWidget &widget() { return m_widget; }
     bool waitForPicture()
     {
-        const auto shown = [this] {
-            return m_widget.getProperty(QStringLiteral("estimated-frame-number")).toInt() >= 0 &&
-                   !m_widget.getProperty(QStringLiteral("core-idle")).toBool();
-        };
-        return waitUntil(shown);
+        return waitUntil([this] { return m_hasPosition && m_wasDrawn; });
     }
 
 private:
     MpvWidget m_widget;
+    bool m_hasPosition = false;
+    bool m_wasDrawn = false; // since there is a position
 };
 
 double playingShareOfOurs(const QString &url)
