@@ -41,6 +41,7 @@ private slots:
     void onlyAnObjectFillsARecord_data();
     void onlyAnObjectFillsARecord();
     void absentKeysKeepWhatTheFieldHolds();
+    void nullEmptiesANestedRecord();
     void listsAppend();
     void nestedRecordsAndListsRoundTrip();
     void dateTimesRoundTrip();
@@ -223,6 +224,17 @@ void tst_Serializer::absentKeysKeepWhatTheFieldHolds()
     QCOMPARE(page.items.size(), 1);
     page.fromJson(objectFromText(QStringLiteral(R"({"items":null})")));
     QCOMPARE(page.items.size(), 0);
+}
+
+void tst_Serializer::nullEmptiesANestedRecord()
+{
+    const QString key = QStringLiteral("personal_space_info");
+    auto space =
+        recordFromText<SpaceInfo>(QStringLiteral(R"({"personal_space_info":{"used_size":7}})"));
+    space.fromJson(QJsonObject{{key, QStringLiteral("no record")}});
+    QCOMPARE(space.personal_space_info.used_size, 7);
+    space.fromJson(QJsonObject{{key, QJsonValue::Null}});
+    QCOMPARE(space.personal_space_info.used_size, 0);
 }
 
 void tst_Serializer::listsAppend()

@@ -45,7 +45,7 @@ public:
     // without a key keep what they hold. A value that is not an object changes nothing.
     //
     // Types are converted, not checked: a number fills a text with its digits, a text fills a
-    // number with its value or 0, null and whatever does not convert empty the field. A list
+    // number with its value or 0, null empties any field, and so does what does not convert. A list
     // field appends one element per array element; a nested record is filled only by an object.
     void fromJson(const QJsonValue &value);
 
@@ -106,6 +106,8 @@ template <class T>
 void fromJson(const QJsonValue &value, T &member)
 {
     if constexpr (isRecord<T>) {
+        if (value.isNull())
+            member = T();
         member.fromJson(value);
     } else {
         if constexpr (std::is_same_v<T, QString>) {
