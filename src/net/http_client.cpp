@@ -48,7 +48,6 @@ HttpClient &HttpClient::headers(const QMap<QString, QString> &values)
 HttpClient &HttpClient::manager(QNetworkAccessManager *manager)
 {
     m_d->manager = manager;
-
     return *this;
 }
 

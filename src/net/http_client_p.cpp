@@ -8,6 +8,7 @@
 
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
+#include "net/write_through.h"
 
 namespace {
 
@@ -42,8 +43,7 @@ int statusOf(const QNetworkReply *reply)
 
 void writeAvailable(QNetworkReply *reply, QSaveFile *file)
 {
-    const QByteArray block = reply->readAll();
-    if (file->write(block) != block.size())
+    if (!writeThrough(*file, reply->readAll()))
         reply->abort();
 }
 

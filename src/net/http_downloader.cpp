@@ -9,6 +9,8 @@
 #include <QNetworkRequest>
 #include <QSaveFile>
 
+#include "net/write_through.h"
+
 namespace {
 
 constexpr int chunkSize = 10240;
@@ -132,7 +134,7 @@ void HttpDownLoader::slotReadyRead()
         return;
     }
     m_received += bytes.size();
-    if (m_file->write(bytes) != bytes.size() || !m_file->flush()) {
+    if (!writeThrough(*m_file, bytes)) {
         fail(m_file->errorString());
         reply->abort();
         return;
@@ -152,9 +154,11 @@ bool HttpDownLoader::isExpectedAnswer(const QNetworkReply *reply) const
            reply->rawHeader(QByteArrayLiteral("Content-Range")).startsWith(start);
 }
 
+// A reply that is aborted after the error reports once more, perhaps into the next download.
 void HttpDownLoader::slotError(QNetworkReply::NetworkError code)
 {
-    fail(tr("Recv Data Error, Error Code is ") + QString::number(code));
+    if (sender() == m_reply)
+        fail(tr("Recv Data Error, Error Code is ") + QString::number(code));
 }
 
 void HttpDownLoader::finishChunk()
@@ -176,6 +180,7 @@ void HttpDownLoader::finish()
     }
     m_file.reset();
     m_state = State::Idle;
+    qDebug().noquote() << QStringLiteral("[结束] 成功: %1").arg(m_targetPath);
     emit downFinished();
 }
 
@@ -186,5 +191,6 @@ void HttpDownLoader::fail(const QString &errorString)
         return;
     m_state = State::Failed;
     m_file.reset();
+    qDebug().noquote() << QStringLiteral("[结束] 失败: %1").arg(errorString);
     emit error(errorString);
 }

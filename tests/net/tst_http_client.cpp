@@ -10,6 +10,7 @@
 #include "app/environment/app_settings.h"
 #include "db/tables/database.h"
 #include "db/tables/operations.h"
+#include "net/file_size_limit.h"
 #include "net/guarded.h"
 #include "net/http_client.h"
 #include "net/scripted_server.h"
@@ -86,6 +87,8 @@ private slots:
     void theCodecIsTheCallersOrUtf8_data();
     void theCodecIsTheCallersOrUtf8();
     void logsOnlyWhenAsked();
+    void logsParametersThatAreTheBody_data();
+    void logsParametersThatAreTheBody();
     void aCallbackMayDeleteTheManager();
     void aCallbackMayOpenADialogAndFireAnother();
     void aDeletedManagerEndsTheRequestSilently();
@@ -96,6 +99,8 @@ private slots:
     void downloadsIntoTheFile();
     void aFailedDownloadLeavesTheTargetAlone_data();
     void aFailedDownloadLeavesTheTargetAlone();
+    void aFullDiskFailsTheDownload_data();
+    void aFullDiskFailsTheDownload();
     void repeatsWithTheStoredToken_data();
     void repeatsWithTheStoredToken();
     void guardedCallsNothingOnceItsContextIsGone();
@@ -292,6 +297,39 @@ void tst_HttpClient::logsOnlyWhenAsked()
                           parameters, QStringLiteral("[结束] 失败: ") + error}));
 }
 
+void tst_HttpClient::logsParametersThatAreTheBody_data()
+{
+    using Fire = std::function<void(HttpClient &)>;
+    QTest::addColumn<Fire>("fire");
+    QTest::addColumn<QString>("query");
+    QTest::addColumn<QStringList>("parameters");
+
+    const QStringList logged{QStringLiteral("[参数] a=1\n")};
+    QTest::newRow("GET") << Fire([](HttpClient &c) { c.get(); }) << QStringLiteral("?a=1")
+                         << QStringList();
+    QTest::newRow("DELETE") << Fire([](HttpClient &c) { c.remove(); }) << QString()
+                            << QStringList();
+    QTest::newRow("PUT") << Fire([](HttpClient &c) { c.put(); }) << QString() << logged;
+    QTest::newRow("upload") << Fire([](HttpClient &c) { c.upload(QByteArray("x"), QString()); })
+                            << QString() << logged;
+}
+
+void tst_HttpClient::logsParametersThatAreTheBody()
+{
+    QFETCH(std::function<void(HttpClient &)>, fire);
+    QFETCH(QString, query);
+    QFETCH(QStringList, parameters);
+    ScriptedServer server([](const ReceivedRequest &) { return answer("200 OK", "fine"); });
+    MessageCapture capture;
+    Calls calls;
+    HttpClient client(server.url());
+    fire(calls.listen(client).debug(true).param(QStringLiteral("a"), QStringLiteral("1")));
+    QTRY_VERIFY(calls.isComplete());
+    const QString address = QStringLiteral("[网址] \"%1%2\"").arg(server.url(), query);
+    QCOMPARE(capture.messages, QStringList({address}) + parameters +
+                                   QStringList({QStringLiteral("[结束] 成功: fine")}));
+}
+
 void tst_HttpClient::aCallbackMayDeleteTheManager()
 {
     ScriptedServer server([](const ReceivedRequest &) { return answer("200 OK", "hello"); });
@@ -470,13 +508,19 @@ void tst_HttpClient::anUnreadableFileAbandonsTheUpload()
     const QString readable = dir.filePath(QStringLiteral("readable"));
     const QString missing = dir.filePath(QStringLiteral("missing"));
     writeFile(readable, "x");
-    Calls calls;
-    HttpClient client(server.url());
-    calls.listen(client).upload(QStringList{readable, missing});
-    QTRY_VERIFY(calls.isComplete());
-    QCOMPARE(calls.entries, QStringList({QStringLiteral("fail:-1"), QStringLiteral("complete")}));
-    QCOMPARE(calls.error,
-             QStringLiteral("打开文件失败[No such file or directory]: %1").arg(missing));
+    const QString error =
+        QStringLiteral("打开文件失败[No such file or directory]: %1").arg(missing);
+    for (const bool logs : {false, true}) {
+        MessageCapture capture;
+        Calls calls;
+        HttpClient client(server.url());
+        calls.listen(client).debug(logs).upload(QStringList{readable, missing});
+        QTRY_VERIFY(calls.isComplete());
+        QCOMPARE(calls.entries,
+                 QStringList({QStringLiteral("fail:-1"), QStringLiteral("complete")}));
+        QCOMPARE(calls.error, error);
+        QCOMPARE(capture.messages.contains(error), logs);
+    }
     QTest::qWait(20);
     QCOMPARE(server.requests().size(), 0);
 }
@@ -522,14 +566,45 @@ void tst_HttpClient::aFailedDownloadLeavesTheTargetAlone()
     QFETCH(QString, firstCall);
     ScriptedServer server([scripted](const ReceivedRequest &) { return scripted; });
     QTemporaryDir dir;
+    const QString target = dir.filePath(targetName);
     writeFile(dir.filePath(QStringLiteral("target")), "precious");
+    MessageCapture capture;
     Calls calls;
     HttpClient client(server.url());
-    calls.listen(client).download(dir.filePath(targetName));
+    calls.listen(client).download(target);
     QTRY_VERIFY(calls.isComplete());
     QCOMPARE(calls.entries, QStringList({firstCall, QStringLiteral("complete")}));
+    const bool isOpened = firstCall != QLatin1String("fail:-1");
+    const QString message = QStringLiteral("[错误] 打开文件出错: ") + target;
+    QCOMPARE(capture.messages, isOpened ? QStringList() : QStringList({message}));
     QTRY_COMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({QStringLiteral("target")}));
     QCOMPARE(readFile(dir.filePath(QStringLiteral("target"))), QByteArray("precious"));
+}
+
+void tst_HttpClient::aFullDiskFailsTheDownload_data()
+{
+    QTest::addColumn<int>("limit");
+    QTest::newRow("no room from the middle on") << 50000;
+    QTest::newRow("no room for the last byte") << 399999;
+}
+
+void tst_HttpClient::aFullDiskFailsTheDownload()
+{
+    QFETCH(int, limit);
+    ScriptedServer server(
+        [](const ReceivedRequest &) { return answer("200 OK", QByteArray(400000, 'x')); });
+    QTemporaryDir dir;
+    const QString target = dir.filePath(QStringLiteral("target"));
+    writeFile(target, "precious");
+    const FileSizeLimit sizeLimit(limit);
+    Calls calls;
+    HttpClient client(server.url());
+    calls.listen(client).download(target);
+    QTRY_VERIFY(calls.isComplete());
+    QCOMPARE(calls.entries, QStringList({QStringLiteral("fail:-1"), QStringLiteral("complete")}));
+    QCOMPARE(calls.error, QStringLiteral("File too large"));
+    QTRY_COMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({QStringLiteral("target")}));
+    QCOMPARE(readFile(target), QByteArray("precious"));
 }
 
 void tst_HttpClient::repeatsWithTheStoredToken_data()

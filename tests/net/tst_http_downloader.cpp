@@ -3,6 +3,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "net/file_size_limit.h"
 #include "net/http_downloader.h"
 #include "net/scripted_server.h"
 
@@ -50,6 +51,7 @@ struct Download
 
 } // namespace
 
+Q_DECLARE_METATYPE(ScriptedAnswer)
 Q_DECLARE_METATYPE(ScriptedServer::Script)
 
 namespace {
@@ -144,6 +146,8 @@ private slots:
     void endsInOneErrorAndLeavesTheTargetAlone_data();
     void endsInOneErrorAndLeavesTheTargetAlone();
     void anUnwritableTargetIsAnError();
+    void aFullDiskIsAnError();
+    void canBeStartedAnewFromItsError_data();
     void canBeStartedAnewFromItsError();
     void destroyingItLeavesNothingBehind();
 };
@@ -168,6 +172,8 @@ void tst_HttpDownLoader::asksForTheRangesAsTheyFollow()
     const QByteArray content = fileContent(size);
     ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
     Download download(server.url());
+    const QString message = QStringLiteral("[结束] 成功: ") + download.target();
+    QTest::ignoreMessage(QtDebugMsg, qPrintable(message));
     download.loader.start();
     QTRY_VERIFY(download.hasEnded());
 
@@ -216,13 +222,15 @@ void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone_data()
 void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone()
 {
     QFETCH(ScriptedServer::Script, script);
+    QFETCH(QString, error);
     ScriptedServer server(script);
     Download download(server.url());
+    QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("[结束] 失败: ") + error));
     download.loader.start();
     QTRY_VERIFY(download.hasEnded());
     QTest::qWait(20);
     QCOMPARE(download.errors.size(), 1);
-    QTEST(download.errors.value(0).value(0).toString(), "error");
+    QCOMPARE(download.errors.value(0).value(0).toString(), error);
     QCOMPARE(download.finished.size(), 0);
     QTEST(server.requests().size(), "requests");
     QCOMPARE(download.files(), QStringList({QStringLiteral("target")}));
@@ -236,20 +244,48 @@ void tst_HttpDownLoader::anUnwritableTargetIsAnError()
     const QString target = QStringLiteral("/nonexistent/folder/target");
     HttpDownLoader loader(server.url(), target);
     QSignalSpy errors(&loader, &HttpDownLoader::error);
+    const QString message = QStringLiteral("[错误] 打开文件出错: ") + target;
+    QTest::ignoreMessage(QtDebugMsg, qPrintable(message));
     loader.start();
     QTRY_COMPARE(errors.size(), 1);
-    QCOMPARE(errors.value(0).value(0).toString(), QStringLiteral("[错误] 打开文件出错: ") + target);
+    QCOMPARE(errors.value(0).value(0).toString(), message);
     QTest::qWait(20);
     QCOMPARE(server.requests().size(), 1);
 }
 
+void tst_HttpDownLoader::aFullDiskIsAnError()
+{
+    const QByteArray content = fileContent(100000);
+    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
+    Download download(server.url());
+    const FileSizeLimit limit(50000);
+    download.loader.start();
+    QTRY_VERIFY(download.hasEnded());
+    QTest::qWait(20);
+    QCOMPARE(download.errors.size(), 1);
+    QCOMPARE(download.errors.value(0).value(0).toString(), QStringLiteral("File too large"));
+    QCOMPARE(server.requests().size(), 6);
+    QCOMPARE(download.files(), QStringList({QStringLiteral("target")}));
+    QCOMPARE(readFile(download.target()), QByteArray("older"));
+}
+
+void tst_HttpDownLoader::canBeStartedAnewFromItsError_data()
+{
+    QTest::addColumn<ScriptedAnswer>("failure");
+
+    QTest::newRow("refused") << answer("403 Forbidden", "later");
+    QTest::newRow("another range, aborted half-way")
+        << ScriptedAnswer{"HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 5-9/25000\r\n"
+                          "Content-Length: 5\r\n\r\nhal"};
+}
+
 void tst_HttpDownLoader::canBeStartedAnewFromItsError()
 {
+    QFETCH(ScriptedAnswer, failure);
     const QByteArray content = fileContent(25000);
-    int refusals = 2;
+    int failures = 2;
     ScriptedServer server([&](const ReceivedRequest &r) {
-        return r.method == "GET" && refusals-- > 0 ? answer("403 Forbidden", "later")
-                                                   : fileAnswer(r, content);
+        return r.method == "GET" && failures-- > 0 ? failure : fileAnswer(r, content);
     });
     Download download(server.url());
     connect(&download.loader, &HttpDownLoader::error, &download.loader, &HttpDownLoader::start);
