@@ -134,6 +134,7 @@ private slots:
     void chineseSurvivesEveryLocale_data();
     void chineseSurvivesEveryLocale();
     void aPartialListStateKeepsTheRest();
+    void digitsServeAsBools();
     void aDamagedFileYieldsDefaultsAndIsMended_data();
     void aDamagedFileYieldsDefaultsAndIsMended();
     void aFileCutAnywhereYieldsUsableValues();
@@ -209,6 +210,15 @@ void tst_AppSettings::aPartialListStateKeepsTheRest()
     QCOMPARE(recordToText(state),
              QStringLiteral(
                  R"({"columnSizeList":[1,2],"fileTypeList":"kept","sortIndex":3,"sortOrder":1})"));
+}
+
+void tst_AppSettings::digitsServeAsBools()
+{
+    writeSettingsFile("delToRecycle=0\nshowVideoList=1\n");
+    PlayerState state;
+    AppSettings().readPlayerState(state);
+    QVERIFY(state.showVideoList);
+    QVERIFY(!AppSettings().delToRecycle());
 }
 
 void tst_AppSettings::aDamagedFileYieldsDefaultsAndIsMended_data()

@@ -52,13 +52,14 @@ QString read(const QSettings &settings, const TextSetting &setting)
     return setting.byDefault;
 }
 
-// A fresh process finds the text where the writing one still has the bool.
+// A fresh process finds the text where the writing one still has the bool; people write digits.
 bool read(const QSettings &settings, const BoolSetting &setting)
 {
     const QString text = settings.value(setting.key, setting.byDefault).toString();
-    if (text == QLatin1String("true"))
+    if (text == QLatin1String("true") || text == QLatin1String("1"))
         return true;
-    return text == QLatin1String("false") ? false : setting.byDefault;
+    const bool isFalse = text == QLatin1String("false") || text == QLatin1String("0");
+    return isFalse ? false : setting.byDefault;
 }
 
 void read(const QSettings &settings, QLatin1String key, QByteArray &bytes)
