@@ -35,6 +35,19 @@ void callFail(const ApiRequest &request, const QString &error, int code)
     }
 }
 
+// From the event loop: a caller may open a dialog, which must not hold up others.
+void failLater(const ApiRequest &request, const QString &error, int code)
+{
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [request, error, code] { callFail(request, error, code); },
+        Qt::QueuedConnection);
+}
+
+void failWithoutUser(const ApiRequest &request)
+{
+    failLater(request, QStringLiteral("The user is not logged in"), -1);
+}
+
 // A repetition takes the current user's token, so only that user's request may be repeated.
 bool repeatableFor(const QString &userId)
 {
@@ -57,7 +70,7 @@ void repeatOrFail(const ApiRequest &request, Rejection rejection, bool renewed)
     if (renewed && repeatableFor(request.userId)) {
         rejection.http.repeat();
     } else {
-        callFail(request, rejection.error, rejection.code);
+        failLater(request, rejection.error, rejection.code);
     }
 }
 
@@ -97,21 +110,13 @@ void exchange(const ApiRequest &request, const QString &token, OnRejection onRej
     }
 }
 
-void failLater(const ApiRequest &request)
-{
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(),
-        [request] { callFail(request, QStringLiteral("The user is not logged in"), -1); },
-        Qt::QueuedConnection);
-}
-
 void exchangeWithStoredToken(const ApiRequest &request, OnRejection onRejection)
 {
     UserInfo user;
     if (loadUserInfo(request.userId, user)) {
         exchange(request, user.accessToken.value(), onRejection);
     } else {
-        failLater(request);
+        failWithoutUser(request);
     }
 }
 
@@ -125,7 +130,7 @@ void sendApiRequest(const ApiRequest &request)
     }
     UserInfo user;
     if (!loadUserInfo(request.userId, user)) {
-        failLater(request);
+        failWithoutUser(request);
         return;
     }
     if (accessTokenValid(user, QDateTime::currentDateTime())) {

@@ -39,22 +39,28 @@ void Session::renewTokens(const QString &userId, const Continuation &next)
 
 void Session::runRenewal(const QString &userId)
 {
-    const bool renewed = fetchAndStoreTokens(userId);
+    UserInfo user;
+    if (!loadUserInfo(userId, user)) {
+        finishRenewal(userId, false);
+        return;
+    }
+    const QString usedToken = user.refreshToken.value();
+    requestTokens(usedToken, [this, userId, usedToken](const AccessTokenResp &reply) {
+        finishRenewal(userId, storeReply(userId, usedToken, reply));
+    });
+}
+
+void Session::finishRenewal(const QString &userId, bool renewed)
+{
     const auto waiting = m_waiting.extract(userId);
     for (const Continuation &next : waiting.mapped()) {
         next(renewed);
     }
 }
 
-bool Session::fetchAndStoreTokens(const QString &userId) const
+bool Session::storeReply(const QString &userId, const QString &usedToken,
+                         const AccessTokenResp &reply) const
 {
-    UserInfo user;
-    if (!loadUserInfo(userId, user)) {
-        return false;
-    }
-    const QString usedToken = user.refreshToken.value();
-    const AccessTokenResp reply = requestTokens(usedToken);
-
     // During the wait the user may have logged out, or in again with tokens newer than these.
     UserInfo present;
     if (!loadUserInfo(userId, present)) {

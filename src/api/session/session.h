@@ -7,6 +7,7 @@
 #include <QString>
 #include <QtGlobal>
 
+class AccessTokenResp;
 class UserInfo;
 
 // The program's one session: who the current user is, and the renewal of access tokens. All of it
@@ -42,7 +43,9 @@ private:
     ~Session() = default;
 
     void runRenewal(const QString &userId);
-    bool fetchAndStoreTokens(const QString &userId) const;
+    void finishRenewal(const QString &userId, bool renewed);
+    bool storeReply(const QString &userId, const QString &usedToken,
+                    const AccessTokenResp &reply) const;
     bool reportFailure() const;
 
     Notifier m_notifier;

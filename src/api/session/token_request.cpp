@@ -19,9 +19,7 @@ QString encoded(const QString &value)
     return QString::fromLatin1(QUrl::toPercentEncoding(value));
 }
 
-} // namespace
-
-AccessTokenResp requestTokens(const QString &refreshToken)
+QNetworkRequest tokenRequest(const QString &refreshToken)
 {
     QUrlQuery query;
     query.addQueryItem(QStringLiteral("refreshToken"), encoded(refreshToken));
@@ -31,14 +29,30 @@ AccessTokenResp requestTokens(const QString &refreshToken)
     url.setQuery(query);
     QNetworkRequest request(url);
     request.setTransferTimeout(transferTimeout);
+    return request;
+}
 
-    QNetworkAccessManager manager;
-    QNetworkReply *reply = manager.get(request);
-    while (!reply->isFinished()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
+AccessTokenResp tokensOf(QNetworkReply *reply)
+{
     const QByteArray body =
         reply->error() == QNetworkReply::NoError ? reply->readAll() : QByteArray();
-    reply->deleteLater();
     return recordFromText<AccessTokenResp>(QString::fromUtf8(body));
+}
+
+} // namespace
+
+void requestTokens(const QString &refreshToken,
+                   const std::function<void(const AccessTokenResp &)> &received)
+{
+    QNetworkAccessManager manager;
+    QNetworkReply *reply = manager.get(tokenRequest(refreshToken));
+    bool finished = false;
+    QObject::connect(reply, &QNetworkReply::finished, reply, [&] {
+        finished = true;
+        received(tokensOf(reply));
+    });
+    while (!finished) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    reply->deleteLater();
 }
