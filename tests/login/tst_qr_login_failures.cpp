@@ -102,6 +102,9 @@ private slots:
     void cleanup();
     void aFailureIsShownAndTheDialogStays_data();
     void aFailureIsShownAndTheDialogStays();
+    void aBackendThatIsDownIsAFailedRequest();
+    void failuresOfTheLaterStepsAreLogged_data();
+    void failuresOfTheLaterStepsAreLogged();
     void refreshLeadsOnFromAFailure_data();
     void refreshLeadsOnFromAFailure();
     void eachStatusHasItsTextAndItsNextStep_data();
@@ -109,6 +112,7 @@ private slots:
     void aFailedPollEndsPollingSilently_data();
     void aFailedPollEndsPollingSilently();
     void anExpiredCodeIsReplaced();
+    void aCodeThatLacksFieldsKeepsTheEarlierOnes();
     void aCancelledCodeIsPolledOn();
     void anEmptySidIsNeverPolled();
     void aRefusedAccountIsStoredButNotLoggedIn();
@@ -224,6 +228,40 @@ void TestQRLoginFailures::aFailureIsShownAndTheDialogStays()
     QCOMPARE(success.size(), 0);
     QCOMPARE(countUsers(), 0);
     QCOMPARE(AppSettings().curUserId(), QString());
+}
+
+void TestQRLoginFailures::aBackendThatIsDownIsAFailedRequest()
+{
+    m_drive->server().stop();
+    m_dialog = std::make_unique<QRLoginDlg>();
+    m_dialog->show();
+    QTRY_COMPARE(tip(*m_dialog), QStringLiteral("获取登录二维码请求失败"));
+    QVERIFY(!showsCode(*m_dialog));
+    QVERIFY(!polls(*m_dialog));
+    QVERIFY(m_dialog->isVisible());
+    // Once it is up again, Refresh leads on.
+    QVERIFY(m_drive->server().start());
+    m_dialog->findChild<QPushButton *>(QStringLiteral("btnRefreshQrcode"))->click();
+    QTRY_VERIFY(showsCode(*m_dialog));
+    QVERIFY(polls(*m_dialog));
+}
+
+void TestQRLoginFailures::failuresOfTheLaterStepsAreLogged_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("token") << tokenPath << QStringLiteral("getAccessToken请求失败: \"");
+    QTest::newRow("drive") << drivePath << QStringLiteral("getDriveInfo fail \"");
+}
+
+void TestQRLoginFailures::failuresOfTheLaterStepsAreLogged()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, line);
+    add(path, status(500));
+    LogCapture log;
+    reachTheTokenStep();
+    QTRY_COMPARE(log.lines().filter(QRegularExpression(QLatin1Char('^') + line)).size(), 1);
 }
 
 void TestQRLoginFailures::refreshLeadsOnFromAFailure_data()
@@ -351,6 +389,20 @@ void TestQRLoginFailures::anExpiredCodeIsReplaced()
     QSignalSpy success(m_dialog.get(), &QRLoginDlg::loginSuccess);
     m_drive->server().confirmLogin(m_drive->server().loginSessions()[1]);
     QTRY_COMPARE_WITH_TIMEOUT(success.size(), 1, 3000);
+}
+
+void TestQRLoginFailures::aCodeThatLacksFieldsKeepsTheEarlierOnes()
+{
+    m_dialog = std::make_unique<QRLoginDlg>();
+    m_dialog->show();
+    QTRY_VERIFY(showsCode(*m_dialog));
+    add(qrPath, body(R"({"qrCodeUrl": "http://127.0.0.1/q"})"));
+    m_dialog->findChild<QPushButton *>(QStringLiteral("btnRefreshQrcode"))->click();
+    QTRY_COMPARE(m_drive->requests(qrPath).size(), std::size_t(2));
+    m_drive->server().clearRequests();
+    const QString first = text(m_drive->server().loginSessions()[0]);
+    const QString poll = QStringLiteral("/oauth/qrcode/%1/status").arg(first);
+    QTRY_VERIFY_WITH_TIMEOUT(!m_drive->requests(poll).empty(), 3000);
 }
 
 void TestQRLoginFailures::aCancelledCodeIsPolledOn()
