@@ -75,7 +75,7 @@ QRLoginDlg::QRLoginDlg(QWidget *parent)
     m_ui->setupUi(this);
     setWindowFlags(windowFlags() | Qt::WindowStaysOnTopHint);
     m_ui->labelQrCode->setAlignment(Qt::AlignHCenter);
-    m_ui->tipMsg->setAlignment(Qt::AlignHCenter);
+    m_ui->tipMsg->setAlignment(Qt::AlignCenter);
     refreshQRCode();
 }
 

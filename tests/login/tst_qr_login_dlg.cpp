@@ -1,6 +1,7 @@
 #include "login/qr_login_dlg.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QLabel>
 #include <QPointer>
 #include <QProcess>
@@ -65,6 +66,7 @@ class TestQRLoginDlg final : public QObject
     Q_OBJECT
 
 private slots:
+    void keepsItsMeasuresUnderTheSkin();
     void isBuiltAsDesigned();
     void asksForACodeAndPolls();
     void theCodeCanBeScanned();
@@ -78,6 +80,25 @@ private slots:
     void cancelQuitsWhereAsked_data();
     void cancelQuitsWhereAsked();
 };
+
+void TestQRLoginDlg::keepsItsMeasuresUnderTheSkin()
+{
+    QFile skin(QStringLiteral(":/skin/qss/Ubuntu.qss"));
+    QVERIFY(skin.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(skin.readAll()));
+    DriveFixture drive;
+    QRLoginDlg dialog;
+    dialog.show();
+    for (const char *name : {"btnRefreshQrcode", "btnCancle"}) {
+        const QSize size = dialog.findChild<QPushButton *>(QLatin1String(name))->size();
+        QVERIFY2(size.width() >= 100 && size.height() >= 40, name);
+    }
+    const auto *logo = dialog.findChild<QLabel *>(QStringLiteral("labelLogo"));
+    const auto *message = dialog.findChild<QLabel *>(QStringLiteral("tipMsg"));
+    QVERIFY(qAbs(logo->geometry().center().y() - message->geometry().center().y()) <= 1);
+    QCOMPARE(message->alignment(), Qt::Alignment(Qt::AlignCenter));
+    qApp->setStyleSheet(QString());
+}
 
 void TestQRLoginDlg::isBuiltAsDesigned()
 {
