@@ -17,18 +17,15 @@ QString listOrder()
 }
 
 // A page asked for in another order, or after a change in the drive, may repeat entries.
-QList<FileItem> unseen(const QList<FileItem> &known, const QList<FileItem> &page)
+QList<FileItem> unseen(const FileTable &table, const QList<FileItem> &page)
 {
     QSet<QString> ids;
-    ids.reserve(known.size() + page.size());
-    for (const FileItem &file : known)
-        ids.insert(file.file_id);
     QList<FileItem> files;
     for (const FileItem &file : page) {
-        if (!ids.contains(file.file_id)) {
-            ids.insert(file.file_id);
-            files.append(file);
-        }
+        if (table.contains(file.file_id) || ids.contains(file.file_id))
+            continue;
+        ids.insert(file.file_id);
+        files.append(file);
     }
     return files;
 }
@@ -44,7 +41,7 @@ int indexOf(const QList<FileItem> &files, const QString &fileId)
 } // namespace
 
 FileBrowser::FileBrowser(const UserInfo &user, FileTable *table, QObject *parent)
-    : QObject(parent), m_table(table), m_loader(user)
+    : QObject(parent), m_table(table), m_loader(user, this)
 {
     connect(&m_loader, &FolderLoader::loadingChanged, this, &FileBrowser::loadingChanged);
     connect(&m_loader, &FolderLoader::pageLoaded, this, &FileBrowser::takePage);
@@ -139,7 +136,7 @@ void FileBrowser::load(bool append)
 void FileBrowser::takePage(const FolderRequest &request, const FileItems &page)
 {
     PathItem &folder = m_path.last();
-    const QList<FileItem> files = unseen(folder.files, page.items);
+    const QList<FileItem> files = unseen(*m_table, page.items);
     folder.fileId = request.folderId;
     folder.nextMarker = page.next_marker == request.marker ? QString() : page.next_marker;
     folder.order = request.order;

@@ -2,14 +2,17 @@
 
 #include <QDateTime>
 #include <QHeaderView>
+#include <QHoverEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QSignalBlocker>
+#include <QToolTip>
 
 #include "api/records/file_records.h"
 #include "app/environment/file_list_state.h"
 #include "app/environment/formatting.h"
 #include "ui/widgets/sort_table_widget_item.h"
+#include "ui/windows/file_row_delegate.h"
 
 namespace {
 
@@ -34,9 +37,9 @@ constexpr int IconSize = 32;
 
 QString arrowStyle()
 {
-    return QStringLiteral("QHeaderView::down-arrow { subcontrol-position: center right; "
+    return QStringLiteral("QHeaderView::down-arrow { subcontrol-position: center; "
                           "image: url(:/image/arrow_down.png); padding-right: 10px; } "
-                          "QHeaderView::up-arrow { subcontrol-position: center right; "
+                          "QHeaderView::up-arrow { subcontrol-position: center; "
                           "image: url(:/image/arrow_up.png); padding-right: 10px; }");
 }
 
@@ -91,6 +94,9 @@ void FileTable::setUpRows()
     setEditTriggers(EditKeyPressed);
     setTextElideMode(Qt::ElideRight);
     setTabKeyNavigation(false);
+    setMouseTracking(true);
+    m_delegate = new FileRowDelegate(this);
+    setItemDelegate(m_delegate);
 }
 
 void FileTable::restoreState(const FileListState &state)
@@ -126,7 +132,7 @@ void FileTable::setFiles(const QList<FileItem> &files)
 {
     const QSignalBlocker quiet(this);
     setRowCount(0);
-    m_nameCells.clear();
+    m_entries.clear();
     fillRows(0, files);
 }
 
@@ -139,7 +145,7 @@ void FileTable::appendFiles(const QList<FileItem> &files)
 void FileTable::fillRows(int firstRow, const QList<FileItem> &files)
 {
     setRowCount(firstRow + files.size());
-    m_nameCells.reserve(rowCount());
+    m_entries.reserve(rowCount());
     int row = firstRow;
     for (const FileItem &file : files)
         fillRow(row++, file);
@@ -153,9 +159,7 @@ void FileTable::fillRow(int row, const FileItem &file)
     auto *name = SortTableWidgetItem::forName(file.name);
     name->setIcon(iconOf(kind));
     name->setData(FileIdRole, file.file_id);
-    name->setData(KindRole, static_cast<int>(kind));
-    name->setToolTip(file.name);
-    m_nameCells.insert(file.file_id, name);
+    m_entries.insert(file.file_id, {name, kind});
 
     const QDateTime updated = timeOf(file.updated_at);
     const QString updatedText =
@@ -178,7 +182,7 @@ void FileTable::fillRow(int row, const FileItem &file)
 void FileTable::removeFile(const QString &fileId)
 {
     const int row = rowOf(fileId);
-    m_nameCells.remove(fileId);
+    m_entries.remove(fileId);
     if (row >= 0)
         removeRow(row);
 }
@@ -186,10 +190,8 @@ void FileTable::removeFile(const QString &fileId)
 void FileTable::setFileName(const QString &fileId, const QString &name)
 {
     const QSignalBlocker quiet(this);
-    if (QTableWidgetItem *cell = m_nameCells.value(fileId)) {
+    if (QTableWidgetItem *cell = m_entries.value(fileId).nameCell)
         cell->setText(name);
-        cell->setToolTip(name);
-    }
 }
 
 void FileTable::setFilter(const QString &text, std::optional<FileKind> kind)
@@ -214,13 +216,16 @@ void FileTable::sortByHeader()
 void FileTable::applyFilter()
 {
     {
-        // The header would lay out the table anew for each single row.
-        const QSignalBlocker quiet(verticalHeader());
+        // For each single row the header would lay out the table and add up all rows above.
+        QHeaderView *rows = verticalHeader();
+        const QSignalBlocker quiet(rows);
+        rows->setUpdatesEnabled(false);
         for (int row = 0; row < rowCount(); ++row) {
             const bool hidden = !passesFilter(row);
-            if (isRowHidden(row) != hidden)
-                setRowHidden(row, hidden);
+            if (rows->isSectionHidden(row) != hidden)
+                rows->setSectionHidden(row, hidden);
         }
+        rows->setUpdatesEnabled(true);
     }
     updateGeometries();
     viewport()->update();
@@ -228,10 +233,9 @@ void FileTable::applyFilter()
 
 bool FileTable::passesFilter(int row) const
 {
-    const QTableWidgetItem *name = item(row, NameColumn);
-    if (m_filterKind && name->data(KindRole).toInt() != static_cast<int>(*m_filterKind))
+    if (m_filterKind && m_entries.value(fileIdAt(row)).kind != *m_filterKind)
         return false;
-    return name->text().contains(m_filterText, Qt::CaseInsensitive);
+    return item(row, NameColumn)->text().contains(m_filterText, Qt::CaseInsensitive);
 }
 
 QString FileTable::fileIdAt(int row) const
@@ -248,7 +252,7 @@ bool FileTable::isFolderAt(int row) const
 
 int FileTable::rowOf(const QString &fileId) const
 {
-    const QTableWidgetItem *name = m_nameCells.value(fileId);
+    const QTableWidgetItem *name = m_entries.value(fileId).nameCell;
     return name ? row(name) : -1;
 }
 
@@ -300,6 +304,36 @@ void FileTable::setQuietText(const QString &text)
 bool FileTable::hasVisibleRow() const
 {
     return verticalHeader()->hiddenSectionCount() < rowCount();
+}
+
+bool FileTable::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        showFullName(*static_cast<QHelpEvent *>(event));
+        return true;
+    }
+    if (event->type() == QEvent::HoverMove)
+        setHoveredRow(rowAt(static_cast<QHoverEvent *>(event)->pos().y()));
+    else if (event->type() == QEvent::HoverLeave)
+        setHoveredRow(-1);
+    return QTableWidget::viewportEvent(event);
+}
+
+void FileTable::setHoveredRow(int row)
+{
+    const int left = m_delegate->hoveredRow();
+    if (left == row)
+        return;
+    m_delegate->setHoveredRow(row);
+    for (const int changed : {left, row})
+        viewport()->update(0, rowViewportPosition(changed), viewport()->width(), RowHeight);
+}
+
+void FileTable::showFullName(const QHelpEvent &event) const
+{
+    const QTableWidgetItem *cell = itemAt(event.pos());
+    if (cell && cell->column() == NameColumn)
+        QToolTip::showText(event.globalPos(), cell->text(), viewport(), visualItemRect(cell));
 }
 
 void FileTable::paintEvent(QPaintEvent *event)

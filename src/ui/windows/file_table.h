@@ -9,6 +9,8 @@
 #include <optional>
 
 class FileListState;
+class FileRowDelegate;
+class QHelpEvent;
 
 // The table of one folder's entries. It shows what it is given, sorts and filters it and knows
 // nothing of the drive. Entries are told apart by their file id, for sorting moves the rows.
@@ -21,7 +23,6 @@ class FileTable final : public QTableWidget
 public:
     enum Column { NameColumn, SizeColumn, UpdatedColumn, TypeColumn, ColumnCount };
     static constexpr int FileIdRole = 101; // of the cells in NameColumn
-    static constexpr int KindRole = 103;   // of the cells in NameColumn
 
     explicit FileTable(QWidget *parent = nullptr);
 
@@ -45,6 +46,7 @@ public:
 
     [[nodiscard]] QString fileIdAt(int row) const;
     [[nodiscard]] bool isFolderAt(int row) const;
+    [[nodiscard]] bool contains(const QString &fileId) const { return m_entries.contains(fileId); }
     // -1 for an entry that is not in the table.
     [[nodiscard]] int rowOf(const QString &fileId) const;
     // Of the current row; empty when there is none or the filter hides it.
@@ -67,8 +69,16 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    // The row under the mouse lights up as a whole, and a shortened name is shown in full.
+    bool viewportEvent(QEvent *event) override;
 
 private:
+    struct Entry
+    {
+        QTableWidgetItem *nameCell = nullptr;
+        FileKind kind = FileKind::Other;
+    };
+
     void setUpHeader();
     void setUpRows();
     void fillRow(int row, const FileItem &file);
@@ -76,10 +86,13 @@ private:
     void applyFilter();
     [[nodiscard]] bool passesFilter(int row) const;
     [[nodiscard]] bool hasVisibleRow() const;
+    void setHoveredRow(int row);
+    void showFullName(const QHelpEvent &event) const;
 
-    QHash<QString, QTableWidgetItem *> m_nameCells; // by file id
+    QHash<QString, Entry> m_entries; // by file id
     QString m_filterText;
     std::optional<FileKind> m_filterKind;
     QString m_quietText;
+    FileRowDelegate *m_delegate = nullptr;
     bool m_restoring = false;
 };
