@@ -29,6 +29,8 @@ private slots:
     void rendersAndSelects();
     void whatIsNotUnderstoodMatchesNothing_data();
     void whatIsNotUnderstoodMatchesNothing();
+    void whatIsNotUnderstoodSpoilsWhatItStandsIn_data();
+    void whatIsNotUnderstoodSpoilsWhatItStandsIn();
     void columnsOfAModelAreTyped();
     void twelveValuesKeepTheirOrder();
 };
@@ -214,6 +216,54 @@ void TestWhere::whatIsNotUnderstoodMatchesNothing()
     QCOMPARE(Warnings::texts(), QStringList{warning});
     QCOMPARE(dqQuery<Film>().count(), 4);
     QCOMPARE(yearsFound(where || column("year") == 1931), QStringLiteral("1931"));
+}
+
+void TestWhere::whatIsNotUnderstoodSpoilsWhatItStandsIn_data()
+{
+    QTest::addColumn<DQWhere>("where");
+    QTest::addColumn<QString>("sql");
+    QTest::addColumn<int>("values");
+    const auto row = [](const char *name, const DQWhere &where, const char *sql, int values) {
+        QTest::newRow(name) << where << QString::fromLatin1(sql) << values;
+    };
+    const Warnings warnings; // of the texts and the empty conditions
+    const DQWhere year = column("year");
+    const DQWhere garbage = fromText("year ?", 1);
+    row("alone", garbage, "0", 0);
+    row("compared", garbage != 5, "0", 0);
+    row("in arithmetic", garbage * 2 < 5, "0", 0);
+    row("on the right", year > garbage, "0", 0);
+    row("like", garbage.like(QStringLiteral("0")), "0", 0);
+    row("is not null", garbage.isNotNull(), "0", 0);
+    row("in a list", garbage.in({0}), "0", 0);
+    row("a product with a point", year * QVariant(QPoint()) != 3, "0", 0);
+    row("the value before it is not bound", (year * 5 != QVariant(QPoint())), "0", 0);
+    row("nor the value behind it", (year * QVariant(QPoint())) != (year * 5), "0", 0);
+    row("a combination compared", (year > 1 || garbage) != 5, "((year > :arg0) or 0) <> :arg1", 2);
+    row("below and", (garbage != 5) && year > 1930, "0 and (year > :arg0)", 1);
+    row("below or", year > 1940 || garbage != 5, "(year > :arg0) or 0", 1);
+    row("compared with an empty condition", year != DQWhere(), "0", 0);
+    row("an empty condition compared", DQWhere() != 5, "0", 0);
+    row("an empty condition in arithmetic", DQWhere() * 5 != 1, "0", 0);
+}
+
+void TestWhere::whatIsNotUnderstoodSpoilsWhatItStandsIn()
+{
+    QFETCH(DQWhere, where);
+    MemoryDatabase memory;
+    QVERIFY(memory.create<Film>());
+    addFilms();
+    const Warnings warnings;
+    DQBindings bindings;
+    QTEST(where.toSql(bindings), "sql");
+    QTEST(bindings.size(), "values");
+    QVERIFY(!where.isEmpty());
+    QVERIFY(dqQuery<Film>().filter(where && column("year") < 1940).remove());
+    if (bindings.isEmpty()) {
+        QVERIFY(dqQuery<Film>().filter(where).remove());
+        QCOMPARE(dqQuery<Film>().count(), 4);
+    }
+    QVERIFY(dqQuery<Film>().filter(where).orderBy(QStringLiteral("year")).exec());
 }
 
 void TestWhere::columnsOfAModelAreTyped()

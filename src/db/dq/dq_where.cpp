@@ -25,7 +25,7 @@ bool isOperator(const QString &text)
 
 /// A condition that no row satisfies. It takes the place of one that was not understood, because
 /// leaving that out would make a deletion empty the table.
-QString matchesNothing()
+QString noRow()
 {
     return QStringLiteral("0");
 }
@@ -52,6 +52,13 @@ QStringRef leadingName(const QString &text)
         std::find_if_not(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
     const auto end = std::find_if_not(begin, text.end(), isNameCharacter);
     return text.midRef(static_cast<int>(begin - text.begin()), static_cast<int>(end - begin));
+}
+
+/// The operand whose condition matches nothing. It is no value: an expression or comparison that
+/// it stands in is not understood either, because "0 <> 5" would match everything.
+QVariant matchesNothing()
+{
+    return data(Data::Kind::NotUnderstood, {});
 }
 
 /// The operand that goes with `sqlOperator` in the text form; invalid when `value` does not suit.
@@ -110,7 +117,10 @@ bool DQWhere::isEmpty() const
 
 QString DQWhere::toSql(DQBindings &bindings) const
 {
-    return d ? d->toSql(bindings) : QString();
+    if (isEmpty())
+        return {};
+    const QString sql = d->toSql(bindings);
+    return sql.isNull() ? noRow() : sql;
 }
 
 QString DQWhere::toString() const
@@ -120,7 +130,11 @@ QString DQWhere::toString() const
 
 QVariant DQWhere::operand(const DQWhere &where)
 {
-    return where.d && !where.d->isComplete() ? where.d->left : QVariant::fromValue(where);
+    if (where.isEmpty()) {
+        qWarning("DQWhereDataPriv - Unsupported type");
+        return matchesNothing();
+    }
+    return where.d->isComplete() ? QVariant::fromValue(where) : where.d->left;
 }
 
 QVariant DQWhere::operand(const QVariant &value)
@@ -189,16 +203,6 @@ DQWhere DQWhere::between(const QVariant &low, const QVariant &high) const
 
 namespace {
 
-/// A null text when the operand cannot be written.
-QString operandSql(const QVariant &operand, DQBindings &bindings)
-{
-    if (operand.userType() == QMetaType::QString)
-        return operand.toString();
-    if (operand.userType() == qMetaTypeId<DQWhere>())
-        return QLatin1Char('(') + operand.value<DQWhere>().toSql(bindings) + QLatin1Char(')');
-    return operand.value<Data>().toSql(bindings);
-}
-
 QString operandString(const QVariant &operand)
 {
     if (operand.userType() == QMetaType::QString)
@@ -217,14 +221,38 @@ QString valueString(const QVariant &value)
 
 } // namespace
 
+bool DQWhereFieldPriv::isCombination() const
+{
+    return sqlOperator.compare(QLatin1String("and"), Qt::CaseInsensitive) == 0 ||
+           sqlOperator.compare(QLatin1String("or"), Qt::CaseInsensitive) == 0;
+}
+
+/// A null text when the operand cannot be written.
+QString DQWhereFieldPriv::operandSql(const QVariant &operand, DQBindings &bindings)
+{
+    if (operand.userType() == QMetaType::QString)
+        return operand.toString();
+    if (operand.userType() != qMetaTypeId<DQWhere>())
+        return operand.value<Data>().toSql(bindings);
+    const QString nested = operand.value<DQWhere>().d->toSql(bindings);
+    return nested.isNull() ? nested : QLatin1Char('(') + nested + QLatin1Char(')');
+}
+
 QString DQWhereFieldPriv::toSql(DQBindings &bindings) const
 {
     if (!isComplete())
         return operandSql(left.isValid() ? left : right, bindings);
-    const QString leftSql = operandSql(left, bindings);
-    const QString rightSql = operandSql(right, bindings);
-    if (leftSql.isNull() || rightSql.isNull())
-        return matchesNothing();
+    const int boundBefore = bindings.size();
+    QString leftSql = operandSql(left, bindings);
+    QString rightSql = operandSql(right, bindings);
+    if (isCombination()) {
+        leftSql = leftSql.isNull() ? noRow() : leftSql;
+        rightSql = rightSql.isNull() ? noRow() : rightSql;
+    }
+    if (leftSql.isNull() || rightSql.isNull()) {
+        bindings.resize(boundBefore);
+        return {};
+    }
     return nodeText(leftSql, sqlOperator, rightSql);
 }
 
@@ -240,6 +268,8 @@ QString DQWhereDataPriv::joined(const QStringList &texts) const
     switch (m_kind) {
     case Kind::Single:
         break;
+    case Kind::NotUnderstood:
+        return noRow();
     case Kind::List:
         return QLatin1Char('(') + texts.join(QLatin1Char(',')) + QLatin1Char(')');
     case Kind::Pair:
@@ -250,6 +280,8 @@ QString DQWhereDataPriv::joined(const QStringList &texts) const
 
 QString DQWhereDataPriv::toSql(DQBindings &bindings) const
 {
+    if (m_kind == Kind::NotUnderstood)
+        return {};
     if (!std::all_of(m_values.begin(), m_values.end(), dqIsStorable)) {
         qWarning("DQWhereDataPriv - Unsupported type");
         return {};

@@ -20,7 +20,8 @@ class DQWhereFieldPriv;
 ///
 /// A comparison with null is never true in SQL: use isNull() and isNotNull(). in() with an empty
 /// list matches nothing. An empty condition matches everything, one that could not be understood
-/// (a warning is logged) matches nothing. `&&` and `||` bind as in C++; both sides are evaluated.
+/// (a warning is logged) matches nothing, whatever it is compared with. `&&` and `||` bind as in
+/// C++; both sides are evaluated.
 class DQWhere final
 {
 public:
@@ -110,6 +111,7 @@ private:
     [[nodiscard]] static QVariant operand(const QVariant &value);
     [[nodiscard]] DQWhere node(const char *sqlOperator, const QVariant &right) const;
 
+    friend class DQWhereFieldPriv; // asks for the node of a nested condition
     QSharedDataPointer<DQWhereFieldPriv> d;
 };
 
