@@ -46,6 +46,8 @@ private slots:
     void queries_data();
     void queries();
     void columnsWithoutATypeAreLeftOut();
+    void insertsAndReplacesRows();
+    void everyPartOfAQueryIsWritten();
     void literals_data();
     void literals();
     void existsTableFindsTheTableAndNothingElse();
@@ -195,6 +197,50 @@ void TestStatement::columnsWithoutATypeAreLeftOut()
                   "day DATE ,\n"
                   "moment DATETIME \n"
                   ");"));
+}
+
+void TestStatement::insertsAndReplacesRows()
+{
+    MemoryDatabase memory;
+    QVERIFY(memory.create<Film>());
+    const DQSqliteStatement builder;
+    const QStringList columns{utf8("id"), utf8("title"), utf8("year")};
+    const auto write = [&memory](const QString &sql, int year) {
+        QSqlQuery query(memory.connection.database());
+        query.prepare(sql);
+        query.bindValue(utf8(":id"), 7);
+        query.bindValue(utf8(":title"), utf8("it's :year"));
+        query.bindValue(utf8(":year"), year);
+        return query.exec();
+    };
+    const QString insert = builder.insertInto(*dqMetaInfo<Film>(), columns);
+    QVERIFY(write(insert, 1927));
+    QVERIFY(!write(insert, 1928)); // the row is there
+    QVERIFY(write(builder.replaceInto(*dqMetaInfo<Film>(), columns), 1931));
+    QVERIFY(!write(builder.insertIntoVerb(*dqMetaInfo<Film>(), columns, utf8("INSERT")), 1932));
+    const DQList<Film> films = dqQuery<Film>().call();
+    QCOMPARE(films.size(), 1);
+    QCOMPARE(films.first().id.value(), 7);
+    QCOMPARE(films.first().title.value(), utf8("it's :year"));
+    QCOMPARE(films.first().year.value(), 1931);
+}
+
+void TestStatement::everyPartOfAQueryIsWritten()
+{
+    const DQSqliteStatement builder;
+    QCOMPARE(builder.limitAndOffset(5, 0), utf8("LIMIT 5"));
+    QCOMPARE(builder.limitAndOffset(5, 3), utf8("LIMIT 5 OFFSET 3"));
+    DQQuery query = dqQuery<Film>();
+    query.filter(DQWhere(utf8("year")) > 1930).orderBy(utf8("year desc")).orderBy(utf8("id"));
+    query.resultFunction(utf8("max")).resultFields({utf8("year"), utf8("id")});
+    QCOMPARE(builder.selectResultColumn(query), utf8("max(year,id)"));
+    QCOMPARE(builder.selectCore(query),
+             utf8("SELECT ALL max(year,id) FROM Films WHERE year > :arg0"));
+    QCOMPARE(builder.orderBy(query), utf8("ORDER BY year desc,id"));
+    MemoryDatabase memory;
+    QVERIFY(memory.create<Film>());
+    QVERIFY(executes(memory, builder.selectCore(query) + QLatin1Char(' ') + builder.orderBy(query) +
+                                 QLatin1Char(' ') + builder.limitAndOffset(5, 3)));
 }
 
 void TestStatement::literals_data()

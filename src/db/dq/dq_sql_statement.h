@@ -37,7 +37,6 @@ public:
     /// `value` as an SQL literal: text is quoted, anything else stands as its own text.
     [[nodiscard]] virtual QString formatValue(const QVariant &value, bool trimString) const;
 
-protected:
     [[nodiscard]] virtual QString createTable(const DQModelMetaInfo &model) const = 0;
     [[nodiscard]] virtual QString insertIntoVerb(const DQModelMetaInfo &model,
                                                  const QStringList &fields,
@@ -47,7 +46,6 @@ protected:
     [[nodiscard]] virtual QString limitAndOffset(int limit, int offset) const;
     [[nodiscard]] virtual QString orderBy(const DQQuery &query) const;
 
-public:
     virtual ~DQSqlStatement() = default;
 
     /// A query that yields a row when the table exists.

@@ -8,7 +8,6 @@ class DQSqliteStatement final : public DQSqlStatement
 public:
     [[nodiscard]] QString driverName() const override;
 
-protected:
     /// A column whose value type SQLite has no type for is left out, with a warning.
     [[nodiscard]] QString createTable(const DQModelMetaInfo &model) const override;
 };
