@@ -10,7 +10,7 @@ class MemoryDatabase final
     Q_DISABLE_COPY_MOVE(MemoryDatabase)
 
 public:
-    MemoryDatabase()
+    explicit MemoryDatabase(const QString &name = QStringLiteral("memory")) : m_name(name)
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
         database.setDatabaseName(QStringLiteral(":memory:"));
@@ -33,5 +33,5 @@ public:
     DQConnection connection;
 
 private:
-    const QString m_name = QStringLiteral("memory");
+    const QString m_name;
 };

@@ -1,3 +1,5 @@
+#include <ctime>
+
 #include <QSqlError>
 #include <QtTest>
 
@@ -49,6 +51,7 @@ private slots:
     void onlySqliteOpens();
     void modelsAreAddedOnce();
     void newTablesHoldTheirInitialData();
+    void initialDataGoesToTheTableThatWasMade();
     void aTableThatCanNotBeCreatedEndsTheCreation();
     void tablesAreDropped();
     void indexesAreCreatedAndDropped();
@@ -70,6 +73,10 @@ private slots:
     void columnsThatATableLacksStay();
     void copiesOfAQueryAreIndependent();
     void transactionsAreKeptTogetherOrNotAtAll();
+    void whatSqliteRolledBackItselfWarnsOnce();
+    void dateTimesThatSqliteStampedAreFound();
+    void aTimeThatNeverCameIsNull();
+    void aRecordOfNoModelDoesNothing();
     void aClosedConnectionDoesNothing();
 
 private:
@@ -95,6 +102,14 @@ void TestConnection::onlySqliteOpens()
     QTest::ignoreMessage(QtWarningMsg, "Only QSQLITE dirver is supported.");
     QVERIFY(!connection.open(QSqlDatabase()));
     QVERIFY(!connection.isOpen());
+    {
+        const Warnings warnings; // Qt's own come first
+        const QString name = utf8("lower case");
+        QVERIFY(!connection.open(QSqlDatabase::addDatabase(utf8("qsqlite"), name)));
+        QCOMPARE(Warnings::texts().last(), utf8("Only QSQLITE dirver is supported."));
+        QSqlDatabase::removeDatabase(name);
+    }
+    QVERIFY(!connection.isOpen());
     QVERIFY(connection.open(m_memory->connection.database()));
     QVERIFY(connection.isOpen());
 }
@@ -114,6 +129,20 @@ void TestConnection::newTablesHoldTheirInitialData()
     QCOMPARE(genres(), utf8("1 drama 2, 2 comedy 1"));
     QVERIFY(m_memory->connection.createTables());
     QCOMPARE(genres(), utf8("1 drama 2, 2 comedy 1"));
+}
+
+void TestConnection::initialDataGoesToTheTableThatWasMade()
+{
+    const DQQuery here(dqMetaInfo<Genre>(), m_memory->connection);
+    MemoryDatabase other(utf8("other"));
+    QVERIFY(other.create<Genre>()); // the model's records live there from now on
+    QVERIFY(m_memory->connection.dropTables());
+    QVERIFY(m_memory->connection.createTables());
+    QCOMPARE(DQQuery(here).count(), 2);
+    QCOMPARE(dqQuery<Genre>().count(), 2);
+    QVERIFY(genre("noir", 3).save());
+    QCOMPARE(DQQuery(here).count(), 2);
+    QCOMPARE(dqQuery<Genre>().count(), 3);
 }
 
 void TestConnection::aTableThatCanNotBeCreatedEndsTheCreation()
@@ -370,6 +399,17 @@ void TestConnection::copiesOfAQueryAreIndependent()
     QVERIFY(all.next());
     QVERIFY(!all.next());
     QCOMPARE(all.count(), 2);
+
+    QVERIFY(all.exec());
+    DQQuery copy = all; // while the rows are being read
+    QVERIFY(!copy.next());
+    QVERIFY(all.next());
+    QVERIFY(copy.exec() && copy.next());
+    QVERIFY(all.next());
+    QVERIFY(!all.next());
+    copy = first;
+    QVERIFY(!copy.next());
+    QCOMPARE(copy.count(), 1);
 }
 
 void TestConnection::transactionsAreKeptTogetherOrNotAtAll()
@@ -402,6 +442,88 @@ void TestConnection::transactionsAreKeptTogetherOrNotAtAll()
     QCOMPARE(genres(), utf8("1 kept 1"));
     DQTransaction next(connection);
     QVERIFY(next.commit());
+}
+
+void TestConnection::whatSqliteRolledBackItselfWarnsOnce()
+{
+    DQConnection &connection = m_memory->connection;
+    QVERIFY(connection.exec(utf8("CREATE TRIGGER refuse BEFORE INSERT ON Genre "
+                                 "BEGIN SELECT RAISE(ROLLBACK, 'refused'); END")));
+    const Warnings warnings;
+    {
+        const DQTransaction transaction(connection);
+        QVERIFY(transaction.isActive());
+        QVERIFY(!genre("drama", 1).save());
+    }
+    QCOMPARE(Warnings::texts().size(), 2); // the statement and the reason
+    QVERIFY(Warnings::texts().at(1).contains(utf8("refused")));
+    DQTransaction next(connection);
+    QVERIFY(next.isActive() && next.commit());
+}
+
+void TestConnection::dateTimesThatSqliteStampedAreFound()
+{
+    QVERIFY(m_memory->create<Film>());
+    DQConnection &connection = m_memory->connection;
+    QVERIFY(connection.exec(utf8("INSERT INTO Films (title) VALUES ('M')")));
+    Film film;
+    QVERIFY(film.load(dqColumn(&Film::title) == utf8("M")));
+    const QDateTime stamp = film.added.value();
+    const auto count = [](const DQWhere &where) { return dqQuery<Film>().filter(where).count(); };
+    QCOMPARE(count(dqColumn(&Film::added) == stamp), 1);
+    QCOMPARE(count(dqColumn(&Film::added) >= stamp), 1);
+    QCOMPARE(count(dqColumn(&Film::added) <= stamp), 1);
+    QCOMPARE(count(dqColumn(&Film::added) < stamp.addMSecs(1)), 1);
+    QCOMPARE(count(dqColumn(&Film::added) > stamp.addMSecs(-1)), 1);
+    QCOMPARE(count(dqColumn(&Film::added) != stamp), 0);
+    QVERIFY(film.save());
+    QSqlQuery query = connection.newQuery();
+    QVERIFY(connection.exec(query, utf8("SELECT added FROM Films")) && query.next());
+    QCOMPARE(query.value(0).toString(), stamp.toUTC().toString(utf8("yyyy-MM-dd hh:mm:ss")));
+}
+
+void TestConnection::aTimeThatNeverCameIsNull()
+{
+    qputenv("TZ", "America/New_York");
+    tzset();
+    const auto restore = qScopeGuard([] {
+        qunsetenv("TZ");
+        tzset();
+    });
+    const QDateTime leftOut(QDate(2026, 3, 8), QTime(2, 30));
+    QVERIFY(!leftOut.isNull() && !leftOut.isValid());
+    QTest::ignoreMessage(QtWarningMsg, "EveryType::hour - DQField<QTime> is not supported yet");
+    QVERIFY(m_memory->create<EveryType>());
+    EveryType record;
+    record.number = 1;
+    record.moment = leftOut;
+    QVERIFY(record.moment.isNull());
+    QVERIFY(record.save());
+    const DQColumn<QDateTime> moment = dqColumn(&EveryType::moment);
+    QCOMPARE(dqQuery<EveryType>().filter(moment.isNull()).count(), 1);
+    QCOMPARE(dqQuery<EveryType>().filter(moment >= leftOut).count(), 0);
+    QVERIFY(dqToSql(leftOut).isNull());
+}
+
+void TestConnection::aRecordOfNoModelDoesNothing()
+{
+    DQModel record;
+    const Warnings warnings;
+    QVERIFY(!record.save());
+    QVERIFY(!record.load(DQWhere()));
+    QVERIFY(!record.remove());
+    record.id = 1;
+    QVERIFY(!record.remove());
+    QCOMPARE(Warnings::texts().size(), 3); // none for the null key
+    QVERIFY(genre("drama", 1).save());
+    DQQuery query = dqQuery<Genre>();
+    QVERIFY(query.exec() && query.next());
+    QVERIFY(!query.recordTo(record));
+    DQQuery nothing(nullptr, m_memory->connection);
+    QVERIFY(!nothing.exec());
+    QVERIFY(!nothing.remove());
+    QCOMPARE(nothing.count(), 0);
+    QCOMPARE(DQQuery(nullptr).call().size(), 0);
 }
 
 void TestConnection::aClosedConnectionDoesNothing()

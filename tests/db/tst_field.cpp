@@ -13,6 +13,7 @@ class TestField final : public QObject
 
 private slots:
     void aFieldIsNullUntilSet();
+    void fieldsAreDescribedInOrder();
     void setConvertsOrRefuses_data();
     void setConvertsOrRefuses();
     void nullTextIsNullAndEmptyTextIsAValue();
@@ -26,6 +27,7 @@ private slots:
     void streamFillsRecordsInColumnOrder();
     void streamRefusesAModelWithoutColumns();
     void listRefusesRecordsOfAnotherModel();
+    void listsHaveNothingBesideTheirRecords();
     void sharedListsSeparateWhenChanged();
     void escaping_data();
     void escaping();
@@ -52,6 +54,18 @@ void TestField::aFieldIsNullUntilSet()
     QCOMPARE(untyped.get(), QVariant(QPoint(1, 2)));
 }
 
+void TestField::fieldsAreDescribedInOrder()
+{
+    static_assert(!std::is_default_constructible_v<DQField<QString>>,
+                  "a field that is declared without its column would silently be none");
+    const auto &[name, offset, type, clause, placeholder] = dqMetaInfo<Director>()->at(1);
+    QCOMPARE(name, QStringLiteral("name"));
+    QVERIFY(offset > 0);
+    QCOMPARE(type, int(QMetaType::QString));
+    QCOMPARE(clause.size(), 2);
+    QCOMPARE(placeholder, QStringLiteral(":name"));
+}
+
 void TestField::setConvertsOrRefuses_data()
 {
     QTest::addColumn<QString>("column");
@@ -72,6 +86,11 @@ void TestField::setConvertsOrRefuses_data()
         << QStringLiteral("real") << QVariant(2) << QVariant(2.0);
     QTest::newRow("a number becomes text") << QStringLiteral("text") << QVariant(2) << text("2");
     QTest::newRow("a word is no date-time") << moment << text("yesterday") << QVariant();
+    for (const char *malformed :
+         {"abcd-11-22 10:00:00", "2026x11x22 10:00:00", "2026-11-22?10:00:00",
+          "2026-11-22 10.00.00", "2026-11-22 10:00:61", "2026-11-22 10:00:00 noon"}) {
+        QTest::newRow(malformed) << moment << text(malformed) << QVariant();
+    }
     QTest::newRow("SQLite's time stamp is UTC")
         << moment << text("2026-11-22 19:52:11")
         << QVariant(QDateTime(QDate(2026, 11, 22), QTime(19, 52, 11), Qt::UTC));
@@ -243,6 +262,20 @@ void TestField::listRefusesRecordsOfAnotherModel()
     QCOMPARE(genres.at(0).rank.value(), 3);
     QTest::ignoreMessage(QtWarningMsg, "DQList::at() - Can not convert Film to Genre");
     QVERIFY(genres.at(1).name.isNull());
+}
+
+void TestField::listsHaveNothingBesideTheirRecords()
+{
+    const DQList<Genre> none;
+    const Warnings warnings;
+    QVERIFY(none.first().name.isNull());
+    QVERIFY(none.at(-1).id.isNull());
+    QVERIFY(none.record(0).id.isNull());
+    QVERIFY(none.copyOf(0)->id.isNull());
+    const QString warning =
+        QStringLiteral("DQSharedList::record() - There is no record %1 among 0");
+    QCOMPARE(Warnings::texts(),
+             (QStringList{warning.arg(0), warning.arg(-1), warning.arg(0), warning.arg(0)}));
 }
 
 void TestField::sharedListsSeparateWhenChanged()

@@ -1,5 +1,7 @@
 #include "db/dq/dq_connection.h"
 
+#include <utility>
+
 #include <QMutexLocker>
 #include <QSqlError>
 #include <QtDebug>
@@ -60,15 +62,21 @@ bool DQConnection::createTables()
 {
     if (!isOpen())
         return false;
-    const QVector<DQModelMetaInfo *> models = d->models;
-    for (const DQModelMetaInfo *model : models) {
+    const QVector<DQModelMetaInfo *> models = registeredModels();
+    for (DQModelMetaInfo *model : models) {
         if (!hasTable(*model) && !createTable(*model))
             return false;
     }
     return true;
 }
 
-bool DQConnection::createTable(const DQModelMetaInfo &model)
+QVector<DQModelMetaInfo *> DQConnection::registeredModels() const
+{
+    const QMutexLocker lock(&d->mutex);
+    return d->models;
+}
+
+bool DQConnection::createTable(DQModelMetaInfo &model)
 {
     QSqlQuery query = newQuery();
     if (!run(query, statement().createTableIfNotExists(model), {})) {
@@ -79,17 +87,26 @@ bool DQConnection::createTable(const DQModelMetaInfo &model)
         qWarning().noquote() << query.lastQuery();
         return false;
     }
+    saveInitialData(model);
+    return true;
+}
+
+// Records go where their model was registered last. That may be another connection by now, whose
+// table is not the one to be filled.
+void DQConnection::saveInitialData(DQModelMetaInfo &model)
+{
+    const auto registered = std::exchange(model.m_connection, d);
     const DQSharedList records = model.initialData();
     for (int i = 0; i < records.size(); ++i)
         records.copyOf(i)->save(false, false);
-    return true;
+    model.m_connection = registered;
 }
 
 bool DQConnection::dropTables()
 {
     if (!isOpen())
         return false;
-    const QVector<DQModelMetaInfo *> models = d->models;
+    const QVector<DQModelMetaInfo *> models = registeredModels();
     for (const DQModelMetaInfo *model : models) {
         if (hasTable(*model) && !exec(statement().dropTable(*model)))
             return false;

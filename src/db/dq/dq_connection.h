@@ -4,6 +4,7 @@
 
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <QVector>
 
 #include "db/dq/dq_bindings.h"
 
@@ -66,7 +67,9 @@ private:
 
     bool run(QSqlQuery &query, const QString &sql, const DQBindings &bindings);
     [[nodiscard]] bool hasTable(const DQModelMetaInfo &model);
-    [[nodiscard]] bool createTable(const DQModelMetaInfo &model);
+    [[nodiscard]] bool createTable(DQModelMetaInfo &model);
+    void saveInitialData(DQModelMetaInfo &model);
+    [[nodiscard]] QVector<DQModelMetaInfo *> registeredModels() const;
 
     std::shared_ptr<DQConnectionPriv> d;
 };

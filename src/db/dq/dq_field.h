@@ -63,7 +63,7 @@ class DQField : public DQBaseField
     static_assert(QMetaTypeId2<T>::Defined, "a field's type must be known to QVariant");
 
 public:
-    DQField() = default;
+    /// A field without an owner would be no column, so there is no default constructor.
     DQField(DQModel *owner, const char *name, const DQClause &clause = DQClause())
         : DQBaseField(owner, name, qMetaTypeId<T>(), clause)
     {

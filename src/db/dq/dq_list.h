@@ -42,15 +42,16 @@ public:
     using DQSharedList::append;
     void append(const T &record) { append(std::make_shared<const T>(record)); }
 
-    /// The record at `index`. When it is of another model, a warning is logged and a record with
-    /// nothing but null fields stands in for it.
+    /// The record at `index`. When there is none, or one of another model, a warning is logged and
+    /// a record with nothing but null fields stands in for it.
     [[nodiscard]] const T &at(int index) const
     {
         static const T none;
         const DQModel &entry = record(index);
         if (entry.metaInfo() == dqMetaInfo<T>())
             return static_cast<const T &>(entry);
-        warnCanNotConvert(entry, dqMetaInfo<T>()->className());
+        if (contains(index))
+            warnCanNotConvert(entry, dqMetaInfo<T>()->className());
         return none;
     }
 

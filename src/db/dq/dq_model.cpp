@@ -1,6 +1,7 @@
 #include "db/dq/dq_model.h"
 
 #include <QSqlQuery>
+#include <QtDebug>
 
 #include "db/dq/dq_connection.h"
 #include "db/dq/dq_query.h"
@@ -33,6 +34,15 @@ Row rowToSave(const DQModel &record, const DQModelMetaInfo &info, bool forceInse
     return row;
 }
 
+/// Null, with a warning, for a record of no model.
+const DQModelMetaInfo *metaInfoOf(const DQModel &record)
+{
+    const DQModelMetaInfo *info = record.metaInfo();
+    if (!info)
+        qWarning("DQModel::metaInfo() - A record of no model can be neither stored nor found");
+    return info;
+}
+
 } // namespace
 
 DQModel::~DQModel() = default;
@@ -61,13 +71,13 @@ bool DQModel::save(bool forceInsert, bool forAllField)
 {
     if (!clean())
         return false;
-    const DQModelMetaInfo &info = *metaInfo();
-    DQConnection connection = info.connection();
+    const DQModelMetaInfo *info = metaInfoOf(*this);
+    DQConnection connection = info ? info->connection() : DQConnection();
     if (!connection.isOpen())
         return false;
-    const Row row = rowToSave(*this, info, forceInsert, forAllField);
+    const Row row = rowToSave(*this, *info, forceInsert, forAllField);
     QSqlQuery query = connection.newQuery();
-    const QString sql = connection.statement().replaceInto(info, row.columns);
+    const QString sql = connection.statement().replaceInto(*info, row.columns);
     if (!connection.exec(query, sql, row.bindings))
         return false;
     const int key = query.lastInsertId().toInt();
@@ -78,14 +88,18 @@ bool DQModel::save(bool forceInsert, bool forAllField)
 
 bool DQModel::load(const DQWhere &where)
 {
-    DQQuery query(metaInfo());
+    const DQModelMetaInfo *info = metaInfoOf(*this);
+    if (!info)
+        return false;
+    DQQuery query(info);
     query.filter(where);
     return query.exec() && query.next() && query.recordTo(*this);
 }
 
 bool DQModel::remove() const
 {
-    if (id.isNull())
+    const DQModelMetaInfo *info = id.isNull() ? nullptr : metaInfoOf(*this);
+    if (!info)
         return false;
-    return DQQuery(metaInfo()).filter(DQWhere(QStringLiteral("id = "), id.get())).remove();
+    return DQQuery(info).filter(DQWhere(QStringLiteral("id = "), id.get())).remove();
 }

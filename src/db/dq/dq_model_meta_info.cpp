@@ -56,7 +56,7 @@ void DQModelMetaInfo::declareField(const DQModel *owner, const DQBaseField *fiel
         return;
     const auto offset =
         reinterpret_cast<const char *>(field) - reinterpret_cast<const char *>(owner);
-    const DQFieldInfo info{name, QLatin1Char(':') + name, offset, type, clause.toMap()};
+    const DQFieldInfo info{name, offset, type, clause.toMap(), QLatin1Char(':') + name};
     m_fields.append(info);
     m_fieldNames.append(name);
     if (clause.has(DQConstraint::ForeignKey))

@@ -22,10 +22,10 @@ class DQSharedList;
 struct DQFieldInfo
 {
     QString name;
-    QString placeholder;       // ":" and the name
     std::ptrdiff_t offset = 0; // of the DQBaseField, in bytes from the record's DQModel
     int type = QMetaType::UnknownType;
     DQClauseMap clause;
+    QString placeholder; // ":" and the name
 };
 
 /// All that the layer knows of one model class: names, columns and how to reach a field inside a

@@ -1,6 +1,5 @@
 #include "db/dq/dq_query.h"
 
-#include <optional>
 #include <utility>
 
 #include <QSharedData>
@@ -22,30 +21,6 @@ public:
     {
     }
 
-    DQQueryPriv(const DQQueryPriv &other)
-        : QSharedData(other)
-        , connection(other.connection)
-        , model(other.model)
-        , where(other.where)
-        , whereSql(other.whereSql)
-        , bindings(other.bindings)
-        , orderBy(other.orderBy)
-        , limit(other.limit)
-        , functionName(other.functionName)
-        , fieldNames(other.fieldNames)
-    {
-    }
-    DQQueryPriv &operator=(const DQQueryPriv &) = delete;
-
-    // The connection keeps the last query, which must not keep the database locked.
-    ~DQQueryPriv() { finish(); }
-
-    void finish()
-    {
-        if (query)
-            query->finish();
-    }
-
     DQConnection connection;
     const DQModelMetaInfo *model = nullptr;
     DQWhere where;
@@ -55,11 +30,23 @@ public:
     int limit = 0;
     QString functionName;
     QStringList fieldNames;
-    std::optional<QSqlQuery> query; // once executed
+};
 
-    // The result's column of each field of a model, -1 for none; found once per execution.
-    mutable const DQModelMetaInfo *columnsModel = nullptr;
-    mutable QVector<int> columns;
+/// An execution of a query and the rows that it yields. It belongs to one DQQuery alone.
+class DQQueryRun final
+{
+    Q_DISABLE_COPY_MOVE(DQQueryRun)
+
+public:
+    explicit DQQueryRun(QSqlQuery prepared) : query(std::move(prepared)) {}
+    // The connection keeps the last query, which must not keep the database locked.
+    ~DQQueryRun() { query.finish(); }
+
+    QSqlQuery query;
+
+    // The result's column of each field of a model, -1 for none; found when first asked for.
+    const DQModelMetaInfo *columnsModel = nullptr;
+    QVector<int> columns;
 };
 
 namespace {
@@ -77,15 +64,27 @@ QVector<int> columnsOf(const DQModelMetaInfo &model, const QSqlRecord &row)
 
 } // namespace
 
-DQQuery::DQQuery(const DQModelMetaInfo *model) : DQQuery(model, model->connection()) {}
+DQQuery::DQQuery(const DQModelMetaInfo *model)
+    : DQQuery(model, model ? model->connection() : DQConnection())
+{
+}
 
 DQQuery::DQQuery(const DQModelMetaInfo *model, const DQConnection &connection)
     : d(new DQQueryPriv(model, connection))
 {
 }
 
-DQQuery::DQQuery(const DQQuery &) = default;
-DQQuery &DQQuery::operator=(const DQQuery &) = default;
+DQQuery::DQQuery(const DQQuery &other) : d(other.d) {}
+
+DQQuery &DQQuery::operator=(const DQQuery &other)
+{
+    if (this != &other) {
+        m_run.reset();
+        d = other.d;
+    }
+    return *this;
+}
+
 DQQuery::~DQQuery() = default;
 
 DQQuery &DQQuery::filter(const DQWhere &where)
@@ -122,35 +121,35 @@ DQQuery &DQQuery::resultFunction(const QString &name)
 
 bool DQQuery::exec()
 {
-    d->finish();
-    d->columnsModel = nullptr;
-    if (!d->connection.isOpen())
+    m_run.reset();
+    DQConnection connection = d.constData()->connection;
+    if (!connection.isOpen() || !metaInfo())
         return false;
-    d->query = d->connection.newQuery();
-    const QString sql = d->connection.statement().select(*this);
-    return d->connection.exec(*d->query, sql, d->bindings);
+    m_run = std::make_unique<DQQueryRun>(connection.newQuery());
+    const QString sql = connection.statement().select(*this);
+    return connection.exec(m_run->query, sql, d.constData()->bindings);
 }
 
 bool DQQuery::next()
 {
-    return d->query && d->query->next();
+    return m_run && m_run->query.next();
 }
 
 bool DQQuery::recordTo(DQModel &record) const
 {
-    if (!d->query || !d->query->isValid())
-        return false;
     const DQModelMetaInfo *model = record.metaInfo();
-    if (d->columnsModel != model) {
-        d->columns = columnsOf(*model, d->query->record());
-        d->columnsModel = model;
+    if (!model || !m_run || !m_run->query.isValid())
+        return false;
+    if (m_run->columnsModel != model) {
+        m_run->columns = columnsOf(*model, m_run->query.record());
+        m_run->columnsModel = model;
     }
     for (int i = 0; i < model->size(); ++i) {
-        const int column = d->columns.at(i);
+        const int column = m_run->columns.at(i);
         if (column < 0)
             continue;
         DQBaseField &field = model->field(record, i);
-        if (!field.set(d->query->value(column)))
+        if (!field.set(m_run->query.value(column)))
             field.clear();
     }
     return true;
@@ -158,12 +157,12 @@ bool DQQuery::recordTo(DQModel &record) const
 
 QVariant DQQuery::value(int column) const
 {
-    return d->query ? d->query->value(column) : QVariant();
+    return m_run ? m_run->query.value(column) : QVariant();
 }
 
 void DQQuery::finish()
 {
-    d->finish();
+    m_run.reset();
 }
 
 DQSharedList DQQuery::call()
@@ -172,7 +171,7 @@ DQSharedList DQQuery::call()
     if (!exec())
         return list;
     while (next()) {
-        const std::shared_ptr<DQModel> record = d->model->newRecord();
+        const std::shared_ptr<DQModel> record = metaInfo()->newRecord();
         recordTo(*record);
         list.append(record);
     }
@@ -188,10 +187,12 @@ int DQQuery::count()
 
 bool DQQuery::remove()
 {
-    if (!d->connection.isOpen())
+    DQConnection connection = d.constData()->connection;
+    if (!connection.isOpen() || !metaInfo())
         return false;
-    QSqlQuery query = d->connection.newQuery();
-    return d->connection.exec(query, d->connection.statement().deleteFrom(*this), d->bindings);
+    QSqlQuery query = connection.newQuery();
+    const QString sql = connection.statement().deleteFrom(*this);
+    return connection.exec(query, sql, d.constData()->bindings);
 }
 
 const DQModelMetaInfo *DQQuery::metaInfo() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include <QSharedDataPointer>
 #include <QString>
 #include <QStringList>
@@ -12,11 +14,13 @@ class DQConnection;
 class DQModel;
 class DQModelMetaInfo;
 class DQQueryPriv;
+class DQQueryRun;
 class DQSharedList;
 
 /// A query on one model. It describes first, with calls that can be chained, and is executed by
 /// one of call(), count(), remove(), or exec() with next() and recordTo() for one row at a time.
-/// Copies share the description until one of them changes; each executes for itself.
+/// Copies share the description until one of them changes; each executes for itself, and a copy
+/// of a query whose rows are being read starts without any.
 class DQQuery final
 {
 public:
@@ -66,6 +70,7 @@ public:
 
 private:
     QSharedDataPointer<DQQueryPriv> d;
+    std::unique_ptr<DQQueryRun> m_run; // since exec(), until finish()
 };
 
 /// A query on all rows of a model.

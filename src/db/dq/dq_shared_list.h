@@ -20,9 +20,10 @@ public:
 
     [[nodiscard]] int size() const;
     [[nodiscard]] bool isEmpty() const { return size() == 0; }
+    [[nodiscard]] bool contains(int index) const { return index >= 0 && index < size(); }
     void clear();
 
-    /// `index` must be in range.
+    /// When there is no such record, a warning is logged and one of no model stands in for it.
     [[nodiscard]] const DQModel &record(int index) const;
 
     /// A record of its own with the same values.

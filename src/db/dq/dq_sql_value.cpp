@@ -22,6 +22,29 @@ int digits(const QString &text, int at, int count)
     return number;
 }
 
+bool hasAt(const QString &text, int at, char c)
+{
+    return text.at(at) == QLatin1Char(c);
+}
+
+/// The date in the first kDateLength characters; invalid when they are none.
+QDate dateFromText(const QString &text)
+{
+    const int year = digits(text, 0, 4);
+    if (year < 0 || !hasAt(text, 4, '-') || !hasAt(text, 7, '-'))
+        return {};
+    return {year, digits(text, 5, 2), digits(text, 8, 2)};
+}
+
+/// The time to the second behind the date, with its separator; invalid when it is none.
+QTime timeFromText(const QString &text)
+{
+    const bool isSeparated = hasAt(text, kDateLength, ' ') || hasAt(text, kDateLength, 'T');
+    if (!isSeparated || !hasAt(text, 13, ':') || !hasAt(text, 16, ':'))
+        return {};
+    return {digits(text, 11, 2), digits(text, 14, 2), digits(text, 17, 2)};
+}
+
 /// Reads ".z", ".zz" or ".zzz…" from `at` and moves `at` behind it; further digits are dropped.
 int milliseconds(const QString &text, int &at)
 {
@@ -86,7 +109,9 @@ bool convertToInteger(QVariant &value, int type)
 
 QString dqDateTimeToText(const QDateTime &dateTime)
 {
-    return dateTime.toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
+    const QDateTime utc = dateTime.toUTC();
+    return utc.toString(utc.time().msec() == 0 ? QStringLiteral("yyyy-MM-dd hh:mm:ss")
+                                               : QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
 }
 
 // Written by hand because a list of ten thousand rows holds twenty thousand of these, and
@@ -95,14 +120,14 @@ QDateTime dqDateTimeFromText(const QString &text)
 {
     if (text.size() < kDateLength)
         return {};
-    const QDate date(digits(text, 0, 4), digits(text, 5, 2), digits(text, 8, 2));
+    const QDate date = dateFromText(text);
     if (text.size() == kDateLength)
         return date.isValid() ? QDateTime(date, QTime(0, 0), Qt::UTC) : QDateTime();
     if (text.size() < kSecondsLength)
         return {};
     int end = kSecondsLength;
     const int msecs = milliseconds(text, end);
-    const QTime time(digits(text, 11, 2), digits(text, 14, 2), digits(text, 17, 2), msecs);
+    const QTime time = timeFromText(text).addMSecs(msecs);
     int offset = 0;
     if (!date.isValid() || !time.isValid() || !offsetFromUtc(text.mid(end), offset))
         return {};
@@ -113,7 +138,7 @@ QVariant dqToSql(const QVariant &value)
 {
     switch (value.userType()) {
     case QMetaType::QDateTime:
-        return value.isNull() ? QVariant() : dqDateTimeToText(value.toDateTime());
+        return value.toDateTime().isValid() ? dqDateTimeToText(value.toDateTime()) : QVariant();
     case QMetaType::QStringList:
         return dqStringListToText(value.toStringList());
     default:
@@ -147,7 +172,9 @@ bool dqIsStorable(const QVariant &value)
 
 bool dqConvert(QVariant &value, int type)
 {
-    if (value.isNull()) {
+    const bool isInvalidDateTime =
+        value.userType() == QMetaType::QDateTime && !value.toDateTime().isValid();
+    if (value.isNull() || isInvalidDateTime) {
         value = QVariant();
         return true;
     }

@@ -21,8 +21,12 @@ DQTransaction::~DQTransaction()
         return;
     DQConnectionPriv &block = *m_connection.d;
     block.rollbackOnly = true;
-    if (--block.openTransactions == 0 && m_connection.isOpen())
-        m_connection.exec(QStringLiteral("ROLLBACK TRANSACTION"));
+    if (--block.openTransactions > 0 || !m_connection.isOpen())
+        return;
+    // After a failure such as a full disk, which was logged then, SQLite has rolled back by itself
+    // and this finds no transaction: not worth a warning, nor to be the connection's last query.
+    QSqlQuery query = m_connection.newQuery();
+    query.exec(QStringLiteral("ROLLBACK TRANSACTION"));
 }
 
 bool DQTransaction::commit()
