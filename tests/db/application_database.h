@@ -3,6 +3,7 @@
 #include <memory>
 
 #include <QTemporaryDir>
+#include <QtTest>
 
 #include "app/environment/app_settings.h"
 #include "db/tables/database.h"
@@ -40,6 +41,20 @@ public:
     {
         DQConnection connection = m_database->connection();
         return connection.exec(sql);
+    }
+
+    /// From now on every transaction that writes a row of `table` fails when it is committed.
+    void letCommitsFail(const char *table)
+    {
+        const QStringList statements{
+            utf8("PRAGMA foreign_keys=ON"), utf8("CREATE TABLE Missing (id INTEGER PRIMARY KEY)"),
+            utf8("CREATE TABLE Broken (missing INTEGER REFERENCES Missing(id) "
+                 "DEFERRABLE INITIALLY DEFERRED)"),
+            utf8("CREATE TRIGGER breakCommit AFTER INSERT ON %1 "
+                 "BEGIN INSERT INTO Broken VALUES (1); END")
+                .arg(utf8(table))};
+        for (const QString &statement : statements)
+            QVERIFY(execute(statement));
     }
 
     [[nodiscard]] QString home() const { return m_home.path(); }

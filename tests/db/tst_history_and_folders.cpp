@@ -4,6 +4,7 @@
 
 #include "application_database.h"
 #include "db/dq/dq_query.h"
+#include "warnings.h"
 
 namespace {
 const QString kLongAgo = QStringLiteral("2020-02-03 04:05:06");
@@ -28,6 +29,9 @@ private slots:
     void folderSettingsKeepTheirTimes();
     void clearsSkipPositions();
     void clearsEveryFolder();
+    void aFolderThatIsNotStoredLoadsAsEmpty();
+    void aTableIsClearedWhollyOrNotAtAll();
+    void rowsThatAreNotStoredKeepTheirKey();
 
 private:
     std::unique_ptr<ApplicationDatabase> m_database;
@@ -213,6 +217,61 @@ void TestHistoryAndFolders::clearsEveryFolder()
     }
     clearFolderSettings();
     QCOMPARE(dqQuery<FolderSetting>().count(), 0);
+}
+
+void TestHistoryAndFolders::aFolderThatIsNotStoredLoadsAsEmpty()
+{
+    FolderSetting setting;
+    setting.folderId = utf8("f1");
+    setting.skipHeadPos = 90;
+    saveFolderSetting(setting);
+    loadFolderSetting(utf8("f2"), setting);
+    QVERIFY(setting.id.isNull());
+    QVERIFY(setting.folderId.isNull());
+    QVERIFY(setting.skipHeadPos.isNull());
+}
+
+void TestHistoryAndFolders::aTableIsClearedWhollyOrNotAtAll()
+{
+    for (const char *key : {"a", "b", "c"}) {
+        PlayHistory history = played(key);
+        savePlayHistory(history);
+        FolderSetting setting;
+        setting.folderId = utf8(key);
+        saveFolderSetting(setting);
+    }
+    const QString trigger = utf8("CREATE TRIGGER keep%1 BEFORE DELETE ON %1 WHEN old.%2='b' "
+                                 "BEGIN SELECT RAISE(ABORT, 'kept'); END");
+    QVERIFY(m_database->execute(trigger.arg(utf8("PlayHistory"), utf8("fileId"))));
+    QVERIFY(m_database->execute(trigger.arg(utf8("VideoFolderSetting"), utf8("folderId"))));
+    {
+        const Warnings warnings;
+        clearPlayHistory();
+        clearFolderSettings();
+        QCOMPARE(Warnings::texts().filter(utf8("kept")).size(), 2);
+    }
+    QCOMPARE(listedFiles(), utf8("c b a"));
+    QCOMPARE(dqQuery<FolderSetting>().count(), 3);
+    QVERIFY(m_database->execute(utf8("DROP TRIGGER keepPlayHistory")));
+    clearPlayHistory();
+    QCOMPARE(listedFiles(), QString());
+}
+
+void TestHistoryAndFolders::rowsThatAreNotStoredKeepTheirKey()
+{
+    m_database->letCommitsFail("PlayHistory");
+    QVERIFY(
+        m_database->execute(utf8("CREATE TRIGGER breakFolder AFTER INSERT ON VideoFolderSetting "
+                                 "BEGIN INSERT INTO Broken VALUES (1); END")));
+    const Warnings warnings;
+    PlayHistory history = played("v");
+    savePlayHistory(history);
+    QVERIFY(history.id.isNull());
+    FolderSetting setting;
+    setting.folderId = utf8("f");
+    saveFolderSetting(setting);
+    QVERIFY(setting.id.isNull());
+    QCOMPARE(dqQuery<PlayHistory>().count() + dqQuery<FolderSetting>().count(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestHistoryAndFolders)

@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include "application_database.h"
+#include "warnings.h"
 
 namespace {
 const QString kLongAgo = QStringLiteral("2020-02-03 04:05:06");
@@ -20,6 +21,10 @@ private slots:
     void theTokensClock_data();
     void theTokensClock();
     void aStaleUserRecordKeepsTheRenewedTokens();
+    void aStaleUserRecordIsKnownWhateverTheClock_data();
+    void aStaleUserRecordIsKnownWhateverTheClock();
+    void aLoginWithTheSameTokensStartsTheClock();
+    void aUserThatIsNotStoredKeepsItsKey();
     void storesRenewedTokens();
     void removesOneUser();
 
@@ -137,6 +142,80 @@ void TestUsers::aStaleUserRecordKeepsTheRenewedTokens()
     QCOMPARE(stored.refreshToken.value(), utf8("unused"));
     QCOMPARE(stored.updateTime.value(), clock);
     QCOMPARE(copy.accessToken.value(), utf8("new"));
+}
+
+void TestUsers::aStaleUserRecordIsKnownWhateverTheClock_data()
+{
+    QTest::addColumn<QString>("clock"); // of the tokens that the record was loaded with
+    QTest::addColumn<bool>("isLogin");  // what stores the new ones, else a renewal
+    const QString now = QDateTime::currentDateTimeUtc().toString(utf8("yyyy-MM-dd hh:mm:ss.zzz"));
+    const QString future = utf8("2096-01-01 00:00:00");
+    QTest::newRow("renewed in the same second") << now << false;
+    QTest::newRow("logged in within the same second") << now << true;
+    QTest::newRow("renewed after the clock was set back") << future << false;
+    QTest::newRow("logged in after the clock was set back") << future << true;
+}
+
+void TestUsers::aStaleUserRecordIsKnownWhateverTheClock()
+{
+    QFETCH(QString, clock);
+    QFETCH(bool, isLogin);
+    UserInfo info = user("u1", "old", "used up");
+    saveUserInfo(info);
+    setClock(clock);
+    UserInfo copy = storedUser("u1");
+    if (isLogin) {
+        UserInfo login = user("u1", "new", "unused");
+        login.tokenExpiresIn = 7200;
+        saveUserInfo(login);
+    } else {
+        QVERIFY(storeTokens(utf8("u1"), utf8("new"), utf8("unused"), QString(), 7200));
+    }
+    QVERIFY(storedUser("u1").updateTime.value() > copy.updateTime.value());
+    saveUserInfo(copy);
+    QCOMPARE(storedUser("u1").accessToken.value(), utf8("new"));
+    QCOMPARE(storedUser("u1").refreshToken.value(), utf8("unused"));
+
+    copy.accessToken = utf8("newest"); // by a record that is up to date
+    const QDateTime before = copy.updateTime.value();
+    saveUserInfo(copy);
+    QCOMPARE(storedUser("u1").accessToken.value(), utf8("newest"));
+    QVERIFY(storedUser("u1").updateTime.value() > before);
+}
+
+void TestUsers::aLoginWithTheSameTokensStartsTheClock()
+{
+    UserInfo first = user("u1");
+    first.tokenExpiresIn = 7200;
+    saveUserInfo(first);
+    setClock(kLongAgo);
+    UserInfo again = user("u1");
+    again.tokenExpiresIn = 7200;
+    saveUserInfo(again);
+    const QDateTime clock = storedUser("u1").updateTime.value();
+    QVERIFY(isNow(clock));
+    again.nickname = utf8("新名");
+    saveUserInfo(again); // the same login, written once more
+    QCOMPARE(storedUser("u1").updateTime.value(), clock);
+}
+
+void TestUsers::aUserThatIsNotStoredKeepsItsKey()
+{
+    UserInfo known = user("u1");
+    saveUserInfo(known);
+    m_database->letCommitsFail("UserInfo");
+    const Warnings warnings;
+    UserInfo info = user("u2");
+    saveUserInfo(info);
+    QVERIFY(info.id.isNull());
+    info.id = 4711;
+    saveUserInfo(info);
+    QCOMPARE(info.id.value(), 4711);
+    QVERIFY(!storeTokens(utf8("u1"), utf8("new"), utf8("r"), utf8("Bearer"), 1));
+    QCOMPARE(countUsers(), 1);
+    QCOMPARE(storedUser("u1").accessToken.value(), utf8("a"));
+    const QStringList failed = Warnings::texts().filter(utf8("Failed : "));
+    QCOMPARE(failed, QVector<QString>(3, utf8("Failed : COMMIT TRANSACTION")).toList());
 }
 
 void TestUsers::storesRenewedTokens()

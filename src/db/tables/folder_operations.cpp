@@ -4,9 +4,11 @@
 #include "db/dq/dq_query.h"
 #include "db/dq/dq_transaction.h"
 #include "db/tables/operations.h"
+#include "db/tables/row_writing.h"
 
 void loadFolderSetting(const QString &folderId, FolderSetting &setting)
 {
+    setting = FolderSetting();
     setting.load(dqColumn(&FolderSetting::folderId) == folderId);
 }
 
@@ -18,8 +20,7 @@ void saveFolderSetting(FolderSetting &setting)
     const bool isNew = stored.id.isNull();
     if (!isNew)
         setting.updateTime = QDateTime::currentDateTime();
-    if (transaction.isActive() && setting.save(isNew))
-        transaction.commit();
+    saveAndCommit(setting, isNew, transaction);
 }
 
 void clearSkipPositions(const QString &folderId)
@@ -31,8 +32,7 @@ void clearSkipPositions(const QString &folderId)
         return;
     setting.skipHeadPos = 0;
     setting.skipTailPos = 0;
-    if (setting.save())
-        transaction.commit();
+    saveAndCommit(setting, false, transaction);
 }
 
 void clearFolderSettings()

@@ -5,6 +5,7 @@
 #include "db/dq/dq_query.h"
 #include "db/dq/dq_transaction.h"
 #include "db/tables/operations.h"
+#include "db/tables/row_writing.h"
 
 namespace {
 
@@ -13,17 +14,14 @@ double watchedShare(int position, int duration)
     return duration > 0 ? std::clamp(static_cast<double>(position) / duration, 0.0, 1.0) : 0.0;
 }
 
-/// Now, or a moment after the newest row when that is not in the past: two saves may fall into
-/// one millisecond, and the clock may have been set back.
+/// Later than the `updateTime` of every row.
 QDateTime newestUpdateTime()
 {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
     DQQuery query = dqQuery<PlayHistory>();
     query.resultFunction(QStringLiteral("max")).resultFields({QStringLiteral("updateTime")});
     if (!query.exec() || !query.next())
-        return now;
-    const QDateTime newest = dqDateTimeFromText(query.value(0).toString());
-    return newest.isValid() ? std::max(now, newest.addMSecs(1)) : now;
+        return timeAfter(QDateTime());
+    return timeAfter(dqDateTimeFromText(query.value(0).toString()));
 }
 
 } // namespace
@@ -42,8 +40,7 @@ void savePlayHistory(PlayHistory &history)
     history.updateTime = newestUpdateTime();
     PlayHistory stored;
     const bool isNew = !loadPlayHistory(history.fileId.value(), stored);
-    if (history.save(isNew))
-        transaction.commit();
+    saveAndCommit(history, isNew, transaction);
 }
 
 bool loadPlayHistory(const QString &fileId, PlayHistory &history)

@@ -3,6 +3,7 @@
 #include "db/dq/dq_connection.h"
 #include "db/dq/dq_transaction.h"
 #include "db/tables/database.h"
+#include "db/tables/row_writing.h"
 
 namespace {
 
@@ -26,8 +27,8 @@ bool loadRowById(int id, DQModel &record)
 
 bool changeFieldById(int id, const QString &fieldName, const QVariant &value, DQModel &record)
 {
-    const DQModelMetaInfo &model = *record.metaInfo();
-    DQTransaction transaction(model.connection());
+    const DQModelMetaInfo *model = record.metaInfo();
+    DQTransaction transaction(model ? model->connection() : DQConnection());
     return transaction.isActive() && loadRowById(id, record) &&
-           model.setValue(record, fieldName, value) && record.save() && transaction.commit();
+           model->setValue(record, fieldName, value) && saveAndCommit(record, false, transaction);
 }

@@ -15,7 +15,7 @@
 // in the record takes its column's default, so load a row first to keep what it holds. A row that
 // is written without its `id` gets a new one and moves to the end of the table.
 //
-// Failures are logged as warnings. A load that finds nothing leaves its record alone.
+// Failures are logged as warnings; a record whose save failed keeps the `id` that it had.
 
 /// Publishes a new Database handle on the application's file, unless there is one. The caller
 /// takes over what database() returns then.
@@ -27,11 +27,12 @@ void openDatabase();
 [[nodiscard]] QString userIdForAccessToken(const QVariant &accessToken);
 
 /// Writes the user. The clock of the tokens, `updateTime`, starts anew when the tokens differ
-/// from the stored ones and stays when they do not. A record that was loaded before the stored
+/// from the stored ones or come from a login (`tokenExpiresIn` is set, `updateTime` is not), and
+/// stays when not; it never goes back. A record that was loaded before the stored
 /// tokens were renewed takes over the stored ones: its own can not be used any more.
 void saveUserInfo(UserInfo &info);
 
-/// False when the user is not stored.
+/// False, and the record stays as it is, when the user is not stored.
 bool loadUserInfo(const QString &userId, UserInfo &info);
 
 /// In the order of the rows.
@@ -48,6 +49,7 @@ void removeUser(const QString &userId);
 
 // --- folders
 
+/// An empty record with a null `id` when the folder is not stored.
 void loadFolderSetting(const QString &folderId, FolderSetting &setting);
 
 /// A row that is not new gets the current time as `updateTime`.
@@ -65,7 +67,7 @@ void clearFolderSettings();
 /// 0 without a duration), and a null position or duration to 0.
 void savePlayHistory(PlayHistory &history);
 
-/// False when the video is not in the history.
+/// False, and the record stays as it is, when the video is not in the history.
 bool loadPlayHistory(const QString &fileId, PlayHistory &history);
 
 /// The current user's rows, the most recently played first; replaces what `list` held.
@@ -78,7 +80,7 @@ void clearPlayHistory();
 
 // --- single rows of any table
 
-/// False when there is no such row.
+/// False, and the record stays as it is, when there is no such row.
 bool loadRowById(int id, DQModel &record);
 
 /// Loads the row, changes one field and saves it, at once for all processes. `record` is the

@@ -2,6 +2,7 @@
 #include "db/dq/dq_query.h"
 #include "db/dq/dq_transaction.h"
 #include "db/tables/operations.h"
+#include "db/tables/row_writing.h"
 
 namespace {
 
@@ -25,12 +26,14 @@ void settleTokens(UserInfo &info, const UserInfo &stored)
 {
     const bool wasLoaded = !info.updateTime.isNull();
     const bool isStale = wasLoaded && info.updateTime.value() < stored.updateTime.value();
+    // The server may give the tokens that it gave before, valid for another full term.
+    const bool isNewLogin = !wasLoaded && !info.tokenExpiresIn.isNull();
     if (isStale) {
         takeTokens(info, stored);
-    } else if (hasTokensOf(info, stored)) {
+    } else if (hasTokensOf(info, stored) && !isNewLogin) {
         info.updateTime = stored.updateTime;
-    } else if (wasLoaded && info.updateTime.value() == stored.updateTime.value()) {
-        info.updateTime.clear(); // the database starts the clock
+    } else if (!wasLoaded || info.updateTime.value() == stored.updateTime.value()) {
+        info.updateTime = timeAfter(stored.updateTime.value());
     }
 }
 
@@ -50,8 +53,9 @@ void saveUserInfo(UserInfo &info)
     const bool isNew = !loadUserInfo(info.userId.value(), stored);
     if (!isNew)
         settleTokens(info, stored);
-    if (transaction.isActive() && info.save(isNew))
-        transaction.commit();
+    else if (info.updateTime.isNull()) // not left to the database: the record knows it then
+        info.updateTime = timeAfter(QDateTime());
+    saveAndCommit(info, isNew, transaction);
 }
 
 bool loadUserInfo(const QString &userId, UserInfo &info)
@@ -91,6 +95,6 @@ bool storeTokens(const QString &userId, const QString &accessToken, const QStrin
     if (!tokenType.isNull())
         user.tokenType = tokenType;
     user.tokenExpiresIn = expiresIn;
-    user.updateTime = QDateTime::currentDateTimeUtc();
-    return user.save() && transaction.commit();
+    user.updateTime = timeAfter(user.updateTime.value());
+    return saveAndCommit(user, false, transaction);
 }

@@ -1,0 +1,21 @@
+#include "db/tables/row_writing.h"
+
+#include <algorithm>
+
+#include "db/dq/dq_model.h"
+#include "db/dq/dq_transaction.h"
+
+QDateTime timeAfter(const QDateTime &former)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    return former.isValid() ? std::max(now, former.addMSecs(1)) : now;
+}
+
+bool saveAndCommit(DQModel &record, bool isNew, DQTransaction &transaction)
+{
+    const QVariant former = record.id.get();
+    if (transaction.isActive() && record.save(isNew) && transaction.commit())
+        return true;
+    record.id.set(former);
+    return false;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QDateTime>
+
+class DQModel;
+class DQTransaction;
+
+/// Now, or a moment after `former` when that is not in the past: two writes may fall into one
+/// millisecond, and the clock may have been set back. `former` may be invalid.
+[[nodiscard]] QDateTime timeAfter(const QDateTime &former);
+
+/// Saves the record and commits. When that fails the record keeps its former `id`: the row that
+/// was to get the new one does not exist.
+bool saveAndCommit(DQModel &record, bool isNew, DQTransaction &transaction);
