@@ -58,7 +58,7 @@ void ControlBar::makeVolumeMenu()
     m_volumeSlider = new QSlider(Qt::Horizontal);
     m_volumeSlider->setObjectName(QStringLiteral("volumeSlider"));
     m_volumeSlider->setRange(0, highestVolume);
-    m_volumeSlider->setMinimumWidth(160);
+    m_volumeSlider->setMinimumSize(160, 32);
     connect(m_volumeSlider, &QSlider::valueChanged, this, &ControlBar::volumeRequested);
     auto *action = new QWidgetAction(menu);
     action->setDefaultWidget(m_volumeSlider);
