@@ -155,13 +155,47 @@ private:
     bool m_wasDrawn = false; // since there is a position
 };
 
-double playingShareOfOurs(const QString &url)
+// Plays in a process of its own, as mpv does, until it is killed; says when the picture is there.
+int playForEver(const QString &url)
 {
     Ours ours;
     ours.widget().loadFile(url);
     ours.waitForPicture();
+    QFile out;
+    out.open(stdout, QIODevice::WriteOnly);
+    out.write("playing\n");
+    out.flush();
+    return QApplication::exec();
+}
+
+class OwnProcess final
+{
+    Q_DISABLE_COPY_MOVE(OwnProcess)
+
+public:
+    explicit OwnProcess(const QString &url)
+    {
+        m_process.start(QCoreApplication::applicationFilePath(), {playOption(), url});
+        waitUntil([this] { return m_process.canReadLine(); });
+    }
+    ~OwnProcess()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    static QString playOption() { return QStringLiteral("--play"); }
+    qint64 id() const { return m_process.processId(); }
+
+private:
+    QProcess m_process;
+};
+
+double playingShareOfOurs(const QString &url)
+{
+    const OwnProcess ours(url);
     wait(warmUp);
-    return shareOfACore(getpid());
+    return shareOfACore(ours.id());
 }
 
 double playingShareOfMpv(const QString &url)
@@ -213,11 +247,9 @@ double firstPictureOfMpv(const QString &url)
 
 double memoryOfOurs(const QString &url)
 {
-    Ours ours;
-    ours.widget().loadFile(url);
-    ours.waitForPicture();
+    const OwnProcess ours(url);
     wait(warmUp);
-    return residentMegabytesOf(getpid());
+    return residentMegabytesOf(ours.id());
 }
 
 double memoryOfMpv(const QString &url)
@@ -254,6 +286,9 @@ int main(int argc, char **argv)
 {
     const QApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
+    const QStringList arguments = QApplication::arguments();
+    if (arguments.value(1) == OwnProcess::playOption())
+        return playForEver(arguments.value(2));
     localdrive::Server server;
     const QString film = QString::fromStdString(server.rootPath()) + QStringLiteral("/film.mkv");
     clips::Clip clip;
