@@ -114,11 +114,9 @@ void TestQRLoginDlg::isBuiltAsDesigned()
     const auto *refresh = dialog.findChild<QPushButton *>(QStringLiteral("btnRefreshQrcode"));
     QCOMPARE(refresh->text(), QStringLiteral("刷新(&R)"));
     QCOMPARE(refresh->toolTip(), QStringLiteral("刷新二维码"));
-    QCOMPARE(refresh->minimumSize(), QSize(100, 40));
     QVERIFY(!refresh->icon().isNull());
     const auto *cancel = dialog.findChild<QPushButton *>(QStringLiteral("btnCancle"));
     QCOMPARE(cancel->text(), QStringLiteral("退出(&X)"));
-    QCOMPARE(cancel->minimumSize(), QSize(100, 40));
     QVERIFY(dialog.findChildren<QTimer *>().isEmpty());
 }
 
