@@ -38,7 +38,7 @@ class DQQueryRun final
     Q_DISABLE_COPY_MOVE(DQQueryRun)
 
 public:
-    explicit DQQueryRun(QSqlQuery prepared) : query(std::move(prepared)) {}
+    explicit DQQueryRun(const QSqlQuery &newQuery) : query(newQuery) {}
     // The connection keeps the last query, which must not keep the database locked.
     ~DQQueryRun() { query.finish(); }
 

@@ -51,10 +51,11 @@ void saveUserInfo(UserInfo &info)
     DQTransaction transaction(info.metaInfo()->connection());
     UserInfo stored;
     const bool isNew = !loadUserInfo(info.userId.value(), stored);
-    if (!isNew)
+    if (!isNew) {
         settleTokens(info, stored);
-    else if (info.updateTime.isNull()) // not left to the database: the record knows it then
+    } else if (info.updateTime.isNull()) { // not left to the database: the record knows it then
         info.updateTime = timeAfter(QDateTime());
+    }
     saveAndCommit(info, isNew, transaction);
 }
 
