@@ -44,10 +44,11 @@ FullScreen::FullScreen(const Parts &parts, QObject *parent) : QObject(parent), m
 
 void FullScreen::toggle()
 {
-    if (m_on)
+    if (m_on) {
         leave();
-    else
+    } else {
         enter();
+    }
 }
 
 void FullScreen::enter()
@@ -78,10 +79,11 @@ void FullScreen::leave()
     m_on = false;
     m_idle.stop();
     m_parts.video->unsetCursor();
-    if (m_maximizedBefore)
+    if (m_maximizedBefore) {
         m_parts.window->showMaximized();
-    else
+    } else {
         m_parts.window->showNormal();
+    }
 
     m_parts.bar->setWindowFlags(Qt::Widget);
     m_parts.rows->addWidget(m_parts.bar);
@@ -102,10 +104,11 @@ void FullScreen::movePointer(const QPoint &position)
 
     const QSize screen = primaryScreenSize();
     const bool atBar = controlZone(screen).contains(position);
-    if (atBar && !m_playControlShown)
+    if (atBar && !m_playControlShown) {
         showBar(screen);
-    else if (!atBar && m_playControlShown)
+    } else if (!atBar && m_playControlShown) {
         hideBar();
+    }
 
     const bool atList = listZone(screen).contains(position);
     qDebug() << (atList ? "show video list" : "hide video list");

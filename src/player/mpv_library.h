@@ -26,6 +26,7 @@
 // program that may never play anything starts. Its functions are looked up at first use.
 struct MpvLibrary
 {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member
 #define MORAVU_MPV_MEMBER(name) decltype(&::mpv_##name) name = nullptr;
     MORAVU_MPV_FUNCTIONS(MORAVU_MPV_MEMBER)
 #undef MORAVU_MPV_MEMBER

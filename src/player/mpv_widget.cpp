@@ -116,10 +116,11 @@ void MpvWidget::release()
 
 void MpvWidget::loadFile(const QString &url)
 {
-    if (m_mpvGl)
+    if (m_mpvGl) {
         load(url);
-    else
+    } else {
         m_heldUrl = url;
+    }
 }
 
 void MpvWidget::load(const QString &url)
@@ -274,16 +275,17 @@ void MpvWidget::handleMpvEvent(const mpv_event &event)
 void MpvWidget::handleEndFile(const mpv_event_end_file &end)
 {
     const bool finished = end.reason == MPV_END_FILE_REASON_EOF;
-    if (end.playlist_entry_id != m_loadedEntry)
+    if (end.playlist_entry_id != m_loadedEntry) {
         m_endReason = EndReason::Superseded;
-    else if (finished)
+    } else if (finished) {
         m_endReason = EndReason::Finished;
-    else if (end.reason == MPV_END_FILE_REASON_ERROR)
+    } else if (end.reason == MPV_END_FILE_REASON_ERROR) {
         m_endReason = EndReason::Failed;
-    else if (end.reason == MPV_END_FILE_REASON_REDIRECT)
+    } else if (end.reason == MPV_END_FILE_REASON_REDIRECT) {
         m_endReason = EndReason::Redirected;
-    else
+    } else {
         m_endReason = EndReason::Stopped;
+    }
     if (m_endReason == EndReason::Redirected)
         m_loadedEntry = end.playlist_insert_id;
     qDebug() << "原因:" << (finished ? "true" : "false");

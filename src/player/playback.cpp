@@ -191,10 +191,11 @@ void Playback::onPositionChanged(int value)
         m_playing->wasRefetched = false;
 
     const qint64 sinceUpdate = QDateTime::currentMSecsSinceEpoch() - m_lastPositionUpdate;
-    if (sinceUpdate > updateInterval)
+    if (sinceUpdate > updateInterval) {
         showPosition();
-    else if (!m_lateUpdate.isActive())
+    } else if (!m_lateUpdate.isActive()) {
         m_lateUpdate.start(static_cast<int>(updateInterval + 1 - sinceUpdate));
+    }
 }
 
 void Playback::showPosition()
@@ -217,10 +218,11 @@ void Playback::onPlayEnd()
         break;
     case MpvWidget::EndReason::Finished:
     case MpvWidget::EndReason::Failed:
-        if (m_loadSent)
+        if (m_loadSent) {
             endOpening();
-        else
+        } else {
             endPlaying();
+        }
         break;
     }
 }
@@ -255,12 +257,13 @@ void Playback::endPlaying()
     m_playing->isOver = true;
     if (m_opening)
         return;
-    if (endedEarly())
+    if (endedEarly()) {
         refetch();
-    else if (m_mpv.isPaused())
+    } else if (m_mpv.isPaused()) {
         m_advanceOnPlay = true;
-    else
+    } else {
         emit finished();
+    }
 }
 
 // An address that has expired, or a connection that was cut, looks like the end of the data.

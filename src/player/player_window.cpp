@@ -210,10 +210,11 @@ void MpvPlayerWindow::playRelative(int step)
         return;
     m_playback->saveHistory();
     const int index = current + step;
-    if (index >= m_videoList.size())
+    if (index >= m_videoList.size()) {
         openListed(0);
-    else
+    } else {
         openListed(index < 0 ? m_videoList.size() - 1 : index);
+    }
 }
 
 void MpvPlayerWindow::playChosen(const QString &fileId)
@@ -321,10 +322,11 @@ void MpvPlayerWindow::chooseSkip(const QVariant &choice)
         break;
     }
     applySkipTimes();
-    if (accepted)
+    if (accepted) {
         rebuildSkipMenu();
-    else if (video)
+    } else if (video) {
         Toast::showTip(QStringLiteral("片头片尾设置间隔太小,请重新设置"));
+    }
 }
 
 void MpvPlayerWindow::applySkipTimes()
@@ -384,10 +386,11 @@ void MpvPlayerWindow::rebuildTrackMenus()
 
 void MpvPlayerWindow::on_playPause_clicked()
 {
-    if (m_mpvWidget->isPaused())
+    if (m_mpvWidget->isPaused()) {
         m_mpvWidget->play();
-    else
+    } else {
         m_mpvWidget->pause();
+    }
 }
 
 void MpvPlayerWindow::togglePin()

@@ -60,9 +60,10 @@ TrackChoices::SubtitleChoice TrackChoices::rememberedSubtitle() const
     const int off = static_cast<int>(SubtitleKind::Off);
     if (video && video->history.subTitleType.value() == off)
         return {SubtitleKind::Off};
-    if (const auto id = m_folder.subtitleTrack())
+    if (const auto id = m_folder.subtitleTrack()) {
         return *id < 0 ? SubtitleChoice{SubtitleKind::Off}
                        : SubtitleChoice{SubtitleKind::Embedded, *id};
+    }
     if (m_selectedSubtitleTrackId != -1)
         return {SubtitleKind::Embedded, m_selectedSubtitleTrackId};
     return {};
@@ -94,10 +95,11 @@ void TrackChoices::onFileLoaded()
     m_fileLoaded = true;
     m_tracks = m_mpv.trackInfo();
     selectRemembered();
-    if (!m_path.isEmpty() && m_subtitle.kind == SubtitleKind::DriveFile)
+    if (!m_path.isEmpty() && m_subtitle.kind == SubtitleKind::DriveFile) {
         addFile();
-    else
+    } else {
         chooseFileAutomatically();
+    }
     emit changed();
 }
 
@@ -118,12 +120,13 @@ void TrackChoices::selectRemembered()
     if (m_audioTrackId && hasAudio(*m_audioTrackId))
         setTrack(m_mpv, audioProperty(), *m_audioTrackId);
 
-    if (m_subtitle.kind == SubtitleKind::Off)
+    if (m_subtitle.kind == SubtitleKind::Off) {
         setTrack(m_mpv, subtitleProperty(), FolderMemory::noTrack);
-    else if (m_subtitle.kind == SubtitleKind::Embedded && hasSubtitleTrack(m_subtitle.trackId))
+    } else if (m_subtitle.kind == SubtitleKind::Embedded && hasSubtitleTrack(m_subtitle.trackId)) {
         setTrack(m_mpv, subtitleProperty(), m_subtitle.trackId);
-    else
+    } else {
         selectChinese();
+    }
 }
 
 void TrackChoices::selectChinese()
@@ -220,10 +223,11 @@ QList<MenuEntry> TrackChoices::subtitleMenu() const
     for (int i = 0; i < m_tracks.subTracks.size(); ++i) {
         const SubTrack &track = m_tracks.subTracks.at(i);
         anySelected |= track.selected;
-        if (!track.external)
+        if (!track.external) {
             entries.append({labels.at(i), track.id, track.selected});
-        else if (track.selected)
+        } else if (track.selected) {
             selectedFile = m_added.value(externalTracks().indexOf(track.id));
+        }
     }
     entries.prepend({QStringLiteral("关闭字幕"), FolderMemory::noTrack, !anySelected});
     bool first = true;
@@ -252,10 +256,11 @@ void TrackChoices::chooseSubtitle(const QVariant &data)
         return;
     m_fileChosen = true;
     m_fetcher.cancel();
-    if (data.type() == QVariant::String)
+    if (data.type() == QVariant::String) {
         chooseFile(data.toString());
-    else
+    } else {
         chooseTrack(data.toInt());
+    }
 }
 
 void TrackChoices::chooseTrack(int id)
@@ -272,10 +277,11 @@ void TrackChoices::chooseFile(const QString &fileId)
     remember({SubtitleKind::DriveFile, 0, fileId});
     m_folder.setSubtitleTrack(std::nullopt);
     const int added = m_added.indexOf(fileId);
-    if (added >= 0)
+    if (added >= 0) {
         setTrack(m_mpv, subtitleProperty(), externalTracks().value(added));
-    else
+    } else {
         fetchFile(fileId);
+    }
 }
 
 // The video's row is written with the next save of the history.

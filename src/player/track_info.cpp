@@ -1,5 +1,7 @@
 #include "player/track_info.h"
 
+#include <utility>
+
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -88,12 +90,13 @@ TrackInfo parseTrackList(const QJsonArray &tracks)
     for (const QJsonValue &element : tracks) {
         const TrackReader track(element.toObject());
         const QString type = track.text(QLatin1String("type"));
-        if (type == QLatin1String("video"))
+        if (type == QLatin1String("video")) {
             info.videoTracks.append(readVideoTrack(track));
-        else if (type == QLatin1String("audio"))
+        } else if (type == QLatin1String("audio")) {
             info.audioTracks.append(readAudioTrack(track));
-        else if (type == QLatin1String("sub"))
+        } else if (type == QLatin1String("sub")) {
             info.subTracks.append(readSubTrack(track));
+        }
     }
     return info;
 }
