@@ -22,6 +22,21 @@ inline UserInfo logInAs(DriveFixture &drive, const QString &nickname, int accoun
     return user;
 }
 
+// Lets the requests end that a closed page has left behind: Qt leaks those that are under way when
+// the process ends.
+inline void settle(DriveFixture &drive)
+{
+    QTest::qWait(20);
+    const auto answered = [&drive] {
+        const std::vector<localdrive::RequestRecord> requests = drive.server().requests();
+        return std::all_of(
+            requests.begin(), requests.end(),
+            [](const localdrive::RequestRecord &request) { return request.status != 0; });
+    };
+    QTRY_VERIFY(answered());
+    QTest::qWait(20);
+}
+
 // The page of a user whose drive holds what the test made, shown on the screen.
 class DrivePage final
 {

@@ -96,6 +96,7 @@ void TestCloudFileOperations::init()
 void TestCloudFileOperations::cleanup()
 {
     closeToasts();
+    settle(*m_drive);
     m_drive.reset();
 }
 

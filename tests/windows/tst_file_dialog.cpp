@@ -80,6 +80,7 @@ void TestFileDialog::init()
 
 void TestFileDialog::cleanup()
 {
+    settle(*m_drive);
     m_drive.reset();
 }
 

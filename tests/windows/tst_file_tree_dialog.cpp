@@ -34,6 +34,7 @@ void TestFileTreeDialog::init()
 
 void TestFileTreeDialog::cleanup()
 {
+    settle(*m_drive);
     m_drive.reset();
 }
 

@@ -57,6 +57,7 @@ void TestHistoryDialog::init()
 void TestHistoryDialog::cleanup()
 {
     closeToasts();
+    settle(*m_drive);
     m_drive.reset();
 }
 

@@ -72,6 +72,7 @@ void TestMainWindow::init()
 
 void TestMainWindow::cleanup()
 {
+    settle(*m_drive);
     m_drive.reset();
 }
 

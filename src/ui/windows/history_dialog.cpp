@@ -110,8 +110,9 @@ void HistoryDialog::fillRow(int row, const PlayHistory &history)
     const QDateTime watched = history.updateTime.value();
     const auto perMille = static_cast<qint64>(history.playPercentage.value() * 1000);
     table->setItem(row, NameColumn, name);
-    table->setItem(row, ProgressColumn,
-                   SortTableWidgetItem::forValue(progressText(history), perMille));
+    auto *progress = SortTableWidgetItem::forValue(progressText(history), perMille);
+    progress->setToolTip(progress->text());
+    table->setItem(row, ProgressColumn, progress);
     table->setItem(
         row, TimeColumn,
         SortTableWidgetItem::forValue(formatDateTime(watched), watched.toMSecsSinceEpoch()));
