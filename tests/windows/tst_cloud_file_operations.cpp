@@ -41,6 +41,7 @@ void answer(QMessageBox::StandardButton button)
         QCOMPARE(box->text(), QStringLiteral("确定要彻底删除选中的文件或文件夹吗?"));
         QCOMPARE(box->button(QMessageBox::Yes)->text(), QStringLiteral("是"));
         QCOMPARE(box->button(QMessageBox::No)->text(), QStringLiteral("否"));
+        QTRY_VERIFY(box->button(QMessageBox::No)->hasFocus());
         box->button(button)->click();
     });
 }

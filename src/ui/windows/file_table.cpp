@@ -34,6 +34,7 @@ const QVector<ColumnInfo> &columns()
 constexpr int HeaderHeight = 30;
 constexpr int RowHeight = 50;
 constexpr int IconSize = 32;
+constexpr qreal QuietOpacity = 0.55;
 
 QString arrowStyle()
 {
@@ -342,7 +343,8 @@ void FileTable::paintEvent(QPaintEvent *event)
     if (hasVisibleRow())
         return;
     QPainter painter(viewport());
-    painter.setPen(palette().color(QPalette::Disabled, QPalette::Text));
+    painter.setPen(palette().color(QPalette::Text));
+    painter.setOpacity(QuietOpacity);
     painter.drawText(viewport()->rect(), Qt::AlignCenter,
                      rowCount() > 0 ? QStringLiteral("没有符合条件的文件") : m_quietText);
 }

@@ -1,6 +1,7 @@
 #include "ui/windows/questions.h"
 
 #include <QDialogButtonBox>
+#include <QIcon>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
@@ -10,6 +11,9 @@ bool askYesNo(QWidget *parent, const QString &title, const QString &text)
     QMessageBox box(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, parent);
     box.button(QMessageBox::Yes)->setText(QStringLiteral("是"));
     box.button(QMessageBox::No)->setText(QStringLiteral("否"));
+    box.setIconPixmap(QIcon(QStringLiteral(":/image/help.png")).pixmap(40));
+    // No button is the default; the one with the focus answers Enter, and it must do no harm.
+    box.button(QMessageBox::No)->setFocus();
     return box.exec() == QMessageBox::Yes;
 }
 
