@@ -60,11 +60,10 @@ std::optional<int> answerArguments(int argc, char *argv[])
         print(stderr, QStringLiteral("moravu: %1（参见 --help）\n").arg(mistake));
         return 2;
     }
-    if (parser.isSet(help))
-        print(stdout, parser.helpText());
-    else if (parser.isSet(version))
-        print(stdout, QStringLiteral("moravu %1\n").arg(QStringLiteral(MORAVU_VERSION)));
-    else
+    if (!parser.isSet(help) && !parser.isSet(version)) {
         return std::nullopt;
+    }
+    const QString versionLine = QStringLiteral("moravu %1\n").arg(QStringLiteral(MORAVU_VERSION));
+    print(stdout, parser.isSet(help) ? parser.helpText() : versionLine);
     return 0;
 }
