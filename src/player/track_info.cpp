@@ -11,7 +11,7 @@ namespace {
 class TrackReader final
 {
 public:
-    explicit TrackReader(const QJsonObject &track) : m_track(track) {}
+    explicit TrackReader(QJsonObject track) : m_track(std::move(track)) {}
 
     [[nodiscard]] bool flag(QLatin1String key) const { return m_track.value(key).toBool(); }
     [[nodiscard]] QString text(QLatin1String key) const { return m_track.value(key).toString(); }

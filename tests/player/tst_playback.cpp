@@ -146,11 +146,12 @@ void TestPlayback::aVideoThatNeverPlayedKeepsItsRow()
     const LogCapture log;
     m_player->server().addFault(fault(failing.toLatin1().constData(), 403, -1));
     m_player->open(QStringLiteral("film.mkv"));
-    if (told.isEmpty())
+    if (told.isEmpty()) {
         QTRY_VERIFY(!log.lines().filter(failing.mid(3)).isEmpty() ||
                     !log.lines().filter(QStringLiteral("getPlayInfo fail : ")).isEmpty());
-    else
+    } else {
         QTRY_VERIFY(toastShown(told));
+    }
     QTest::qWait(300);
     QCOMPARE(m_player->timeText(), QStringLiteral("00:00:00/00:00:00"));
     m_player->window()->close();
@@ -298,12 +299,12 @@ void TestPlayback::qualityChangesInPlace()
 void TestPlayback::listsQualitiesAsOffered()
 {
     m_player->addClip(QStringLiteral("film.mkv"), {20});
-    const QByteArray url = QByteArrayLiteral("http://127.0.0.1:1/x.m3u8");
-    m_player->setPlayInfo("{\"video_preview_play_info\":{\"meta\":{\"width\":7680,\"height\":4320},"
-                          "\"live_transcoding_task_list\":["
-                          "{\"template_id\":\"LD\",\"status\":\"running\"},"
-                          "{\"template_id\":\"XD\",\"url\":\"" +
-                          url + "\"},{\"template_id\":\"QHD\"}]}}");
+    m_player->setPlayInfo(R"({"video_preview_play_info": {
+        "meta": {"width": 7680, "height": 4320},
+        "live_transcoding_task_list": [
+            {"template_id": "LD", "status": "running"},
+            {"template_id": "XD", "url": "http://127.0.0.1:1/x.m3u8"},
+            {"template_id": "QHD"}]}})");
     m_player->open(QStringLiteral("film.mkv"));
     QTRY_VERIFY(m_player->hasReached(1));
     QCOMPARE(m_player->menuTexts(QStringLiteral("quality")),
@@ -329,12 +330,13 @@ void TestPlayback::isTornDownInEveryState()
         m_player->open(QStringLiteral("film.mkv"));
         if (state != QLatin1String("loading"))
             QTRY_VERIFY(m_player->hasReached(1) || m_player->secondShown() >= 0);
-        if (state == QLatin1String("paused"))
+        if (state == QLatin1String("paused")) {
             m_player->mpv()->pause();
-        else if (state == QLatin1String("full screen"))
+        } else if (state == QLatin1String("full screen")) {
             QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
-        else if (state == QLatin1String("minimised"))
+        } else if (state == QLatin1String("minimised")) {
             m_player->window()->showMinimized();
+        }
         QTest::qWait(100);
         QElapsedTimer timer;
         timer.start();

@@ -99,9 +99,10 @@ void TestPlayerTracks::initTestCase()
                                                    {QStringLiteral("a:1"), QStringLiteral("chi")},
                                                    {QStringLiteral("s:0"), QStringLiteral("eng")},
                                                    {QStringLiteral("s:1"), QStringLiteral("chi")}};
-    for (const auto &[stream, language] : languages)
+    for (const auto &[stream, language] : languages) {
         m_clip.outputs << QStringLiteral("-metadata:s:") + stream
                        << QStringLiteral("language=") + language;
+    }
 }
 
 void TestPlayerTracks::init()
