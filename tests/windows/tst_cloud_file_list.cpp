@@ -334,7 +334,9 @@ void TestCloudFileList::refreshesAfterTheRunningRequest()
     m_drive->server().makeFile("新.txt", "");
     page.child<QToolButton>("btnRefresh")->click();
     page.child<QToolButton>("btnRefresh")->click();
+    QTRY_COMPARE(markersOf(*m_drive).size(), 3);
     QTRY_COMPARE(page.count(), QStringLiteral("2项"));
+    QTest::qWait(50);
     QCOMPARE(markersOf(*m_drive).size(), 3);
     QCOMPARE(page.child<QLineEdit>("fileNameSearch")->text(), QString());
     QTRY_COMPARE(m_drive->requests(QStringLiteral("/adrive/v1.0/user/getSpaceInfo")).size(), 4U);
