@@ -111,7 +111,7 @@ void TestPlayback::closingWhileOpeningSavesTheOldVideo()
     m_player->storePosition(QStringLiteral("show/2.mkv"), 7, 60);
     m_player->storePosition(QStringLiteral("show/1.mkv"), 30, 60);
     m_player->open(QStringLiteral("show/1.mkv"));
-    QTRY_VERIFY(m_player->hasReached(31));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(31), 15000);
     localdrive::Fault slow;
     slow.path = "getVideoPreviewPlayInfo";
     slow.delay = std::chrono::milliseconds(3000);
@@ -182,7 +182,7 @@ void TestPlayback::anOutroAsLongAsTheVideoIsIgnored()
     m_player->addClip(QStringLiteral("clips/1.mkv"), {4});
     skipTail(QStringLiteral("clips/0.mkv"), 120);
     m_player->open(QStringLiteral("clips/0.mkv"));
-    QTRY_VERIFY(m_player->hasReached(2));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(2), 15000);
     QCOMPARE(opened().size(), 1);
     QTRY_COMPARE(opened().size(), 2);
 }
@@ -199,7 +199,7 @@ void TestPlayback::movesOnAtTheOutro()
     QTRY_COMPARE(m_player->window()->windowTitle(), QStringLiteral("2.mkv"));
     const PlayHistory row = m_player->storedHistory(QStringLiteral("show/1.mkv"));
     QVERIFY(row.playPosition.value() >= 40 && row.playPosition.value() <= 42);
-    QTRY_VERIFY(m_player->hasReached(2));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(2), 15000);
     QCOMPARE(opened().size(), 2);
 }
 
@@ -209,7 +209,7 @@ void TestPlayback::aPausedVideoDoesNotMoveOn()
     m_player->addClip(QStringLiteral("show/2.mkv"), {60});
     skipTail(QStringLiteral("show/1.mkv"), 20);
     m_player->open(QStringLiteral("show/1.mkv"));
-    QTRY_VERIFY(m_player->hasReached(1));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(1), 15000);
     m_player->mpv()->pause();
     m_player->mpv()->seekAbsolute(50);
     QTRY_COMPARE(m_player->secondLabelled(), 50);
@@ -236,7 +236,7 @@ void TestPlayback::anExpiredAddressIsRenewed()
     // All parts from 24 s on are refused for one reading: the first of them is asked for 5 times.
     m_player->server().addFault(fault("part0*([6-9]|1[0-9])\\.ts", 403, 13));
     m_player->open(QStringLiteral("show/1.mkv"));
-    QTRY_VERIFY(m_player->hasReached(18));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(18), 15000);
     m_player->mpv()->setVolume(35);
     QTRY_VERIFY_WITH_TIMEOUT(opened().size() == 2, 15000);
     QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(27), 10000);
@@ -274,7 +274,7 @@ void TestPlayback::qualityChangesInPlace()
     QVERIFY(m_player->server().prepareMedia("film.mkv"));
     m_player->storePosition(QStringLiteral("film.mkv"), 33, 60);
     m_player->open(QStringLiteral("film.mkv"));
-    QTRY_VERIFY(m_player->hasReached(34));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(34), 15000);
     QCOMPARE(m_player->checkedText(QStringLiteral("quality")), QStringLiteral("标清 540p"));
     m_player->mpv()->pause();
     m_player->mpv()->setVolume(55);
@@ -306,7 +306,7 @@ void TestPlayback::listsQualitiesAsOffered()
             {"template_id": "XD", "url": "http://127.0.0.1:1/x.m3u8"},
             {"template_id": "QHD"}]}})");
     m_player->open(QStringLiteral("film.mkv"));
-    QTRY_VERIFY(m_player->hasReached(1));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(1), 15000);
     QCOMPARE(m_player->menuTexts(QStringLiteral("quality")),
              (QStringList{QStringLiteral("流畅 360p"), QStringLiteral("未知"),
                           QStringLiteral("超清 1440p"), QStringLiteral("原画(8K)")}));
@@ -356,7 +356,7 @@ void TestPlayback::aFrozenServerDoesNotFreezeTheWindow()
     freeze.wire = localdrive::Break::FreezeInsideBody;
     m_player->server().addFault(freeze);
     m_player->open(QStringLiteral("film.mkv"));
-    QTRY_VERIFY(m_player->hasReached(2));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(2), 15000);
     m_player->mpv()->seekAbsolute(40);
 
     QElapsedTimer timer;

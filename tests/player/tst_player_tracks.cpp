@@ -163,7 +163,7 @@ void TestPlayerTracks::choicesGoToTheNextEpisode()
 
     QTest::mouseClick(m_player->part(QStringLiteral("next")), Qt::LeftButton);
     QTRY_COMPARE(m_player->window()->windowTitle(), QStringLiteral("Ep02.mkv"));
-    QTRY_VERIFY(m_player->hasReached(1));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(1), 15000);
     QCOMPARE(property("sid").toInt(), 1);
     QCOMPARE(property("aid").toInt(), 2);
 
@@ -182,7 +182,7 @@ void TestPlayerTracks::offIsAChoice()
     QCOMPARE(storedFolder().subtitleTrackId.value(), QStringLiteral("-1"));
     QTest::mouseClick(m_player->part(QStringLiteral("next")), Qt::LeftButton);
     QTRY_COMPARE(m_player->window()->windowTitle(), QStringLiteral("Ep02.mkv"));
-    QTRY_VERIFY(m_player->hasReached(2));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(2), 15000);
     QCOMPARE(property("sid").toBool(), false);
     QCOMPARE(words(), QString());
 }
