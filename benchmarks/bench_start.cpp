@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int Patience = 20000; // ms
+constexpr qint64 Patience = 20000; // ms
 const QRgb windowColour = qRgb(0xf5, 0xf7, 0xf8);
 const QRgb tableColour = qRgb(0xff, 0xff, 0xff);
 const QRgb selectedRow = qRgb(0xe4, 0xf2, 0xea);

@@ -28,13 +28,13 @@ QList<FileItem> makeEntries(int count)
     const QDateTime start(QDate(2026, 1, 1), QTime(8, 0), Qt::UTC);
     QList<FileItem> entries;
     for (int number = 0; number < count; ++number) {
-        const int mixed = (number * 7919) % EntryCount;
+        const qint64 mixed = (number * 7919) % EntryCount;
         FileItem entry;
         entry.name = names.at(number % names.size()).arg(mixed);
         entry.type = number % names.size() == 3 ? QStringLiteral("folder") : QStringLiteral("file");
         entry.file_id = QStringLiteral("6390a4b1c2d3e4f5a6b7c8d9e0f1%1").arg(number, 12);
         entry.parent_file_id = QStringLiteral("root");
-        entry.size = QString::number(qint64(mixed) * 4099);
+        entry.size = QString::number(mixed * 4099);
         entry.updated_at = start.addSecs(mixed * 61).toString(Qt::ISODateWithMs);
         entries << entry;
     }

@@ -6,5 +6,5 @@ DialogPage::DialogPage(QWidget *parent) : QDialog(parent) {}
 
 void DialogPage::keyPressEvent(QKeyEvent *event)
 {
-    QWidget::keyPressEvent(event);
+    event->ignore();
 }

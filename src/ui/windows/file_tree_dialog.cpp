@@ -1,5 +1,7 @@
 #include "ui/windows/file_tree_dialog.h"
 
+#include <utility>
+
 #include <QTreeWidgetItemIterator>
 
 #include "api/records/file_records.h"
@@ -15,8 +17,10 @@ constexpr int ListedRole = Qt::UserRole + 1; // the children are there or on the
 
 } // namespace
 
-FileTreeDialog::FileTreeDialog(const UserInfo &user, const QStringList &excludedIds)
-    : m_ui(std::make_unique<Ui::FileTreeDialog>()), m_client(user), m_excludedIds(excludedIds)
+FileTreeDialog::FileTreeDialog(const UserInfo &user, QStringList excludedIds)
+    : m_ui(std::make_unique<Ui::FileTreeDialog>())
+    , m_client(user)
+    , m_excludedIds(std::move(excludedIds))
 {
     m_ui->setupUi(this);
     setChineseTexts(m_ui->buttonBox);

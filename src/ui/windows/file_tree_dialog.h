@@ -25,7 +25,7 @@ class FileTreeDialog final : public BaseDialog
 
 public:
     // The excluded folders can be neither chosen nor opened: nothing is moved into itself.
-    explicit FileTreeDialog(const UserInfo &user, const QStringList &excludedIds = {});
+    explicit FileTreeDialog(const UserInfo &user, QStringList excludedIds = {});
     ~FileTreeDialog() override;
 
     // "root" for the top of the tree; it is also what stands chosen before any click.
