@@ -23,6 +23,8 @@ void prepareToolkit()
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QCoreApplication::setApplicationName(QStringLiteral("moravu"));
     QCoreApplication::setApplicationVersion(QStringLiteral(MORAVU_VERSION));
+    // By this name Wayland finds the icon of the windows.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.moravu.moravu"));
 }
 
 void prepareApplication()
