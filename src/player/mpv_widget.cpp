@@ -7,6 +7,8 @@
 #include <QJsonDocument>
 #include <QMouseEvent>
 #include <QOpenGLContext>
+#include <QOpenGLExtraFunctions>
+#include <QOpenGLFramebufferObject>
 #include <QWindow>
 
 #include "player/mpv_library.h"
@@ -107,6 +109,7 @@ void MpvWidget::release()
         m_library->render_context_set_update_callback(m_mpvGl, nullptr, nullptr);
         makeCurrent();
         m_library->render_context_free(m_mpvGl);
+        m_drawn.reset();
         doneCurrent();
         m_mpvGl = nullptr;
     }
@@ -359,6 +362,28 @@ void MpvWidget::paintGL()
         {MPV_RENDER_PARAM_INVALID, nullptr},
     };
     m_library->render_context_render(m_mpvGl, parameters);
+    if (devicePixelRatioF() > 1.0)
+        fillFramebuffer();
+}
+
+// libmpv is given the widget's size; where the screen has more pixels than that, its picture is
+// drawn larger.
+void MpvWidget::fillFramebuffer()
+{
+    if (!m_drawn || m_drawn->size() != size())
+        m_drawn = std::make_unique<QOpenGLFramebufferObject>(size());
+    const QSize whole = size() * devicePixelRatioF();
+    const GLuint target = defaultFramebufferObject();
+    QOpenGLExtraFunctions gl(context());
+    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, target);
+    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_drawn->handle());
+    gl.glBlitFramebuffer(0, 0, width(), height(), 0, 0, width(), height(), GL_COLOR_BUFFER_BIT,
+                         GL_NEAREST);
+    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, m_drawn->handle());
+    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target);
+    gl.glBlitFramebuffer(0, 0, width(), height(), 0, 0, whole.width(), whole.height(),
+                         GL_COLOR_BUFFER_BIT, GL_LINEAR);
+    gl.glBindFramebuffer(GL_FRAMEBUFFER, target);
 }
 
 // Qt draws nothing for a minimised window, but libmpv times its output by what is drawn.

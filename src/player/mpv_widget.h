@@ -1,9 +1,12 @@
 #pragma once
 
+#include <memory>
+
 #include <QMetaType>
 #include <QOpenGLWidget>
 #include <QVariant>
 
+class QOpenGLFramebufferObject;
 struct MpvLibrary;
 struct TrackInfo;
 struct mpv_event;
@@ -107,10 +110,12 @@ private:
     void handleTrackList(const mpv_event_property &property);
     void handleEndFile(const mpv_event_end_file &end);
     void load(const QString &url);
+    void fillFramebuffer();
 
     const MpvLibrary *m_library = nullptr;
     mpv_handle *m_mpv = nullptr;
     mpv_render_context *m_mpvGl = nullptr;
+    std::unique_ptr<QOpenGLFramebufferObject> m_drawn; // see fillFramebuffer()
 
     QString m_heldUrl;         // waits for the render context
     qint64 m_loadedEntry = -1; // libmpv's number of the file loaded last
