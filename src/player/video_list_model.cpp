@@ -2,10 +2,22 @@
 
 #include <utility>
 
-#include <QFont>
 #include <QIcon>
 
 #include "api/records/file_records.h"
+
+namespace {
+
+// In a selected row a style mixes the palette's highlight into an icon that has no picture of its
+// own for that.
+QIcon untintedIcon(const QString &path)
+{
+    QIcon icon(path);
+    icon.addFile(path, {}, QIcon::Selected);
+    return icon;
+}
+
+} // namespace
 
 void VideoListModel::setVideos(const QList<FileItem> &videos)
 {
@@ -45,8 +57,8 @@ QVariant VideoListModel::data(const QModelIndex &index, int role) const
     case Qt::ToolTipRole:
         return m_names.at(index.row());
     case Qt::DecorationRole:
-        return QIcon(current ? QStringLiteral(":/playerIcon/play.png")
-                             : QStringLiteral(":/playerIcon/video.png"));
+        return untintedIcon(current ? QStringLiteral(":/playerIcon/play.png")
+                                    : QStringLiteral(":/playerIcon/video.png"));
     case FileIdRole:
         return m_ids.at(index.row());
     default:
