@@ -38,8 +38,10 @@ QList<FileItem> sample()
 QString shown(const FileTable &table)
 {
     QStringList names;
-    for (const QString &fileId : table.shownFileIds())
-        names << fileId.mid(3);
+    for (int row = 0; row < table.rowCount(); ++row) {
+        if (!table.isRowHidden(row))
+            names << table.item(row, FileTable::NameColumn)->text();
+    }
     return names.join(QLatin1Char(' '));
 }
 
@@ -148,7 +150,7 @@ void TestFileTable::filters()
                     kind < 0 ? std::nullopt : std::make_optional(static_cast<FileKind>(kind)));
     QTEST(shown(table), "names");
     table.setFilter(QString(), std::nullopt);
-    QCOMPARE(table.shownFileIds().size(), 6);
+    QCOMPARE(shown(table).count(QLatin1Char(' ')), 5);
 }
 
 void TestFileTable::keepsTheFilterWhileSortingAndAppending()
@@ -159,7 +161,7 @@ void TestFileTable::keepsTheFilterWhileSortingAndAppending()
     for (const Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
         table.horizontalHeader()->setSortIndicator(0, order);
         table.sortByHeader();
-        QCOMPARE(table.shownFileIds().size(), 2);
+        QCOMPARE(shown(table).count(QLatin1Char(' ')), 1);
     }
     table.appendFiles({entry(QStringLiteral("第1集.mkv"), QStringLiteral("1"), QString()),
                        entry(QStringLiteral("other"), QStringLiteral("1"), QString())});

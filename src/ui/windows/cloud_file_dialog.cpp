@@ -69,9 +69,9 @@ void CloudFileDialog::setUpBrowser()
     connect(m_browser, &FileBrowser::filled, this, &CloudFileDialog::initVideoQualityMenu);
     connect(m_browser, &FileBrowser::countChanged, m_ui->countLabel,
             [this](int count) { m_ui->countLabel->setText(QStringLiteral("%1项").arg(count)); });
-    connect(m_operations, &FileOperations::done, m_browser,
-            [this](FileOperation /*operation*/, const QString &fileId) {
-                m_browser->removeFile(fileId);
+    connect(m_operations, &FileOperations::done, this,
+            [this](FileOperation /*operation*/, const QString &fileId, const QString &target) {
+                takeOperationSuccess(fileId, target);
             });
     connect(m_operations, &FileOperations::failed, this, &CloudFileDialog::takeOperationFailure);
 }
@@ -85,15 +85,27 @@ void CloudFileDialog::setUpShortcuts()
         connect(shortcut, &QShortcut::activated, this, action);
     };
     const auto openCurrent = [this] { openRow(m_ui->fileList->currentRow()); };
-    const auto search = [this] { m_ui->fileNameSearch->setFocus(Qt::ShortcutFocusReason); };
+    const auto openPath = [this] { goTo(m_ui->pathNavList->currentIndex().row()); };
+    const auto search = [this] {
+        m_ui->fileNameSearch->setFocus(Qt::ShortcutFocusReason);
+        m_ui->fileNameSearch->selectAll();
+    };
     const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
     add(Qt::Key_F2, this, page, &CloudFileDialog::renameCurrent);
     add(Qt::Key_F5, this, page, &CloudFileDialog::on_btnRefresh_clicked);
     add(Qt::Key_Delete, this, page, &CloudFileDialog::on_btnDelete_clicked);
     add(Qt::Key_Backspace, this, page, &CloudFileDialog::on_btnBack_clicked);
     add(QKeySequence::Find, this, page, search);
-    add(Qt::Key_Return, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
-    add(Qt::Key_Enter, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        add(key, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
+        add(key, m_ui->pathNavList, Qt::WidgetShortcut, openPath);
+    }
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Down})
+        add(key, m_ui->fileNameSearch, Qt::WidgetShortcut, &CloudFileDialog::enterList);
+    add(Qt::Key_Escape, m_ui->fileNameSearch, Qt::WidgetShortcut, [this] {
+        m_ui->fileNameSearch->clear();
+        enterList();
+    });
 }
 
 void CloudFileDialog::restoreListState()
@@ -146,8 +158,9 @@ void CloudFileDialog::showLoading(bool loading)
 
 void CloudFileDialog::onHeaderClicked(int column)
 {
-    const QHeaderView *header = m_ui->fileList->horizontalHeader();
+    QHeaderView *header = m_ui->fileList->horizontalHeader();
     qDebug() << "header clicked:" << column << header->sortIndicatorOrder();
+    header->setSortIndicator(column, header->sortIndicatorOrder());
     m_ui->fileList->sortByHeader();
     const QStringList fields{QStringLiteral("name"), QStringLiteral("size"),
                              QStringLiteral("updated_at")};
@@ -170,6 +183,15 @@ void CloudFileDialog::on_fileList_itemDoubleClicked(QTableWidgetItem *item)
     openRow(item->row());
 }
 
+// From the search to what it found.
+void CloudFileDialog::enterList()
+{
+    FileTable *table = m_ui->fileList;
+    table->setFocus(Qt::OtherFocusReason);
+    if (table->currentFileId().isEmpty())
+        table->makeCurrent(QString(), 0, FileTable::Scroll::ToRow);
+}
+
 void CloudFileDialog::openRow(int row)
 {
     const FileItem *file = m_browser->file(m_ui->fileList->fileIdAt(row));
@@ -188,7 +210,7 @@ void CloudFileDialog::openRow(int row)
 
 void CloudFileDialog::openVideo(const FileItem &file)
 {
-    PlayRequest request{m_user, file, m_browser->shownVideos(), PlayHistory()};
+    PlayRequest request{m_user, file, m_browser->videos(), PlayHistory()};
     if (!loadPlayHistory(file.file_id, request.history)) {
         request.history = PlayHistory();
         request.history.fileId = file.file_id;
@@ -224,41 +246,53 @@ void CloudFileDialog::on_btnRefresh_clicked()
     requestDiskSpace();
 }
 
-void CloudFileDialog::on_fileNameSearch_textChanged(const QString & /*text*/)
+void CloudFileDialog::on_fileNameSearch_textChanged(const QString &text)
 {
     applyFilter();
+    // Otherwise "nothing found" would be said of entries that nobody has looked at.
+    if (!text.isEmpty())
+        m_browser->fillView();
 }
 
 void CloudFileDialog::on_fileTypeList_currentIndexChanged(int /*index*/)
 {
     applyFilter();
     saveListState();
+    m_browser->fillView();
 }
 
 void CloudFileDialog::initVideoQualityMenu()
 {
     qDebug() << "video quality menu init";
-    QToolButton *button = m_ui->btnVideoQuality;
-    if (!button->menu())
-        button->setMenu(new QMenu(button));
-    QMenu *menu = button->menu();
-    menu->clear();
-    const QString current = AppSettings().videoQuality();
+    if (!m_ui->btnVideoQuality->menu())
+        fillVideoQualityMenu();
+    showVideoQuality(AppSettings().videoQuality());
+}
+
+// Once: the user may have the menu open while a page arrives.
+void CloudFileDialog::fillVideoQualityMenu()
+{
+    auto *menu = new QMenu(m_ui->btnVideoQuality);
     for (const VideoQuality &quality : videoQualities()) {
         QAction *action = menu->addAction(quality.listText);
         action->setCheckable(true);
-        action->setChecked(quality.id == current);
         connect(action, &QAction::triggered, this, [this, id = quality.id] { chooseQuality(id); });
     }
-    button->setText(qualityListText(current));
+    m_ui->btnVideoQuality->setMenu(menu);
+}
+
+void CloudFileDialog::showVideoQuality(const QString &id)
+{
+    const QString text = qualityListText(id);
+    m_ui->btnVideoQuality->setText(text);
+    for (QAction *action : m_ui->btnVideoQuality->menu()->actions())
+        action->setChecked(action->text() == text);
 }
 
 void CloudFileDialog::chooseQuality(const QString &id)
 {
     AppSettings().setVideoQuality(id);
-    m_ui->btnVideoQuality->setText(qualityListText(id));
-    for (QAction *action : m_ui->btnVideoQuality->menu()->actions())
-        action->setChecked(action->text() == qualityListText(id));
+    showVideoQuality(id);
     emit listSettingsChanged();
 }
 

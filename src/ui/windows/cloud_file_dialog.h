@@ -87,15 +87,20 @@ private:
     void applyFilter();
     void showLoading(bool loading);
 
+    void enterList();
     void openRow(int row);
     void openVideo(const FileItem &file);
     void goTo(int index);
+    void updateMenu();
     void showMenu(const QPoint &position);
     void renameCurrent();
     void sendRename(const FileItem &file, const QString &name);
     void moveSelected();
     void copyDownloadLink();
+    void takeOperationSuccess(const QString &fileId, const QString &targetFolderId);
     void takeOperationFailure(FileOperation operation);
+    void fillVideoQualityMenu();
+    void showVideoQuality(const QString &id);
     void chooseQuality(const QString &id);
 
     void requestDiskSpace();

@@ -25,6 +25,7 @@ struct CloudFileDialog::MenuEntry
     QString text;
     QString iconPath;
     void (CloudFileDialog::*action)();
+    bool needsSelection = false; // and does not say so itself when there is none
 };
 
 const QVector<CloudFileDialog::MenuEntry> &CloudFileDialog::menuEntries()
@@ -33,9 +34,9 @@ const QVector<CloudFileDialog::MenuEntry> &CloudFileDialog::menuEntries()
         {QStringLiteral("新建文件夹(&N)"), QStringLiteral(":/image/create_folder.png"),
          &CloudFileDialog::on_btnCreateFolder_clicked},
         {QStringLiteral("重命名(F2)"), QStringLiteral(":/image/rename.png"),
-         &CloudFileDialog::renameCurrent},
+         &CloudFileDialog::renameCurrent, true},
         {QStringLiteral("移动到..."), QStringLiteral(":/image/move.png"),
-         &CloudFileDialog::moveSelected},
+         &CloudFileDialog::moveSelected, true},
         {QStringLiteral("删除(Del)"), QStringLiteral(":/image/delete.png"),
          &CloudFileDialog::on_btnDelete_clicked},
         {QStringLiteral("复制下载链接"), QStringLiteral(":/image/copy_link.png"),
@@ -51,9 +52,18 @@ void CloudFileDialog::setUpMenu()
     m_menu = new QMenu(m_ui->fileList);
     for (const MenuEntry &entry : menuEntries())
         m_menu->addAction(QIcon(entry.iconPath), entry.text);
+    connect(m_menu, &QMenu::aboutToShow, this, &CloudFileDialog::updateMenu);
     connect(m_menu, &QMenu::triggered, this, &CloudFileDialog::rightMenuClicked);
     m_ui->fileList->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_ui->fileList, &QWidget::customContextMenuRequested, this, &CloudFileDialog::showMenu);
+}
+
+void CloudFileDialog::updateMenu()
+{
+    const bool isSelected = !m_ui->fileList->selectedFileIds().isEmpty();
+    const QList<QAction *> actions = m_menu->actions();
+    for (int index = 0; index < actions.size(); ++index)
+        actions.at(index)->setEnabled(isSelected || !menuEntries().at(index).needsSelection);
 }
 
 void CloudFileDialog::showMenu(const QPoint &position)
@@ -73,14 +83,15 @@ void CloudFileDialog::on_btnCreateFolder_clicked()
     const std::optional<QString> name =
         askText(this, QStringLiteral("新建文件夹"), QStringLiteral("请输入新文件夹名称"),
                 QStringLiteral("新建文件夹"));
-    if (!name || name->isEmpty())
+    if (!name || name->trimmed().isEmpty())
         return;
     const QString step = QStringLiteral("createFolder");
     const QString parent = m_browser->folderId();
-    m_client.createFolder(parent, *name,
+    m_client.createFolder(parent, name->trimmed(),
                           m_replies.guard(step,
                                           [this, parent](const CreateFileResp & /*folder*/) {
-                                              // Elsewhere by now, there is nothing to show of it.
+                                              m_browser->forget(parent);
+                                              // Elsewhere by now, it is shown on the way back.
                                               if (m_browser->folderId() == parent)
                                                   on_btnRefresh_clicked();
                                           }),
@@ -92,10 +103,11 @@ void CloudFileDialog::on_btnCreateFolder_clicked()
 void CloudFileDialog::renameCurrent()
 {
     FileTable *table = m_ui->fileList;
-    if (table->currentFileId().isEmpty())
+    QTableWidgetItem *name = table->item(table->currentRow(), FileTable::NameColumn);
+    if (table->currentFileId().isEmpty() || table->isPersistentEditorOpen(name))
         return;
     table->setFocus();
-    table->editItem(table->item(table->currentRow(), FileTable::NameColumn));
+    table->editItem(name);
 }
 
 void CloudFileDialog::on_fileList_cellChanged(int row, int column)
@@ -116,16 +128,16 @@ void CloudFileDialog::sendRename(const FileItem &file, const QString &name)
 {
     const QString step = QStringLiteral("fileUpdate");
     const QString fileId = file.file_id;
-    const QString oldName = file.name;
     m_client.rename(fileId, name,
                     m_replies.guard(step,
                                     [this, fileId, name](const FileUpdateResp &reply) {
                                         m_browser->setFileName(
                                             fileId, reply.name.isEmpty() ? name : reply.name);
                                     }),
-                    m_replies.guard(step, [this, fileId, oldName](const QString &error, int code) {
+                    m_replies.guard(step, [this, fileId](const QString &error, int code) {
                         qDebug() << "fileUpdate fail :" << code << " =>" << error;
-                        m_ui->fileList->setFileName(fileId, oldName);
+                        if (const FileItem *known = m_browser->file(fileId))
+                            m_ui->fileList->setFileName(fileId, known->name);
                     }));
 }
 
@@ -181,6 +193,15 @@ void CloudFileDialog::on_btnDelete_clicked()
                                    QStringLiteral("确定要彻底删除选中的文件或文件夹吗?")))
         return;
     m_operations->start(toRecycleBin ? FileOperation::Trash : FileOperation::Delete, fileIds);
+}
+
+void CloudFileDialog::takeOperationSuccess(const QString &fileId, const QString &targetFolderId)
+{
+    m_browser->removeFile(fileId);
+    m_browser->forget(targetFolderId);
+    // The user went on to the folder while the files were still being moved there.
+    if (m_operations->pending() == 0 && m_browser->folderId() == targetFolderId)
+        m_browser->reload();
 }
 
 void CloudFileDialog::takeOperationFailure(FileOperation operation)

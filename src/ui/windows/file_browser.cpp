@@ -44,6 +44,7 @@ FileBrowser::FileBrowser(const UserInfo &user, FileTable *table, QObject *parent
     : QObject(parent), m_table(table), m_loader(user, this)
 {
     connect(&m_loader, &FolderLoader::loadingChanged, this, &FileBrowser::loadingChanged);
+    connect(&m_loader, &FolderLoader::loadingChanged, table, &FileTable::setLoading);
     connect(&m_loader, &FolderLoader::pageLoaded, this, &FileBrowser::takePage);
     connect(&m_loader, &FolderLoader::loadFailed, this, &FileBrowser::takeFailure);
 }
@@ -55,7 +56,7 @@ const FileItem *FileBrowser::file(const QString &fileId) const
     return index < 0 ? nullptr : &files.at(index);
 }
 
-QList<FileItem> FileBrowser::shownVideos() const
+QList<FileItem> FileBrowser::videos() const
 {
     QHash<QString, const FileItem *> byId;
     for (const FileItem &file : m_path.last().files) {
@@ -63,7 +64,7 @@ QList<FileItem> FileBrowser::shownVideos() const
             byId.insert(file.file_id, &file);
     }
     QList<FileItem> videos;
-    for (const QString &fileId : m_table->shownFileIds()) {
+    for (const QString &fileId : m_table->fileIds()) {
         if (const FileItem *video = byId.value(fileId))
             videos.append(*video);
     }
@@ -74,7 +75,7 @@ bool FileBrowser::openFolder(const FileItem &folder)
 {
     if (isLoading())
         return false;
-    rememberRow();
+    rememberRow(m_table->rowOf(folder.file_id));
     m_path.push(folder.name, folder.file_id);
     load(false);
     return true;
@@ -99,7 +100,7 @@ void FileBrowser::reload()
         m_reloadWanted = true;
         return;
     }
-    rememberRow();
+    rememberRow(m_table->currentRow());
     load(false);
 }
 
@@ -107,9 +108,13 @@ void FileBrowser::loadNextPage()
 {
     if (m_filling || isLoading() || m_path.last().nextMarker.isEmpty())
         return;
-    rememberRow();
-    m_followRow = isCurrentRowVisible();
     load(true);
+}
+
+void FileBrowser::fillView()
+{
+    if (m_table->verticalScrollBar()->maximum() == 0)
+        loadNextPage();
 }
 
 void FileBrowser::load(bool append)
@@ -128,7 +133,6 @@ void FileBrowser::load(bool append)
     folder.files.clear();
     folder.nextMarker.clear();
     folder.loaded = false;
-    m_table->setQuietText(QString());
     const QScopedValueRollback<bool> filling(m_filling, true);
     m_table->setFiles({});
 }
@@ -145,10 +149,14 @@ void FileBrowser::takePage(const FolderRequest &request, const FileItems &page)
     m_table->setQuietText(QStringLiteral("这个文件夹是空的"));
     {
         const QScopedValueRollback<bool> filling(m_filling, true);
+        const bool followsRow = isCurrentRowVisible();
         m_table->appendFiles(files);
-        m_table->makeCurrent(folder.selectedFileId, folder.selectedRow,
-                             request.append && !m_followRow ? FileTable::Scroll::Stay
-                                                            : FileTable::Scroll::ToRow);
+        // What the user selects, or renames, while a further page is on its way stays as it is.
+        if (!request.append || !m_table->currentItem())
+            m_table->makeCurrent(folder.selectedFileId, folder.selectedRow,
+                                 FileTable::Scroll::ToRow);
+        else if (followsRow)
+            m_table->scrollToItem(m_table->currentItem());
     }
     emit countChanged(folder.files.size());
     emit filled();
@@ -161,7 +169,9 @@ void FileBrowser::takeFailure(const FolderRequest &request)
         m_table->setQuietText(QStringLiteral("列表加载失败，按 F5 重试"));
         emit countChanged(0);
     }
-    continueLoading(false);
+    // Nothing else goes on by itself: a drive that fails would be asked without end.
+    if (std::exchange(m_reloadWanted, false))
+        reload();
 }
 
 void FileBrowser::continueLoading(bool nothingNew)
@@ -170,11 +180,10 @@ void FileBrowser::continueLoading(bool nothingNew)
         reload();
         return;
     }
-    // Where the page left nothing to scroll, no scrolling will ever ask for the next one.
-    const bool nothingToScroll =
-        !m_table->isFiltered() && m_table->verticalScrollBar()->maximum() == 0;
-    if (nothingNew || nothingToScroll)
+    if (nothingNew)
         loadNextPage();
+    else
+        fillView();
 }
 
 void FileBrowser::showStoredFiles()
@@ -196,8 +205,12 @@ void FileBrowser::removeFile(const QString &fileId)
     const int row = m_table->rowOf(fileId);
     if (row < 0)
         return;
+    const bool wasVisible = isCurrentRowVisible();
     m_table->removeFile(fileId);
-    m_table->makeCurrent(QString(), row, FileTable::Scroll::ToRow);
+    // The reply may come late: what the user has selected by now stays selected.
+    if (!m_table->selectionModel()->hasSelection())
+        m_table->makeCurrent(QString(), row,
+                             wasVisible ? FileTable::Scroll::ToRow : FileTable::Scroll::Stay);
     emit countChanged(m_path.last().files.size());
 }
 
@@ -207,10 +220,10 @@ void FileBrowser::setFileName(const QString &fileId, const QString &name)
     m_table->setFileName(fileId, name);
 }
 
-void FileBrowser::rememberRow()
+void FileBrowser::rememberRow(int row)
 {
     PathItem &folder = m_path.last();
-    folder.selectedRow = qMax(0, m_table->currentRow());
+    folder.selectedRow = qMax(0, row);
     folder.selectedFileId = m_table->fileIdAt(folder.selectedRow);
 }
 

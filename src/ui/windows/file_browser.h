@@ -23,8 +23,8 @@ public:
 
     // The loaded entry of the folder shown; nullptr when it is not there (any more).
     [[nodiscard]] const FileItem *file(const QString &fileId) const;
-    // The loaded videos that the filter leaves visible, as the table shows them.
-    [[nodiscard]] QList<FileItem> shownVideos() const;
+    // The folder's videos as far as they are loaded, in the table's order and whatever it hides.
+    [[nodiscard]] QList<FileItem> videos() const;
 
     // Refused, with false, while a list loads.
     bool openFolder(const FileItem &folder);
@@ -34,6 +34,11 @@ public:
     void reload();
     // Does nothing while a list loads or where the folder has no further page.
     void loadNextPage();
+    // Loads on where the rows that the filter leaves are too few to scroll, for no scrolling will
+    // then ever ask for the next page.
+    void fillView();
+    // Something came into the folder: what is held of it is asked for anew when it is shown.
+    void forget(const QString &folderId) { m_path.forget(folderId); }
 
     // The file is gone from the drive: its row and records go as well.
     void removeFile(const QString &fileId);
@@ -51,7 +56,7 @@ private:
     void takePage(const FolderRequest &request, const FileItems &page);
     void takeFailure(const FolderRequest &request);
     void continueLoading(bool nothingNew);
-    void rememberRow();
+    void rememberRow(int row);
     [[nodiscard]] bool isCurrentRowVisible() const;
 
     FileTable *const m_table;
@@ -59,5 +64,4 @@ private:
     FolderLoader m_loader;
     bool m_filling = false;
     bool m_reloadWanted = false;
-    bool m_followRow = true; // the appended page may scroll to the current row
 };

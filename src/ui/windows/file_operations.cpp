@@ -66,7 +66,7 @@ void FileOperations::finish(const Job &job, bool succeeded)
 {
     --m_running;
     if (succeeded)
-        emit done(job.operation, job.fileId);
+        emit done(job.operation, job.fileId, job.targetFolderId);
     else
         emit failed(job.operation, job.fileId);
     sendNext();

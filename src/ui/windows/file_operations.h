@@ -28,7 +28,8 @@ public:
     [[nodiscard]] int pending() const { return m_queue.size() + m_running; }
 
 signals:
-    void done(FileOperation operation, const QString &fileId);
+    // The target folder is empty for all but Move.
+    void done(FileOperation operation, const QString &fileId, const QString &targetFolderId);
     void failed(FileOperation operation, const QString &fileId);
 
 private:

@@ -5,7 +5,7 @@
 
 #include "ui/widgets/sort_table_widget_item.h"
 
-FileRowDelegate::FileRowDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
+FileRowDelegate::FileRowDelegate(QObject *parent) : RowDelegate(parent) {}
 
 QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem & /*option*/,
                                        const QModelIndex &index) const
@@ -20,10 +20,4 @@ QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
     // After the view, which selects everything once the editor is shown.
     QTimer::singleShot(0, editor, [editor, dot] { editor->setSelection(0, dot); });
     return editor;
-}
-
-void FileRowDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
-{
-    QStyledItemDelegate::initStyleOption(option, index);
-    option->state.setFlag(QStyle::State_MouseOver, index.row() == m_hoveredRow);
 }

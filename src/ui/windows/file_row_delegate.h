@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QStyledItemDelegate>
+#include "ui/windows/row_delegate.h"
 
-// Paints the cells of the file table, lighting the row under the mouse as a whole, and edits
-// names: the editor starts with the name selected, without a file's extension.
-class FileRowDelegate final : public QStyledItemDelegate
+// Edits the names of the file table: the editor starts with the name selected, without a file's
+// extension.
+class FileRowDelegate final : public RowDelegate
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FileRowDelegate)
@@ -12,16 +12,6 @@ class FileRowDelegate final : public QStyledItemDelegate
 public:
     explicit FileRowDelegate(QObject *parent = nullptr);
 
-    [[nodiscard]] int hoveredRow() const { return m_hoveredRow; }
-    // -1 for none. Repainting is the table's affair.
-    void setHoveredRow(int row) { m_hoveredRow = row; }
-
     [[nodiscard]] QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                                         const QModelIndex &index) const override;
-
-protected:
-    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override;
-
-private:
-    int m_hoveredRow = -1;
 };

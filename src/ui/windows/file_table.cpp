@@ -2,11 +2,8 @@
 
 #include <QDateTime>
 #include <QHeaderView>
-#include <QHoverEvent>
-#include <QPainter>
 #include <QScopedValueRollback>
 #include <QSignalBlocker>
-#include <QToolTip>
 
 #include "api/records/file_records.h"
 #include "app/environment/file_list_state.h"
@@ -32,9 +29,6 @@ const QVector<ColumnInfo> &columns()
 }
 
 constexpr int HeaderHeight = 30;
-constexpr int RowHeight = 50;
-constexpr int IconSize = 32;
-constexpr qreal QuietOpacity = 0.55;
 
 QString arrowStyle()
 {
@@ -51,10 +45,12 @@ QDateTime timeOf(const QString &serverTime)
 
 } // namespace
 
-FileTable::FileTable(QWidget *parent) : QTableWidget(0, ColumnCount, parent)
+FileTable::FileTable(QWidget *parent) : RowTable(parent)
 {
+    setColumnCount(ColumnCount);
     setUpHeader();
-    setUpRows();
+    setEditTriggers(EditKeyPressed);
+    setItemDelegate(new FileRowDelegate(this));
 }
 
 void FileTable::setUpHeader()
@@ -66,9 +62,6 @@ void FileTable::setUpHeader()
     QHeaderView *header = horizontalHeader();
     header->setStretchLastSection(false);
     header->setFixedHeight(HeaderHeight);
-    header->setSortIndicatorShown(true);
-    header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    header->setHighlightSections(false);
     header->setStyleSheet(arrowStyle());
     for (int column = 0; column < ColumnCount; ++column)
         header->resizeSection(column, columns().at(column).width);
@@ -79,25 +72,6 @@ void FileTable::setUpHeader()
     };
     connect(header, &QHeaderView::sectionResized, this, changed);
     connect(header, &QHeaderView::sortIndicatorChanged, this, changed);
-}
-
-void FileTable::setUpRows()
-{
-    verticalHeader()->hide();
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setDefaultSectionSize(RowHeight);
-    setIconSize({IconSize, IconSize});
-    setWordWrap(false);
-    setFrameShape(QFrame::NoFrame);
-    setShowGrid(false);
-    setSelectionMode(ExtendedSelection);
-    setSelectionBehavior(SelectRows);
-    setEditTriggers(EditKeyPressed);
-    setTextElideMode(Qt::ElideRight);
-    setTabKeyNavigation(false);
-    setMouseTracking(true);
-    m_delegate = new FileRowDelegate(this);
-    setItemDelegate(m_delegate);
 }
 
 void FileTable::restoreState(const FileListState &state)
@@ -273,20 +247,18 @@ QStringList FileTable::selectedFileIds() const
     return ids.values();
 }
 
-QStringList FileTable::shownFileIds() const
+QStringList FileTable::fileIds() const
 {
     QStringList ids;
-    for (int row = 0; row < rowCount(); ++row) {
-        if (!isRowHidden(row))
-            ids << fileIdAt(row);
-    }
+    for (int row = 0; row < rowCount(); ++row)
+        ids << fileIdAt(row);
     return ids;
 }
 
 void FileTable::makeCurrent(const QString &fileId, int row, Scroll scroll)
 {
     const int found = fileId.isEmpty() ? -1 : rowOf(fileId);
-    const int target = qMin(found >= 0 ? found : row, rowCount() - 1);
+    const int target = nearestShownRow(qMin(found >= 0 ? found : row, rowCount() - 1));
     if (target < 0)
         return;
     setAutoScroll(scroll == Scroll::ToRow);
@@ -296,55 +268,28 @@ void FileTable::makeCurrent(const QString &fileId, int row, Scroll scroll)
         scrollToItem(currentItem());
 }
 
-void FileTable::setQuietText(const QString &text)
+void FileTable::setLoading(bool loading)
 {
-    m_quietText = text;
+    m_loading = loading;
     viewport()->update();
 }
 
-bool FileTable::hasVisibleRow() const
+int FileTable::nearestShownRow(int row) const
 {
-    return verticalHeader()->hiddenSectionCount() < rowCount();
-}
-
-bool FileTable::viewportEvent(QEvent *event)
-{
-    if (event->type() == QEvent::ToolTip) {
-        showFullName(*static_cast<QHelpEvent *>(event));
-        return true;
+    for (int below = row; below >= 0 && below < rowCount(); ++below) {
+        if (!isRowHidden(below))
+            return below;
     }
-    if (event->type() == QEvent::HoverMove)
-        setHoveredRow(rowAt(static_cast<QHoverEvent *>(event)->pos().y()));
-    else if (event->type() == QEvent::HoverLeave)
-        setHoveredRow(-1);
-    return QTableWidget::viewportEvent(event);
+    for (int above = row; above >= 0; --above) {
+        if (!isRowHidden(above))
+            return above;
+    }
+    return -1;
 }
 
-void FileTable::setHoveredRow(int row)
+QString FileTable::quietText() const
 {
-    const int left = m_delegate->hoveredRow();
-    if (left == row)
-        return;
-    m_delegate->setHoveredRow(row);
-    for (const int changed : {left, row})
-        viewport()->update(0, rowViewportPosition(changed), viewport()->width(), RowHeight);
-}
-
-void FileTable::showFullName(const QHelpEvent &event) const
-{
-    const QTableWidgetItem *cell = itemAt(event.pos());
-    if (cell && cell->column() == NameColumn)
-        QToolTip::showText(event.globalPos(), cell->text(), viewport(), visualItemRect(cell));
-}
-
-void FileTable::paintEvent(QPaintEvent *event)
-{
-    QTableWidget::paintEvent(event);
-    if (hasVisibleRow())
-        return;
-    QPainter painter(viewport());
-    painter.setPen(palette().color(QPalette::Text));
-    painter.setOpacity(QuietOpacity);
-    painter.drawText(viewport()->rect(), Qt::AlignCenter,
-                     rowCount() > 0 ? QStringLiteral("没有符合条件的文件") : m_quietText);
+    if (m_loading)
+        return {};
+    return rowCount() > 0 ? QStringLiteral("没有符合条件的文件") : RowTable::quietText();
 }

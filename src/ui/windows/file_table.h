@@ -1,21 +1,20 @@
 #pragma once
 
-#include "ui/windows/file_kinds.h"
-
-#include <QHash>
-#include <QList>
-#include <QTableWidget>
+#include "ui/windows/row_table.h"
 
 #include <optional>
 
+#include <QHash>
+#include <QList>
+
+#include "ui/windows/file_kinds.h"
+
 class FileListState;
-class FileRowDelegate;
-class QHelpEvent;
 
 // The table of one folder's entries. It shows what it is given, sorts and filters it and knows
 // nothing of the drive. Entries are told apart by their file id, for sorting moves the rows.
 // Filling, renaming by setFileName() and removing raise no cellChanged().
-class FileTable final : public QTableWidget
+class FileTable final : public RowTable
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FileTable)
@@ -53,24 +52,23 @@ public:
     [[nodiscard]] QString currentFileId() const;
     // One for each selected row that the filter leaves visible, from the top.
     [[nodiscard]] QStringList selectedFileIds() const;
-    // All rows that the filter leaves visible, from the top.
-    [[nodiscard]] QStringList shownFileIds() const;
+    // All rows from the top, also those that the filter hides.
+    [[nodiscard]] QStringList fileIds() const;
 
     enum class Scroll { ToRow, Stay };
-    // Selects the entry, or the row where the entry is not in the table.
+    // Selects the entry, or the row where the entry is not in the table; where the filter hides
+    // it, the next row below or above.
     void makeCurrent(const QString &fileId, int row, Scroll scroll);
 
-    // Stands in the table's middle while it has no rows.
-    void setQuietText(const QString &text);
+    // While entries are on their way, no text says that there are none.
+    void setLoading(bool loading);
 
 signals:
     // The user sorted or resized a column.
     void headerChanged();
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
-    // The row under the mouse lights up as a whole, and a shortened name is shown in full.
-    bool viewportEvent(QEvent *event) override;
+    [[nodiscard]] QString quietText() const override;
 
 private:
     struct Entry
@@ -80,19 +78,15 @@ private:
     };
 
     void setUpHeader();
-    void setUpRows();
     void fillRow(int row, const FileItem &file);
     void fillRows(int firstRow, const QList<FileItem> &files);
     void applyFilter();
     [[nodiscard]] bool passesFilter(int row) const;
-    [[nodiscard]] bool hasVisibleRow() const;
-    void setHoveredRow(int row);
-    void showFullName(const QHelpEvent &event) const;
+    [[nodiscard]] int nearestShownRow(int row) const;
 
     QHash<QString, Entry> m_entries; // by file id
     QString m_filterText;
     std::optional<FileKind> m_filterKind;
-    QString m_quietText;
-    FileRowDelegate *m_delegate = nullptr;
     bool m_restoring = false;
+    bool m_loading = false;
 };

@@ -71,6 +71,14 @@ void FolderPath::setFileName(const QString &fileId, const QString &name)
     }
 }
 
+void FolderPath::forget(const QString &folderId)
+{
+    for (PathItem &item : m_items) {
+        if (item.fileId == folderId)
+            item.loaded = false;
+    }
+}
+
 void FolderPath::showRow(int index)
 {
     const QString text = shortened(m_items.at(index).name);

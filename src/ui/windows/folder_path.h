@@ -36,6 +36,8 @@ public:
     // In every folder held, since the entry may have been reached on another way.
     void removeFile(const QString &fileId);
     void setFileName(const QString &fileId, const QString &name);
+    // The entries held of the folder, where it is in the path, are no longer all of them.
+    void forget(const QString &folderId);
 
     [[nodiscard]] int count() const { return m_items.size(); }
     [[nodiscard]] PathItem &last() { return m_items.last(); }

@@ -1,7 +1,6 @@
 #include "ui/windows/history_dialog.h"
 
 #include <QHeaderView>
-#include <QSet>
 #include <QShortcut>
 
 #include "api/records/file_records.h"
@@ -12,6 +11,7 @@
 #include "ui/widgets/sort_table_widget_item.h"
 #include "ui/widgets/toast.h"
 #include "ui/windows/file_kinds.h"
+#include "ui/windows/watch_progress_delegate.h"
 #include "ui_history_dialog.h"
 
 namespace {
@@ -19,7 +19,6 @@ namespace {
 enum Column { NameColumn, ProgressColumn, TimeColumn, ColumnCount };
 
 constexpr int IdRole = Qt::UserRole; // the row's key in the database
-constexpr int RowHeight = 50;
 constexpr std::array<int, ColumnCount> ColumnWidths{360, 112, 180};
 
 QString progressText(const PlayHistory &history)
@@ -50,54 +49,71 @@ void HistoryDialog::setUpTable()
     table->setHorizontalHeaderLabels(
         {QStringLiteral("名称"), QStringLiteral("观看进度"), QStringLiteral("观看时间")});
     QHeaderView *header = table->horizontalHeader();
-    header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    header->setSortIndicatorShown(true);
     header->setSortIndicator(TimeColumn, Qt::DescendingOrder);
-    header->setHighlightSections(false);
-    table->verticalHeader()->hide();
-    table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    table->verticalHeader()->setDefaultSectionSize(RowHeight);
+    table->setItemDelegateForColumn(ProgressColumn, new WatchProgressDelegate(table));
+    m_ui->historyList->setQuietText(QStringLiteral("还没有观看记录"));
     connect(header, &QHeaderView::sectionClicked, this, &HistoryDialog::onHeaderClicked);
     connect(table, &QTableWidget::itemDoubleClicked, this, &HistoryDialog::onItemDoubleClicked);
+    setUpShortcuts();
+}
 
-    const auto add = [this, table](const QKeySequence &keys, auto action) {
-        auto *shortcut = new QShortcut(keys, table);
-        shortcut->setContext(Qt::WidgetShortcut);
+void HistoryDialog::setUpShortcuts()
+{
+    const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
+                            auto action) {
+        auto *shortcut = new QShortcut(keys, place);
+        shortcut->setContext(context);
         connect(shortcut, &QShortcut::activated, this, action);
     };
+    QTableWidget *table = m_ui->historyList;
     const auto openCurrent = [this, table] { onItemDoubleClicked(table->currentItem()); };
-    add(Qt::Key_Return, openCurrent);
-    add(Qt::Key_Enter, openCurrent);
-    add(Qt::Key_Delete, &HistoryDialog::on_btnRemovePlayHistory_clicked);
-    add(Qt::Key_F5, &HistoryDialog::on_btnRefresh_clicked);
+    add(Qt::Key_Return, table, Qt::WidgetShortcut, openCurrent);
+    add(Qt::Key_Enter, table, Qt::WidgetShortcut, openCurrent);
+    const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
+    add(Qt::Key_Delete, this, page, &HistoryDialog::on_btnRemovePlayHistory_clicked);
+    add(Qt::Key_F5, this, page, &HistoryDialog::on_btnRefresh_clicked);
 }
 
 void HistoryDialog::loadHistory()
 {
     qDebug() << "load history...";
     QTableWidget *table = m_ui->historyList;
-    const PlayHistory *current = historyAt(table->currentRow());
-    const int currentId = current ? current->id.value() : 0;
+    const QSet<int> selected = selectedIds();
+    const int row = table->currentRow();
     table->clearContents();
     listPlayHistory(m_rows);
     table->setRowCount(m_rows.size());
     for (int column = 0; column < ColumnCount; ++column)
         table->setColumnWidth(column, ColumnWidths.at(column));
-    for (int row = 0; row < m_rows.size(); ++row)
-        fillRow(row, m_rows.at(row));
+    for (int index = 0; index < m_rows.size(); ++index)
+        fillRow(index, m_rows.at(index));
     onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
     // A player writes the history again and again: the user's place in the list stays.
-    selectRecord(currentId);
+    select(selected, row);
 }
 
-void HistoryDialog::selectRecord(int id)
+QSet<int> HistoryDialog::selectedIds() const
+{
+    const QTableWidget *table = m_ui->historyList;
+    QSet<int> ids;
+    for (const QModelIndex &index : table->selectionModel()->selectedRows())
+        ids.insert(table->item(index.row(), NameColumn)->data(IdRole).toInt());
+    return ids;
+}
+
+void HistoryDialog::select(const QSet<int> &ids, int row)
 {
     QTableWidget *table = m_ui->historyList;
     table->clearSelection();
-    for (int row = 0; row < table->rowCount(); ++row) {
-        if (table->item(row, NameColumn)->data(IdRole).toInt() == id)
-            table->setCurrentCell(row, NameColumn);
+    QItemSelectionModel *selection = table->selectionModel();
+    const auto add = QItemSelectionModel::Select | QItemSelectionModel::Rows;
+    for (int found = 0; found < table->rowCount(); ++found) {
+        if (ids.contains(table->item(found, NameColumn)->data(IdRole).toInt()))
+            selection->setCurrentIndex(table->model()->index(found, NameColumn), add);
     }
+    // What was selected has been removed: on from its place.
+    if (!ids.isEmpty() && !selection->hasSelection() && table->rowCount() > 0)
+        table->selectRow(qBound(0, row, table->rowCount() - 1));
 }
 
 void HistoryDialog::fillRow(int row, const PlayHistory &history)
@@ -126,12 +142,8 @@ void HistoryDialog::onHeaderClicked(int column)
 
 void HistoryDialog::on_btnRemovePlayHistory_clicked()
 {
-    const QTableWidget *table = m_ui->historyList;
-    QSet<int> rows;
-    for (const QModelIndex &index : table->selectionModel()->selectedIndexes())
-        rows.insert(index.row());
-    for (const int row : rows)
-        removePlayHistory(table->item(row, NameColumn)->data(IdRole).toInt());
+    for (const int id : selectedIds())
+        removePlayHistory(id);
     loadHistory();
 }
 

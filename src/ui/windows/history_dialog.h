@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <QList>
+#include <QSet>
 
 #include "db/dq/dq_list.h"
 #include "db/tables/play_history.h"
@@ -45,8 +46,11 @@ private slots:
 
 private:
     void setUpTable();
+    void setUpShortcuts();
     void fillRow(int row, const PlayHistory &history);
-    void selectRecord(int id);
+    [[nodiscard]] QSet<int> selectedIds() const;
+    // The records, or the row where they are gone.
+    void select(const QSet<int> &ids, int row);
     [[nodiscard]] const PlayHistory *historyAt(int row) const;
 
     void open(const PlayHistory &history);

@@ -1,0 +1,83 @@
+#include "ui/windows/row_table.h"
+
+#include <QHeaderView>
+#include <QHoverEvent>
+#include <QPainter>
+#include <QToolTip>
+
+#include "ui/windows/row_delegate.h"
+
+namespace {
+
+constexpr int RowHeight = 50;
+constexpr int IconSize = 32;
+constexpr qreal QuietOpacity = 0.55;
+
+} // namespace
+
+RowTable::RowTable(QWidget *parent) : QTableWidget(parent)
+{
+    horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setSortIndicatorShown(true);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(RowHeight);
+    setIconSize({IconSize, IconSize});
+    setWordWrap(false);
+    setFrameShape(QFrame::NoFrame);
+    setShowGrid(false);
+    setSelectionMode(ExtendedSelection);
+    setSelectionBehavior(SelectRows);
+    setEditTriggers(NoEditTriggers);
+    setTextElideMode(Qt::ElideRight);
+    setTabKeyNavigation(false);
+    setMouseTracking(true);
+    setItemDelegate(new RowDelegate(this));
+}
+
+void RowTable::setQuietText(const QString &text)
+{
+    m_quietText = text;
+    viewport()->update();
+}
+
+bool RowTable::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        showFullText(*static_cast<QHelpEvent *>(event));
+        return true;
+    }
+    if (event->type() == QEvent::HoverMove)
+        setHoveredRow(rowAt(static_cast<QHoverEvent *>(event)->pos().y()));
+    else if (event->type() == QEvent::HoverLeave)
+        setHoveredRow(-1);
+    return QTableWidget::viewportEvent(event);
+}
+
+void RowTable::setHoveredRow(int row)
+{
+    const int left = std::exchange(m_hoveredRow, row);
+    if (left == row)
+        return;
+    for (const int changed : {left, row})
+        viewport()->update(0, rowViewportPosition(changed), viewport()->width(), RowHeight);
+}
+
+void RowTable::showFullText(const QHelpEvent &event) const
+{
+    const QTableWidgetItem *cell = itemAt(event.pos());
+    if (cell && cell->column() == 0)
+        QToolTip::showText(event.globalPos(), cell->text(), viewport(), visualItemRect(cell));
+}
+
+void RowTable::paintEvent(QPaintEvent *event)
+{
+    QTableWidget::paintEvent(event);
+    if (verticalHeader()->hiddenSectionCount() < rowCount())
+        return;
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::Text));
+    painter.setOpacity(QuietOpacity);
+    painter.drawText(viewport()->rect(), Qt::AlignCenter, quietText());
+}
