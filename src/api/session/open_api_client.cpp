@@ -120,7 +120,15 @@ void OpenApiClient::createFolder(const QString &parentFileId, const QString &nam
 void OpenApiClient::listFolders(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                                 const ApiFailure &fail) const
 {
+    listFoldersPaged(parentFileId, QString(), success, fail);
+}
+
+void OpenApiClient::listFoldersPaged(const QString &parentFileId, const QString &marker,
+                                     const ApiSuccess<FileItems> &success,
+                                     const ApiFailure &fail) const
+{
     FileListReq request = listRequest(m_driveId, parentFileId, wholeListLimit);
+    request.marker = marker;
     request.type = QStringLiteral("folder");
     orderBySettings(request);
     post(listPath, request, parsed(success), fail);

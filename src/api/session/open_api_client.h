@@ -59,6 +59,9 @@ public:
     // The first 200 folders, in the file list's order.
     void listFolders(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                      const ApiFailure &fail) const;
+    // 200 folders from `marker` on: empty for the first, then the last page's next_marker.
+    void listFoldersPaged(const QString &parentFileId, const QString &marker,
+                          const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
     // The first 200 videos, by name.
     void listVideos(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                     const ApiFailure &fail) const;

@@ -121,14 +121,12 @@ void HistoryDialog::fillRow(int row, const PlayHistory &history)
     QTableWidget *table = m_ui->historyList;
     auto *name = SortTableWidgetItem::forName(history.name.value());
     name->setIcon(iconOf(FileKind::Video));
-    name->setToolTip(history.name.value());
     name->setData(IdRole, history.id.value());
     const QDateTime watched = history.updateTime.value();
     const auto perMille = static_cast<qint64>(history.playPercentage.value() * 1000);
     table->setItem(row, NameColumn, name);
-    auto *progress = SortTableWidgetItem::forValue(progressText(history), perMille);
-    progress->setToolTip(progress->text());
-    table->setItem(row, ProgressColumn, progress);
+    table->setItem(row, ProgressColumn,
+                   SortTableWidgetItem::forValue(progressText(history), perMille));
     table->setItem(
         row, TimeColumn,
         SortTableWidgetItem::forValue(formatDateTime(watched), watched.toMSecsSinceEpoch()));

@@ -55,6 +55,14 @@ bool RowTable::viewportEvent(QEvent *event)
     return QTableWidget::viewportEvent(event);
 }
 
+QModelIndex RowTable::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    // By itself a table goes to the ends of the row, and to the corners with this modifier.
+    if (action == MoveHome || action == MoveEnd)
+        modifiers |= Qt::ControlModifier;
+    return QTableWidget::moveCursor(action, modifiers);
+}
+
 void RowTable::setHoveredRow(int row)
 {
     const int left = std::exchange(m_hoveredRow, row);
@@ -67,8 +75,11 @@ void RowTable::setHoveredRow(int row)
 void RowTable::showFullText(const QHelpEvent &event) const
 {
     const QTableWidgetItem *cell = itemAt(event.pos());
-    if (cell && cell->column() == 0)
-        QToolTip::showText(event.globalPos(), cell->text(), viewport(), visualItemRect(cell));
+    if (!cell || cell->column() != 0)
+        return;
+    const QRect place = visualItemRect(cell);
+    if (sizeHintForIndex(indexFromItem(cell)).width() > place.width())
+        QToolTip::showText(event.globalPos(), cell->text(), viewport(), place);
 }
 
 void RowTable::paintEvent(QPaintEvent *event)

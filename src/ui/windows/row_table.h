@@ -23,6 +23,8 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     bool viewportEvent(QEvent *event) override;
+    // Home and End go to the first and the last row.
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
 
     [[nodiscard]] virtual QString quietText() const { return m_quietText; }
 
