@@ -60,6 +60,9 @@ private slots:
     void aServerThatGivesLessThanAskedIsReadToTheEnd();
     void aHeaderClickBetweenPagesLosesAndRepeatsNothing();
     void appendingLeavesTheViewWhereItIs();
+    void anArrivingPageLeavesARenameAlone();
+    void aFailedFurtherPageIsNotAskedForAgain();
+    void aSearchLooksAtFurtherPages();
     void aHeaderClickSortsHereAndSavesTheOrder_data();
     void aHeaderClickSortsHereAndSavesTheOrder();
     void savesTheLayoutOnTheUsersChangesOnly();
@@ -192,6 +195,66 @@ void TestCloudFileList::appendingLeavesTheViewWhereItIs()
     QTRY_COMPARE(page.count(), QStringLiteral("250项"));
     QCOMPARE(bar->value(), place);
     QCOMPARE(page.table()->currentRow(), 3);
+}
+
+void TestCloudFileList::anArrivingPageLeavesARenameAlone()
+{
+    for (int number = 0; number < 250; ++number)
+        m_drive->server().makeFile(std::to_string(1000 + number), "");
+    const DrivePage page(m_user);
+    QTRY_COMPARE(page.count(), QStringLiteral("200项"));
+    page.table()->setCurrentCell(3, 0);
+    m_drive->server().addFault(slowList());
+    QScrollBar *bar = page.table()->verticalScrollBar();
+    bar->setValue(bar->maximum());
+    const QString renamed = page.table()->fileIdAt(198);
+    page.table()->setCurrentCell(198, 0);
+    page.table()->setFocus();
+    QTest::keyClick(page.table(), Qt::Key_F2);
+    const QPointer<QLineEdit> editor = page.table()->viewport()->findChild<QLineEdit *>();
+    QVERIFY(editor);
+    QTest::keyClicks(editor, QStringLiteral("half"));
+    QTRY_COMPARE(page.count(), QStringLiteral("250项"));
+    QVERIFY(editor);
+    QCOMPARE(editor->text(), QStringLiteral("half"));
+    QCOMPARE(page.table()->currentFileId(), renamed);
+    QCOMPARE(page.table()->selectedFileIds(), QStringList{renamed});
+    QCOMPARE(m_drive->requests(QStringLiteral("/adrive/v1.0/openFile/update")).size(), 0U);
+}
+
+void TestCloudFileList::aFailedFurtherPageIsNotAskedForAgain()
+{
+    m_drive->server().setPageCap(2);
+    for (int number = 0; number < 3; ++number)
+        m_drive->server().makeFile("文件" + std::to_string(number), "");
+    localdrive::Fault fault = failingList(-1);
+    fault.skip = 1;
+    m_drive->server().addFault(fault);
+    const DrivePage page(m_user);
+    QTRY_COMPARE(markersOf(*m_drive).size(), 2);
+    QTest::qWait(100);
+    QCOMPARE(markersOf(*m_drive).size(), 2);
+    QCOMPARE(page.count(), QStringLiteral("2项"));
+}
+
+void TestCloudFileList::aSearchLooksAtFurtherPages()
+{
+    m_drive->server().makeFile("找我.txt", "");
+    QTest::qSleep(50);
+    for (int number = 0; number < 450; ++number) // all newer, so on the pages before it
+        m_drive->server().makeFile(std::to_string(1000 + number), "");
+    const DrivePage page(m_user);
+    QTRY_COMPARE(page.count(), QStringLiteral("200项"));
+    auto *search = page.child<QLineEdit>("fileNameSearch");
+    search->setText(QStringLiteral("1")); // enough of them to scroll
+    QTest::qWait(50);
+    QCOMPARE(markersOf(*m_drive).size(), 1);
+    search->setText(QStringLiteral("找我"));
+    QTRY_COMPARE(page.names(), QStringList{QStringLiteral("找我.txt")});
+    search->setFocus();
+    QTest::keyClick(search, Qt::Key_Down);
+    QVERIFY(page.table()->hasFocus());
+    QCOMPARE(page.table()->currentRow(), page.rowOf(QStringLiteral("找我.txt")));
 }
 
 void TestCloudFileList::aHeaderClickSortsHereAndSavesTheOrder_data()

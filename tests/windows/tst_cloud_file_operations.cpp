@@ -70,6 +70,7 @@ private slots:
     void aFailedDeleteKeepsItsRow_data();
     void aFailedDeleteKeepsItsRow();
     void aBigSelectionGoesAFewAtATime();
+    void aLateReplyLeavesTheSelection();
     void removesFromTheFolderThatWasLeft();
     void movesIntoTheChosenFolder();
     void movesNothingIntoItself();
@@ -354,6 +355,29 @@ void TestCloudFileOperations::aBigSelectionGoesAFewAtATime()
     QCOMPARE(m_drive->requests(trashPath).size(), 40U);
 }
 
+void TestCloudFileOperations::aLateReplyLeavesTheSelection()
+{
+    makeFiles({"a.txt", "b.txt", "c.txt", "d.txt"});
+    localdrive::Fault slow;
+    slow.path = "/recyclebin/trash";
+    slow.delay = std::chrono::milliseconds(200);
+    m_drive->server().addFault(slow);
+    const DrivePage page(m_user);
+    QTRY_COMPARE(page.count(), QStringLiteral("4项"));
+    const QString kept = page.table()->fileIdAt(3);
+    page.table()->setCurrentCell(0, 0);
+    page.child<QPushButton>("btnDelete")->click();
+    page.table()->setCurrentCell(3, 0);
+    QTRY_COMPARE(page.table()->rowCount(), 3);
+    QCOMPARE(page.table()->selectedFileIds(), QStringList{kept});
+
+    const QString next = page.table()->fileIdAt(1);
+    page.table()->setCurrentCell(0, 0);
+    page.child<QPushButton>("btnDelete")->click();
+    QTRY_COMPARE(page.table()->rowCount(), 2);
+    QCOMPARE(page.table()->selectedFileIds(), QStringList{next});
+}
+
 void TestCloudFileOperations::removesFromTheFolderThatWasLeft()
 {
     makeFiles({"动画/a.txt", "b.txt"});
@@ -393,6 +417,13 @@ void TestCloudFileOperations::movesIntoTheChosenFolder()
         QCOMPARE(bodyOf(request).value(QStringLiteral("to_parent_file_id")).toString(), target);
     page.doubleClick(QStringLiteral("目标"));
     QTRY_COMPARE(page.count(), QStringLiteral("3项"));
+
+    page.select({QStringLiteral("里面.txt")});
+    whenModal([](QWidget *modal) { qobject_cast<QDialog *>(modal)->accept(); }); // the root
+    page.chooseFromMenu(QStringLiteral("移动到..."));
+    QTRY_COMPARE(page.count(), QStringLiteral("2项"));
+    page.child<QAbstractButton>("btnBack")->click();
+    QTRY_VERIFY(page.rowOf(QStringLiteral("里面.txt")) >= 0);
 }
 
 void TestCloudFileOperations::movesNothingIntoItself()

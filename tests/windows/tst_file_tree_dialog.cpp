@@ -16,6 +16,7 @@ private slots:
 
     void asksInItsExactWords();
     void listsAFoldersChildrenWhenItIsOpened();
+    void listsAllPagesOfABigFolder();
     void choosesTheClickedFolder();
     void aFailedListingCanBeRepeated();
 
@@ -75,6 +76,23 @@ void TestFileTreeDialog::listsAFoldersChildrenWhenItIsOpened()
     folder->setExpanded(true);
     QTest::qWait(50);
     QCOMPARE(folder->childCount(), 1);
+}
+
+void TestFileTreeDialog::listsAllPagesOfABigFolder()
+{
+    for (int number = 0; number < 450; ++number)
+        m_drive->server().makeFolder("文件夹" + std::to_string(number));
+    localdrive::Fault fault;
+    fault.path = "/openFile/list";
+    fault.skip = 1;
+    fault.status = 500;
+    m_drive->server().addFault(fault);
+    const FileTreeDialog dialog(m_user);
+    QTreeWidgetItem *root =
+        dialog.findChild<QTreeWidget *>(QStringLiteral("fileTree"))->topLevelItem(0);
+    QTRY_VERIFY(!root->isExpanded());
+    root->setExpanded(true);
+    QTRY_COMPARE(root->childCount(), 451);
 }
 
 void TestFileTreeDialog::choosesTheClickedFolder()

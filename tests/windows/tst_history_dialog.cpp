@@ -114,6 +114,7 @@ void TestHistoryDialog::removesEachSelectedRecordOnce()
     tableOf(dialog)->selectRow(1);
     press(dialog, "btnRemovePlayHistory");
     QCOMPARE(tableOf(dialog)->rowCount(), 2);
+    QCOMPARE(tableOf(dialog)->currentRow(), 1);
     PlayHistory history;
     QVERIFY(!loadPlayHistory(QStringLiteral("f2"), history));
     tableOf(dialog)->clearSelection();

@@ -66,10 +66,15 @@ void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
     if (!folder || folder->isDisabled() || folder->data(0, ListedRole).toBool())
         return;
     folder->setData(0, ListedRole, true);
-    const QString folderId = folder->data(0, FolderIdRole).toString();
+    qDeleteAll(folder->takeChildren()); // what came before a page failed
+    requestChildren(folder->data(0, FolderIdRole).toString(), QString());
+}
+
+void FileTreeDialog::requestChildren(const QString &folderId, const QString &marker)
+{
     const QString step = QStringLiteral("getFileList");
-    m_client.listFolders(
-        folderId,
+    m_client.listFoldersPaged(
+        folderId, marker,
         m_replies.guard(
             step, [this, folderId](const FileItems &children) { addChildren(folderId, children); }),
         m_replies.guard(step, [this, folderId](const QString &error, int code) {
@@ -87,7 +92,9 @@ void FileTreeDialog::addChildren(const QString &folderId, const FileItems &child
         if (child.type == QLatin1String("folder"))
             addItem(folder, child.name, child.file_id);
     }
-    if (folder->childCount() == 0)
+    if (!children.next_marker.isEmpty())
+        requestChildren(folderId, children.next_marker);
+    else if (folder->childCount() == 0)
         folder->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicator);
 }
 

@@ -39,6 +39,8 @@ private slots:
 
 private:
     void listChildren(QTreeWidgetItem *folder);
+    // The page of children from the marker on, then those after it.
+    void requestChildren(const QString &folderId, const QString &marker);
     void addChildren(const QString &folderId, const FileItems &children);
     void takeFailure(const QString &folderId);
     [[nodiscard]] QTreeWidgetItem *itemOf(const QString &folderId) const;
