@@ -17,9 +17,15 @@ void FolderMemory::open(const QString &folderId, const QString &userId)
 {
     m_folderId = folderId;
     m_userId = userId;
-    m_folderName.clear();
-    m_setting = FolderSetting();
+    m_folderName = folderId == QLatin1String("root") ? QStringLiteral("首页") : QString();
     loadFolderSetting(folderId, m_setting);
+}
+
+void FolderMemory::setFolderName(const QString &name)
+{
+    m_folderName = name;
+    if (!m_setting.id.isNull() && m_setting.folderName.value() != name)
+        save({});
 }
 
 QString FolderMemory::folderName() const
@@ -37,7 +43,7 @@ bool FolderMemory::setIntroEnd(int position, int duration)
     m_setting.skipHeadPos = position;
     if (skipTimes().isTooClose(duration))
         return false;
-    save();
+    saveSkipTimes();
     return true;
 }
 
@@ -46,14 +52,22 @@ bool FolderMemory::setOutroStart(int position, int duration)
     if (skipTimes().outroTooClose(position))
         return false;
     m_setting.skipTailPos = duration - position;
-    save();
+    saveSkipTimes();
     return true;
 }
 
 void FolderMemory::clearOutro()
 {
     m_setting.skipTailPos = 0;
-    save();
+    saveSkipTimes();
+}
+
+void FolderMemory::saveSkipTimes()
+{
+    save([this](FolderSetting &row) {
+        row.skipHeadPos = m_setting.skipHeadPos;
+        row.skipTailPos = m_setting.skipTailPos;
+    });
 }
 
 std::optional<int> FolderMemory::subtitleTrack() const
@@ -71,20 +85,26 @@ void FolderMemory::setSubtitleTrack(std::optional<int> id)
     if (id == subtitleTrack())
         return;
     m_setting.subtitleTrackId = id ? QString::number(*id) : QStringLiteral("");
-    save();
+    save([this](FolderSetting &row) { row.subtitleTrackId = m_setting.subtitleTrackId; });
 }
 
 void FolderMemory::setAudioTrack(int id)
 {
     m_setting.audioTrackId = QString::number(id);
-    save();
+    save([this](FolderSetting &row) { row.audioTrackId = m_setting.audioTrackId; });
 }
 
-void FolderMemory::save()
+// What others wrote to the row since it was read stays; the skip times may have been cleared.
+void FolderMemory::save(const std::function<void(FolderSetting &)> &change)
 {
-    m_setting.folderId = m_folderId;
-    m_setting.userId = m_userId;
+    FolderSetting row;
+    loadFolderSetting(m_folderId, row);
+    row.folderId = m_folderId;
+    row.userId = m_userId;
     if (!m_folderName.isEmpty())
-        m_setting.folderName = m_folderName;
-    saveFolderSetting(m_setting);
+        row.folderName = m_folderName;
+    if (change)
+        change(row);
+    saveFolderSetting(row);
+    m_setting.id = row.id;
 }

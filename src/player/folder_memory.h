@@ -1,13 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "db/tables/folder_setting.h"
 #include "player/skip_times.h"
 
 // What is remembered for the videos of one cloud folder: where intro and outro are, and which
-// embedded tracks the user chose. The row is written only when the user changes something, its
-// keys filled each time.
+// embedded tracks the user chose. The row is written when the user changes something, its keys
+// filled each time; what else it holds stays as it is stored.
 class FolderMemory final
 {
 public:
@@ -16,7 +17,7 @@ public:
 
     // Reads the folder's row, or begins an empty one.
     void open(const QString &folderId, const QString &userId);
-    void setFolderName(const QString &name) { m_folderName = name; }
+    void setFolderName(const QString &name);
 
     [[nodiscard]] const QString &folderId() const { return m_folderId; }
     // The folder's name as far as it is known.
@@ -37,7 +38,8 @@ public:
     void setAudioTrack(int id);
 
 private:
-    void save();
+    void saveSkipTimes();
+    void save(const std::function<void(FolderSetting &)> &change);
 
     FolderSetting m_setting;
     QString m_folderId;

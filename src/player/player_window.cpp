@@ -168,6 +168,7 @@ void MpvPlayerWindow::open(const PlayRequest &request)
 {
     m_playback->saveHistory();
     m_user = request.user;
+    m_folder.open(request.file.parent_file_id, m_user.userId.value());
     m_videoList = request.videos;
     m_listPanel->setVideos(m_videoList);
     m_mpvWidget->play();
@@ -280,12 +281,15 @@ void MpvPlayerWindow::loadFolderFiles()
         if (fileId == m_currentFile.file_id)
             m_tracks->setFolderFiles(reply.items);
     };
-    const auto fail = [](const QString &error, int code) {
+    // The subtitle file that the video's row names can be had without its folder's list.
+    const auto fail = [success](const QString &error, int code) {
         qDebug().nospace().noquote() << "getFileList fail : " << code << " =>" << error;
+        success(FileItems());
     };
-    OpenApiClient(m_user).listAllByName(m_currentFile.parent_file_id, guarded(this, success), fail);
+    OpenApiClient(m_user).listAllByName(m_currentFile.parent_file_id, guarded(this, success),
+                                        guarded(this, fail));
 
-    if (!m_folder.folderName().isEmpty() || m_folder.folderId() == QLatin1String("root"))
+    if (!m_folder.folderName().isEmpty())
         return;
     const auto named = [this, folderId = m_folder.folderId()](const FileItem &folder) {
         if (folderId == m_folder.folderId())

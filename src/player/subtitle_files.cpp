@@ -20,7 +20,9 @@ QList<FileItem> subtitleFilesOf(const QList<FileItem> &files)
 {
     QList<FileItem> subtitles;
     std::copy_if(files.cbegin(), files.cend(), std::back_inserter(subtitles),
-                 [](const FileItem &file) { return isSubtitleFile(file.name); });
+                 [](const FileItem &file) {
+                     return file.type != QLatin1String("folder") && isSubtitleFile(file.name);
+                 });
     return subtitles;
 }
 

@@ -51,6 +51,7 @@ private slots:
     void listsTracks();
     void picksTheChineseSubtitle();
     void choicesGoToTheNextEpisode();
+    void aChoiceLeavesTheRestOfTheFolder();
     void offIsAChoice();
     void addsTheSimilarFile();
     void remembersTheFileOfAVideo();
@@ -171,6 +172,21 @@ void TestPlayerTracks::choicesGoToTheNextEpisode()
     play(first);
     QCOMPARE(property("sid").toInt(), 1);
     QCOMPARE(property("aid").toInt(), 2);
+}
+
+// The skip times may be cleared on the history page while the player is open.
+void TestPlayerTracks::aChoiceLeavesTheRestOfTheFolder()
+{
+    FolderSetting setting;
+    setting.folderId = m_player->item(first).parent_file_id;
+    setting.skipHeadPos = 2;
+    saveFolderSetting(setting);
+    play(first);
+    clearFolderSettings();
+    QVERIFY(m_player->choose(audio, QStringLiteral("中文 AAC 单声道")));
+    QCOMPARE(storedFolder().audioTrackId.value(), QStringLiteral("2"));
+    QCOMPARE(storedFolder().skipHeadPos.value(), 0);
+    QTRY_COMPARE(storedFolder().folderName.value(), QStringLiteral("show"));
 }
 
 void TestPlayerTracks::offIsAChoice()
