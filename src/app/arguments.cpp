@@ -12,27 +12,42 @@ void print(std::FILE *stream, const QString &text)
     std::fputs(text.toLocal8Bit().constData(), stream);
 }
 
-// QApplication takes these out of the arguments later.
-void addToolkitOptions(QCommandLineParser &parser)
+void addHiddenOptions(QCommandLineParser &parser, const QStringList &names,
+                      const QString &valueName)
 {
-    const QStringList names{QStringLiteral("platform"),      QStringLiteral("platformpluginpath"),
-                            QStringLiteral("platformtheme"), QStringLiteral("style"),
-                            QStringLiteral("stylesheet"),    QStringLiteral("display"),
-                            QStringLiteral("geometry"),      QStringLiteral("qwindowgeometry"),
-                            QStringLiteral("qwindowtitle"),  QStringLiteral("qwindowicon"),
-                            QStringLiteral("session")};
     for (const QString &name : names) {
-        QCommandLineOption option(name, QString(), QStringLiteral("value"));
+        QCommandLineOption option(name, QString(), valueName);
         option.setFlags(QCommandLineOption::HiddenFromHelp);
         parser.addOption(option);
     }
 }
 
-QString mistakeIn(const QCommandLineParser &parser)
+// QApplication takes these out of the arguments later.
+void addToolkitOptions(QCommandLineParser &parser)
 {
+    addHiddenOptions(parser,
+                     {QStringLiteral("platform"), QStringLiteral("platformpluginpath"),
+                      QStringLiteral("platformtheme"), QStringLiteral("plugin"),
+                      QStringLiteral("style"), QStringLiteral("stylesheet"),
+                      QStringLiteral("display"), QStringLiteral("name"), QStringLiteral("geometry"),
+                      QStringLiteral("qwindowgeometry"), QStringLiteral("qwindowtitle"),
+                      QStringLiteral("qwindowicon"), QStringLiteral("session")},
+                     QStringLiteral("value"));
+    addHiddenOptions(parser,
+                     {QStringLiteral("reverse"), QStringLiteral("widgetcount"),
+                      QStringLiteral("nograb"), QStringLiteral("dograb")},
+                     QString());
+}
+
+// Empty when the arguments were understood.
+QString mistakeIn(QCommandLineParser &parser)
+{
+    const bool understood = parser.parse(QCoreApplication::arguments());
     const QStringList unknown = parser.unknownOptionNames();
     if (!unknown.isEmpty())
         return QStringLiteral("未知选项：%1").arg(unknown.first());
+    if (!understood)
+        return parser.errorText();
     const QStringList surplus = parser.positionalArguments();
     return surplus.isEmpty() ? QString() : QStringLiteral("多余的参数：%1").arg(surplus.first());
 }
@@ -54,15 +69,13 @@ std::optional<int> answerArguments(int argc, char *argv[])
                                      QStringLiteral("显示版本"));
     parser.addOptions({help, version});
     addToolkitOptions(parser);
-    const bool understood = parser.parse(QCoreApplication::arguments());
-    const QString mistake = understood ? mistakeIn(parser) : parser.errorText();
-    if (!mistake.isEmpty() || !understood) {
+    const QString mistake = mistakeIn(parser);
+    if (!mistake.isEmpty()) {
         print(stderr, QStringLiteral("moravu: %1（参见 --help）\n").arg(mistake));
         return 2;
     }
-    if (!parser.isSet(help) && !parser.isSet(version)) {
+    if (!parser.isSet(help) && !parser.isSet(version))
         return std::nullopt;
-    }
     const QString versionLine = QStringLiteral("moravu %1\n").arg(QStringLiteral(MORAVU_VERSION));
     print(stdout, parser.isSet(help) ? parser.helpText() : versionLine);
     return 0;

@@ -30,6 +30,7 @@ void TestArguments::answers_data()
     row("a file", {"film.mkv"}, 2);
     row("a toolkit's option", {"-platform", "offscreen"}, start);
     row("a toolkit's option without its value", {"-platform"}, 2);
+    row("a toolkit's switch", {"-reverse"}, start);
 }
 
 void TestArguments::answers()
