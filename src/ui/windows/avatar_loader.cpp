@@ -9,7 +9,8 @@
 
 namespace {
 
-constexpr int LargestSide = 128; // pixels; a tab shows far fewer
+constexpr int LargestSide = 128;              // pixels; a tab shows far fewer
+constexpr qint64 LargestArea = 4096LL * 4096; // pixels; more memory than that no avatar is worth
 
 } // namespace
 
@@ -39,6 +40,8 @@ void AvatarLoader::readPicture()
     QImageReader reader(m_file.fileName());
     reader.setDecideFormatFromContent(true);
     const QSize size = reader.size();
+    if (qint64(size.width()) * size.height() > LargestArea)
+        return;
     if (size.width() > LargestSide || size.height() > LargestSide)
         reader.setScaledSize(size.scaled(LargestSide, LargestSide, Qt::KeepAspectRatio));
     const QImage picture = reader.read();

@@ -50,8 +50,11 @@ void FileDialog::rebuild()
 
 void FileDialog::removeTab(int index)
 {
-    // Taking a tab out deletes no page.
+    // A user whom another process logged out has no place among the stored ones.
     QWidget *page = m_ui->userTab->widget(index);
+    if (!page)
+        return;
+    // Taking a tab out deletes no page.
     m_ui->userTab->removeTab(index);
     page->disconnect(this);
     page->deleteLater();
@@ -96,6 +99,8 @@ void FileDialog::switchUser(int index)
     qDebug() << "user Switch to:" << user.nickname.value() << ": " << user.userId.value();
     AppSettings().setCurUserId(user.userId.value());
     makeCurrent(index);
+    // Any button's click comes here, but only the left one's turns to the tab.
+    m_ui->userTab->setCurrentIndex(index);
     emit userSwitched(m_nickname, pageAt(index)->diskSpace());
 }
 
@@ -124,6 +129,10 @@ void FileDialog::changeUser(int changeType, int pos, int /*skipToPos*/, const QS
 void FileDialog::relogin()
 {
     m_users.clear();
+    while (m_ui->userTab->count() > 0)
+        removeTab(0);
+    m_nickname.clear();
+    emit userSwitched(m_nickname, QString());
     QRLoginDlg dialog;
     dialog.setQuitOnCancel(true);
     if (dialog.exec() == QDialog::Accepted)
