@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QMouseEvent>
+#include <QWindow>
 
 #include "api/session/system_report.h"
 #include "player/play_request.h"
@@ -49,6 +50,7 @@ MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent), m_ui(std::make_unique<Ui::MainWindow>())
 {
     m_ui->setupUi(this);
+    keepOpenGlAway();
     fillNavigation();
     buildPages();
     connectPlayer();
@@ -58,6 +60,14 @@ MainWindow::MainWindow(QWidget *parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+// Qt makes every window one that can show OpenGL and loads the driver for it. Nothing in this one
+// does; the driver is left to the player.
+void MainWindow::keepOpenGlAway()
+{
+    setAttribute(Qt::WA_NativeWindow); // the handle exists from now on
+    windowHandle()->setSurfaceType(QSurface::RasterSurface);
+}
 
 void MainWindow::fillNavigation()
 {
@@ -72,6 +82,9 @@ void MainWindow::fillNavigation()
     m_ui->navListView->setModel(&m_navigation);
     m_ui->navListView->setItemDelegate(new MuItemDelegate(m_ui->navListView));
     m_ui->navListView->setCurrentIndex(m_navigation.index(0, 0));
+    // Enter does what a click does.
+    connect(m_ui->navListView, &QAbstractItemView::activated, this,
+            &MainWindow::on_navListView_clicked);
 }
 
 void MainWindow::buildPages()

@@ -44,6 +44,7 @@ private slots:
     void on_navListView_clicked(const QModelIndex &index);
 
 private:
+    void keepOpenGlAway();
     void fillNavigation();
     void buildPages();
     void connectPlayer();
