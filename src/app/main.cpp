@@ -1,12 +1,18 @@
 #include <clocale>
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QIcon>
+#include <QNetworkProxyFactory>
+#include <QPixmap>
 
 #include "api/session/session.h"
 #include "app/appearance.h"
 #include "app/arguments.h"
 #include "app/environment/app_settings.h"
+#include "app/environment/data_dir.h"
+#include "app/termination_signals.h"
 #include "db/tables/database.h"
 #include "db/tables/operations.h"
 #include "login/qr_login_dlg.h"
@@ -17,8 +23,6 @@ namespace {
 
 void prepareToolkit()
 {
-    // Full screen moves the video to another window, which must not cost its OpenGL context.
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QCoreApplication::setApplicationName(QStringLiteral("moravu"));
@@ -27,11 +31,39 @@ void prepareToolkit()
     QGuiApplication::setDesktopFileName(QStringLiteral("org.moravu.moravu"));
 }
 
+// The skin's fonts from the first widget on: what is measured before the skin reaches it would load
+// others. Where there is no YaHei, its stand-in has the Chinese forms of the characters, not the
+// Japanese ones that the system's own choice may have.
+void chooseFonts()
+{
+    const QString noto = QStringLiteral("Noto Sans CJK SC");
+    const QString yahei = QStringLiteral("Microsoft YaHei");
+    QFont::insertSubstitution(QStringLiteral("Microsoft Yahei"), noto);
+    QFont font = QApplication::font();
+    font.setFamilies({noto, yahei, QStringLiteral("PingFang SC"), font.family()});
+    QApplication::setFont(font);
+}
+
 void prepareApplication()
 {
     // Qt took the user's locale over; libmpv works with no other number format than this one.
     std::setlocale(LC_NUMERIC, "C");
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/image/moravu.png")));
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    chooseFonts();
+    // All icons come with the program: there is nothing to look for in the desktop's theme.
+    QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
+    QApplication::setWindowIcon(QPixmap(QStringLiteral(":/image/moravu.png")));
+}
+
+// What cannot be kept is said at once; the program runs without it.
+void tellOfUnusableData()
+{
+    const QFileInfo folder(dataDir());
+    if (!folder.isDir() || !folder.isWritable())
+        Toast::showTip(QStringLiteral("数据文件夹无法写入，登录和设置不会保存：") +
+                       QDir::toNativeSeparators(folder.filePath()));
+    else if (!database()->isUsable())
+        Toast::showTip(QStringLiteral("本地数据库损坏或被占用，登录和观看记录不会保存"));
 }
 
 void connectSession()
@@ -75,10 +107,12 @@ int main(int argc, char *argv[])
         return *exitCode;
     prepareToolkit();
     QApplication application(argc, argv);
+    const TerminationSignals signalsToEnd;
     prepareApplication();
     loadStyleSheet();
     AppSettings settings;
     openDatabase();
+    tellOfUnusableData();
     connectSession();
     if (!isLoggedIn(settings) && !logIn())
         return 0;

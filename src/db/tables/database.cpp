@@ -89,7 +89,7 @@ void Database::open(const QString &filePath)
     m_connection.addModel(dqMetaInfo<PlayHistory>());
     m_connection.addModel(dqMetaInfo<FolderSetting>());
     m_connection.addModel(dqMetaInfo<UserInfo>());
-    m_connection.createTables();
+    m_usable = m_connection.createTables();
 }
 
 void Database::close()

@@ -23,12 +23,16 @@ public:
     void close();
 
     [[nodiscard]] bool isOpen() const { return m_connection.database().isOpen(); }
+    /// Whether the tables are there: false for a file that is damaged, locked by another process
+    /// for longer than a write waits, or cannot be made.
+    [[nodiscard]] bool isUsable() const { return m_usable; }
     [[nodiscard]] const DQConnection &connection() const { return m_connection; }
 
 private:
     void open(const QString &filePath);
 
     DQConnection m_connection;
+    bool m_usable = false;
 };
 
 /// The process-wide handle: null until start-up has published one. Not owned; whoever published
