@@ -1,23 +1,28 @@
 #!/usr/bin/env python3
-"""start_test PROGRAM LOCALDRIVE: when the program asks for a login, and what it leaves behind.
+"""start_test PROGRAM LOCALDRIVE: how the program starts, ends, and what it leaves behind.
 
 Each case is a process of its own with a home folder of its own, run inside a display.
 """
+import json
 import shutil
+import signal
 import sqlite3
 import sys
 import tempfile
 import unittest
+import urllib.request
 from pathlib import Path
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
-from desktop import wait_for
+from desktop import Area, click, press, wait_for
 from program import LocalDrive, Program
 
 PROGRAM, LOCALDRIVE = sys.argv[1:3]
 LOGIN_TITLE = "青柚云盘PC版-扫码登录"
 MAIN_TITLE = "青柚云盘["
+TOAST_TITLE = "Dialog"
+QUESTION_TITLE = "警告"
 NOBODY = "http://127.0.0.1:1"  # nothing listens there
 
 
@@ -33,9 +38,9 @@ class Start(unittest.TestCase):
         self.addCleanup(program.stop)
         return program
 
-    def start_drive(self):
+    def start_drive(self, *arguments):
         drive = LocalDrive(LOCALDRIVE, self.folder, "--state-dir", self.folder / "drive",
-                           "--auto-login", 0)
+                           "--auto-login", 0, *arguments)
         self.addCleanup(drive.stop)
         return drive
 
@@ -44,6 +49,21 @@ class Start(unittest.TestCase):
         program = self.start(drive.base)
         program.window(MAIN_TITLE).close()
         self.assertEqual(program.end(), 0)
+
+    def change_database(self, statement):
+        with sqlite3.connect(self.data / "moravu.db") as database:
+            database.execute(statement)
+
+    def column(self, name):
+        with sqlite3.connect(self.data / "moravu.db") as database:
+            return [row[0] for row in database.execute(f"SELECT {name} FROM UserInfo")]
+
+    def assert_ends_in_order(self, program):
+        """Without a complaint, and the window's place is stored."""
+        self.assertEqual(program.end(), 0)
+        self.assertIn("geometry=", program.settings())
+        for complaint in ("QSqlDatabasePrivate", "QObject", "QThread", "Sanitizer"):
+            self.assertFalse(program.said(complaint), program.lines)
 
     def assert_asks_for_login(self, program):
         login = program.window(LOGIN_TITLE)
@@ -78,6 +98,108 @@ class Start(unittest.TestCase):
         self.assert_asks_for_login(self.start())
         kept = [path for path in self.data.glob("moravu.db*") if path.read_bytes() == content]
         self.assertTrue(kept)
+
+    def test_unusable_data_is_said_and_the_program_starts(self):
+        self.home.mkdir()
+        self.data.write_bytes(b"")  # no folder can be made here
+        program = self.start()
+        program.window(TOAST_TITLE)
+        self.assert_asks_for_login(program)
+
+    def test_database_in_use_elsewhere_is_said_and_kept(self):
+        self.log_in(self.start_drive())
+        holder = sqlite3.connect(self.data / "moravu.db", isolation_level=None)
+        self.addCleanup(holder.close)
+        holder.execute("PRAGMA locking_mode=EXCLUSIVE")
+        holder.execute("BEGIN EXCLUSIVE")
+        program = self.start()
+        program.window(TOAST_TITLE)
+        self.assert_asks_for_login(program)
+        holder.execute("ROLLBACK")
+        self.assertEqual(holder.execute("SELECT count(*) FROM UserInfo").fetchone(), (1,))
+
+    def test_settings_that_are_none_do_no_harm(self):
+        self.log_in(self.start_drive())
+        settings = self.data / "mrsettings.ini"
+        user = next(line for line in settings.read_text(encoding="utf-8").splitlines()
+                    if line.startswith("curUserId"))
+        settings.write_bytes(b"\xff\xfe\x00 no = settings [\n[General]\n" + user.encode() +
+                             b"\ngeometry=@ByteArray(no geometry)\nstate=7\nfileListState={\n")
+        program = self.start()
+        program.window(MAIN_TITLE).close()
+        self.assert_ends_in_order(program)
+
+    def test_window_comes_back_to_its_place(self):
+        drive = self.start_drive()
+        self.log_in(drive)
+        program = self.start(drive.base)
+        main = program.window(MAIN_TITLE)
+        main.place(Area(60, 70, 820, 560))
+        placed = main.area()
+        main.close()
+        self.assert_ends_in_order(program)
+        again = self.start(drive.base).window(MAIN_TITLE)
+        wait_for("the window in its place", lambda: again.area() == placed)
+
+    def test_two_processes_leave_each_other_alone(self):
+        drive = self.start_drive()
+        self.log_in(drive)
+        first, second = self.start(drive.base), self.start(drive.base)
+        first_main = first.window(MAIN_TITLE)
+        second.window(MAIN_TITLE).close()
+        self.assert_ends_in_order(second)
+        first.wait_said("video quality menu init")
+        tokens = self.column("accessToken")
+        first_main.close()
+        self.assert_ends_in_order(first)
+        self.assertEqual(self.column("accessToken"), tokens)
+        self.assertIn("curUserId=", first.settings())
+
+    def test_ends_with_a_toast_open(self):
+        self.log_in(self.start_drive())
+        self.change_database("UPDATE UserInfo SET updateTime = '2020-01-01 00:00:00'")
+        program = self.start()  # the renewal of the token fails, which a toast says
+        main = program.window(MAIN_TITLE)
+        program.window(TOAST_TITLE)
+        main.close()
+        self.assert_ends_in_order(program)
+
+    def test_ends_with_a_question_open(self):
+        folder = self.folder / "files"
+        folder.mkdir()
+        (folder / "kept.txt").write_text("kept", encoding="utf-8")
+        drive = self.start_drive("--drive", folder, "--writable")
+        self.log_in(drive)
+        with (self.data / "mrsettings.ini").open("a", encoding="utf-8") as settings:
+            settings.write("delToRecycle=false\n")
+        program = self.start(drive.base)
+        main = program.window(MAIN_TITLE)
+        program.wait_said("video quality menu init", program.wait_said("init select tab: 0"))
+        area = main.area()
+
+        def ask():
+            click(area.x + area.width // 2, area.y + area.height // 2)
+            press("ctrl+a")
+            press("Delete")
+            return program.shows(QUESTION_TITLE)
+        wait_for("the question", ask, pause=0.5)
+        program.process.send_signal(signal.SIGTERM)
+        self.assert_ends_in_order(program)
+        self.assertTrue((folder / "kept.txt").exists())
+
+    def test_ending_during_a_renewal_keeps_the_new_tokens(self):
+        drive = self.start_drive()
+        self.log_in(drive)
+        self.change_database("UPDATE UserInfo SET updateTime = '2020-01-01 00:00:00'")
+        old = self.column("refreshToken")
+        fault = {"path": "/app/oauth/accessToken", "count": 1, "delay": 3000}
+        urllib.request.urlopen(urllib.request.Request(
+            drive.base + "/control/faults", json.dumps(fault).encode())).close()
+        program = self.start(drive.base)
+        program.window(MAIN_TITLE).close()
+        self.assert_ends_in_order(program)
+        self.assertTrue(program.said("Refresh token success."))
+        self.assertNotEqual(self.column("refreshToken"), old)
 
     def test_stored_user_sees_the_window_while_the_service_is_away(self):
         self.log_in(self.start_drive())
