@@ -23,6 +23,29 @@ constexpr Language languages[] = {
     {" uk ukr ", "乌克兰语"},
 };
 
+struct Codec
+{
+    const char *id;
+    const char *name;
+};
+
+// Those whose id in capitals is not what users know them by.
+constexpr Codec codecs[] = {
+    {"subrip", "SRT"},          {"webvtt", "WebVTT"},         {"mov_text", "TX3G"},
+    {"dvd_subtitle", "VobSub"}, {"hdmv_pgs_subtitle", "PGS"}, {"dvb_subtitle", "DVB"},
+    {"eia_608", "CC"},          {"truehd", "TrueHD"},         {"opus", "Opus"},
+    {"vorbis", "Vorbis"},       {"eac3", "E-AC-3"},           {"ac3", "AC-3"},
+};
+
+QString codecName(const QString &id)
+{
+    for (const Codec &codec : codecs) {
+        if (id == QLatin1String(codec.id))
+            return QString::fromLatin1(codec.name);
+    }
+    return id.startsWith(QLatin1String("pcm_")) ? QStringLiteral("PCM") : id.toUpper();
+}
+
 QString channelText(int channels)
 {
     switch (channels) {
@@ -77,7 +100,7 @@ QStringList audioTrackLabels(const TrackInfo &tracks)
         const int channels =
             track.audioChannels > 0 ? track.audioChannels : track.demuxChannelCount;
         labels.append(
-            joined({languageName(track.lang), track.codec.toUpper(), channelText(channels)}));
+            joined({languageName(track.lang), codecName(track.codec), channelText(channels)}));
     }
     return toldApart(labels, tracks.audioTracks);
 }
@@ -86,6 +109,6 @@ QStringList subtitleTrackLabels(const TrackInfo &tracks)
 {
     QStringList labels;
     for (const SubTrack &track : tracks.subTracks)
-        labels.append(joined({languageName(track.lang), track.codec.toUpper()}));
+        labels.append(joined({languageName(track.lang), codecName(track.codec)}));
     return toldApart(labels, tracks.subTracks);
 }

@@ -139,7 +139,7 @@ void TestPlayerTracks::listsTracks()
              (QStringList{QStringLiteral("日语 AAC 单声道"), QStringLiteral("中文 AAC 单声道")}));
     QCOMPARE(m_player->checkedText(audio), QStringLiteral("日语 AAC 单声道"));
     QCOMPARE(m_player->menuTexts(subtitle),
-             (QStringList{off, QStringLiteral("英语 SUBRIP"), QStringLiteral("中文 SUBRIP")}));
+             (QStringList{off, QStringLiteral("英语 SRT"), QStringLiteral("中文 SRT")}));
 }
 
 void TestPlayerTracks::picksTheChineseSubtitle()
@@ -147,14 +147,14 @@ void TestPlayerTracks::picksTheChineseSubtitle()
     play(first);
     QCOMPARE(property("sid").toInt(), 2);
     QTRY_COMPARE(words(), QStringLiteral("embedded chi"));
-    QTRY_COMPARE(m_player->checkedText(subtitle), QStringLiteral("中文 SUBRIP"));
+    QTRY_COMPARE(m_player->checkedText(subtitle), QStringLiteral("中文 SRT"));
     QVERIFY(storedFolder().subtitleTrackId.isNull());
 }
 
 void TestPlayerTracks::choicesGoToTheNextEpisode()
 {
     play(first);
-    QVERIFY(m_player->choose(subtitle, QStringLiteral("英语 SUBRIP")));
+    QVERIFY(m_player->choose(subtitle, QStringLiteral("英语 SRT")));
     QVERIFY(m_player->choose(audio, QStringLiteral("中文 AAC 单声道")));
     QTRY_COMPARE(words(), QStringLiteral("embedded eng"));
     QTRY_COMPARE(m_player->checkedText(audio), QStringLiteral("中文 AAC 单声道"));
@@ -248,7 +248,7 @@ void TestPlayerTracks::choosesFilesAndTracksInTurn()
     const QList<QPair<QString, QString>> choices{
         {QStringLiteral("a.srt"), QStringLiteral("file a")},
         {QStringLiteral("b.srt"), QStringLiteral("file b")},
-        {QStringLiteral("英语 SUBRIP"), QStringLiteral("embedded eng")},
+        {QStringLiteral("英语 SRT"), QStringLiteral("embedded eng")},
         {QStringLiteral("a.srt"), QStringLiteral("file a")},
         {off, QString()},
         {QStringLiteral("b.srt"), QStringLiteral("file b")}};
