@@ -26,6 +26,22 @@ QIcon chosenIcon(bool on, const QString &onPath, const QString &offPath)
     return QIcon(on ? onPath : offPath);
 }
 
+// Styles take the colour out of a disabled icon, but this one is white already.
+void dimWhenDisabled(QToolButton *button)
+{
+    constexpr double opacity = 0.35;
+    QIcon icon = button->icon();
+    const QPixmap shown = icon.pixmap(icon.availableSizes().constFirst());
+    QPixmap dimmed(shown.size());
+    dimmed.setDevicePixelRatio(shown.devicePixelRatio());
+    dimmed.fill(Qt::transparent);
+    QPainter painter(&dimmed);
+    painter.setOpacity(opacity);
+    painter.drawPixmap(0, 0, shown);
+    icon.addPixmap(dimmed, QIcon::Disabled);
+    button->setIcon(icon);
+}
+
 } // namespace
 
 ControlBar::ControlBar(QWidget *parent) : QWidget(parent), m_ui(std::make_unique<Ui::ControlBar>())
@@ -34,6 +50,10 @@ ControlBar::ControlBar(QWidget *parent) : QWidget(parent), m_ui(std::make_unique
     for (auto *button : findChildren<QToolButton *>()) {
         button->setAutoRaise(true);
         button->setFocusPolicy(Qt::NoFocus);
+    }
+    for (auto *button : {m_ui->quality, m_ui->audio, m_ui->subtitle, m_ui->skip}) {
+        dimWhenDisabled(button);
+        button->setEnabled(false);
     }
     makeVolumeMenu();
     forwardClicks();
@@ -154,6 +174,7 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
         old->close();
         old->deleteLater();
     }
+    button->setEnabled(!entries.isEmpty());
     if (entries.isEmpty())
         return;
     auto *menu = new CustomPopUpMenu(button);

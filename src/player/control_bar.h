@@ -41,7 +41,8 @@ public:
     void setListShown(bool shown);
     void setFullScreen(bool fullScreen);
 
-    // Each takes the place of the button's old menu; without entries the button has none.
+    // Each takes the place of the button's old menu; without entries the button has none
+    // and is disabled.
     void setQualityMenu(const QList<MenuEntry> &entries);
     void setAudioMenu(const QList<MenuEntry> &entries);
     void setSubtitleMenu(const QList<MenuEntry> &entries);
