@@ -25,6 +25,13 @@ QColor highlight(QStyle::State state)
     return Qt::transparent;
 }
 
+// Who clicks knows where the focus went; who came by the keyboard has to see it.
+bool isFocusedByKey(QStyle::State state)
+{
+    return state.testFlag(QStyle::State_HasFocus) &&
+           state.testFlag(QStyle::State_KeyboardFocusChange);
+}
+
 } // namespace
 
 MuItemDelegate::MuItemDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
@@ -42,6 +49,12 @@ void MuItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option
     painter->setPen(Qt::NoPen);
     painter->setBrush(highlight(option.state));
     painter->drawRoundedRect(row, CornerRadius, CornerRadius);
+    if (isFocusedByKey(option.state)) {
+        painter->setBrush(Qt::NoBrush);
+        painter->setPen(QColor(QStringLiteral("#8fc4a9")));
+        painter->drawRoundedRect(QRectF(row).adjusted(0.5, 0.5, -0.5, -0.5), CornerRadius,
+                                 CornerRadius);
+    }
 
     const QRect icon(row.left() + IconMargin, row.top() + IconMargin, IconSize, IconSize);
     QIcon(data.iconPath).paint(painter, icon);
