@@ -6,6 +6,7 @@
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSignalBlocker>
+#include <QStyledItemDelegate>
 
 #include "api/records/account_records.h"
 #include "app/environment/app_settings.h"
@@ -41,6 +42,8 @@ CloudFileDialog::~CloudFileDialog() = default;
 void CloudFileDialog::setUpForm()
 {
     const QSignalBlocker quiet(m_ui->fileTypeList);
+    // The combo box's own delegate takes no heights from the skin.
+    m_ui->fileTypeList->setItemDelegate(new QStyledItemDelegate(m_ui->fileTypeList));
     m_ui->fileTypeList->addItem(QStringLiteral("全部"), -1);
     for (const FileKindInfo &info : fileKinds())
         m_ui->fileTypeList->addItem(info.name, static_cast<int>(info.kind));

@@ -38,6 +38,11 @@ int indexOf(const QList<FileItem> &files, const QString &fileId)
     return found == files.end() ? -1 : int(found - files.begin());
 }
 
+Notice emptyFolder()
+{
+    return {QStringLiteral("这个文件夹是空的"), QStringLiteral(":/image/folder.svg")};
+}
+
 } // namespace
 
 FileBrowser::FileBrowser(const UserInfo &user, FileTable *table, QObject *parent)
@@ -146,7 +151,7 @@ void FileBrowser::takePage(const FolderRequest &request, const FileItems &page)
     folder.order = request.order;
     folder.loaded = true;
     folder.files += files;
-    m_table->setQuietText(QStringLiteral("这个文件夹是空的"));
+    m_table->setNotice(emptyFolder());
     {
         const QScopedValueRollback<bool> filling(m_filling, true);
         const bool followsRow = isCurrentRowVisible();
@@ -166,7 +171,8 @@ void FileBrowser::takePage(const FolderRequest &request, const FileItems &page)
 void FileBrowser::takeFailure(const FolderRequest &request)
 {
     if (!request.append) {
-        m_table->setQuietText(QStringLiteral("列表加载失败，按 F5 重试"));
+        m_table->setNotice(
+            {QStringLiteral("列表加载失败，按 F5 重试"), QStringLiteral(":/image/refresh.png")});
         emit countChanged(0);
     }
     // Nothing else goes on by itself: a drive that fails would be asked without end.
@@ -189,7 +195,7 @@ void FileBrowser::continueLoading(bool nothingNew)
 void FileBrowser::showStoredFiles()
 {
     const PathItem &folder = m_path.last();
-    m_table->setQuietText(QStringLiteral("这个文件夹是空的"));
+    m_table->setNotice(emptyFolder());
     {
         const QScopedValueRollback<bool> filling(m_filling, true);
         m_table->setFiles(folder.files);

@@ -287,9 +287,11 @@ int FileTable::nearestShownRow(int row) const
     return -1;
 }
 
-QString FileTable::quietText() const
+Notice FileTable::notice() const
 {
     if (m_loading)
         return {};
-    return rowCount() > 0 ? QStringLiteral("没有符合条件的文件") : RowTable::quietText();
+    if (rowCount() > 0)
+        return {QStringLiteral("没有符合条件的文件"), QStringLiteral(":/image/search.png")};
+    return RowTable::notice();
 }

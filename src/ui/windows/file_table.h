@@ -68,7 +68,7 @@ signals:
     void headerChanged();
 
 protected:
-    [[nodiscard]] QString quietText() const override;
+    [[nodiscard]] Notice notice() const override;
 
 private:
     struct Entry

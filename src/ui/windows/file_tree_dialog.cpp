@@ -6,8 +6,10 @@
 
 #include "api/records/file_records.h"
 #include "db/tables/user_info.h"
+#include "ui/widgets/waiting_spinner_widget.h"
 #include "ui/windows/file_kinds.h"
 #include "ui/windows/questions.h"
+#include "ui/windows/single_toast.h"
 #include "ui_file_tree_dialog.h"
 
 namespace {
@@ -24,6 +26,7 @@ FileTreeDialog::FileTreeDialog(const UserInfo &user, QStringList excludedIds)
 {
     m_ui->setupUi(this);
     setChineseTexts(m_ui->buttonBox);
+    m_spinner = new WaitingSpinnerWidget(m_ui->fileTree);
     connect(m_ui->fileTree, &QTreeWidget::itemExpanded, this, &FileTreeDialog::listChildren);
     QTreeWidgetItem *root = addItem(m_ui->fileTree->invisibleRootItem(), QStringLiteral("首页"),
                                     QStringLiteral("root"));
@@ -72,6 +75,7 @@ void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
 
 void FileTreeDialog::requestChildren(const QString &folderId, const QString &marker)
 {
+    countLoading(1);
     const QString step = QStringLiteral("getFileList");
     m_client.listFoldersPaged(
         folderId, marker,
@@ -83,8 +87,18 @@ void FileTreeDialog::requestChildren(const QString &folderId, const QString &mar
         }));
 }
 
+void FileTreeDialog::countLoading(int change)
+{
+    m_loading += change;
+    if (m_loading > 0)
+        m_spinner->start();
+    else
+        m_spinner->stop();
+}
+
 void FileTreeDialog::addChildren(const QString &folderId, const FileItems &children)
 {
+    countLoading(-1);
     QTreeWidgetItem *folder = itemOf(folderId);
     if (!folder)
         return;
@@ -100,6 +114,8 @@ void FileTreeDialog::addChildren(const QString &folderId, const FileItems &child
 
 void FileTreeDialog::takeFailure(const QString &folderId)
 {
+    countLoading(-1);
+    showSingleToast(QStringLiteral("文件夹加载失败"));
     // Closed and unlisted, so that opening it once more asks again.
     if (QTreeWidgetItem *folder = itemOf(folderId)) {
         folder->setData(0, ListedRole, false);

@@ -12,6 +12,7 @@
 class FileItems;
 class QModelIndex;
 class QTreeWidgetItem;
+class WaitingSpinnerWidget;
 
 namespace Ui {
 class FileTreeDialog;
@@ -39,6 +40,7 @@ private slots:
 
 private:
     void listChildren(QTreeWidgetItem *folder);
+    void countLoading(int change);
     // The page of children from the marker on, then those after it.
     void requestChildren(const QString &folderId, const QString &marker);
     void addChildren(const QString &folderId, const FileItems &children);
@@ -49,5 +51,7 @@ private:
     const std::unique_ptr<Ui::FileTreeDialog> m_ui;
     const OpenApiClient m_client;
     const QStringList m_excludedIds;
+    WaitingSpinnerWidget *m_spinner = nullptr;
+    int m_loading = 0; // listings that are awaited
     ReplyGuard m_replies;
 };

@@ -51,7 +51,8 @@ void HistoryDialog::setUpTable()
     QHeaderView *header = table->horizontalHeader();
     header->setSortIndicator(TimeColumn, Qt::DescendingOrder);
     table->setItemDelegateForColumn(ProgressColumn, new WatchProgressDelegate(table));
-    m_ui->historyList->setQuietText(QStringLiteral("还没有观看记录"));
+    m_ui->historyList->setNotice(
+        {QStringLiteral("还没有观看记录"), QStringLiteral(":/image/history.png")});
     connect(header, &QHeaderView::sectionClicked, this, &HistoryDialog::onHeaderClicked);
     connect(table, &QTableWidget::itemDoubleClicked, this, &HistoryDialog::onItemDoubleClicked);
     setUpShortcuts();

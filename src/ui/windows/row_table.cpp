@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QHoverEvent>
 #include <QPainter>
+#include <QTextDocument>
 #include <QToolTip>
 
 #include "ui/windows/row_delegate.h"
@@ -11,7 +12,6 @@ namespace {
 
 constexpr int RowHeight = 50;
 constexpr int IconSize = 32;
-constexpr qreal QuietOpacity = 0.55;
 
 } // namespace
 
@@ -36,9 +36,9 @@ RowTable::RowTable(QWidget *parent) : QTableWidget(parent)
     setItemDelegate(new RowDelegate(this));
 }
 
-void RowTable::setQuietText(const QString &text)
+void RowTable::setNotice(const Notice &notice)
 {
-    m_quietText = text;
+    m_notice = notice;
     viewport()->update();
 }
 
@@ -78,8 +78,11 @@ void RowTable::showFullText(const QHelpEvent &event) const
     if (!cell || cell->column() != 0)
         return;
     const QRect place = visualItemRect(cell);
-    if (sizeHintForIndex(indexFromItem(cell)).width() > place.width())
-        QToolTip::showText(event.globalPos(), cell->text(), viewport(), place);
+    if (sizeHintForIndex(indexFromItem(cell)).width() <= place.width())
+        return;
+    // As rich text a long name is broken into lines; as plain text it runs off the screen.
+    const QString name = Qt::convertFromPlainText(cell->text(), Qt::WhiteSpaceNormal);
+    QToolTip::showText(event.globalPos(), name, viewport(), place);
 }
 
 void RowTable::paintEvent(QPaintEvent *event)
@@ -89,6 +92,5 @@ void RowTable::paintEvent(QPaintEvent *event)
         return;
     QPainter painter(viewport());
     painter.setPen(palette().color(QPalette::Text));
-    painter.setOpacity(QuietOpacity);
-    painter.drawText(viewport()->rect(), Qt::AlignCenter, quietText());
+    paintNotice(painter, viewport()->rect(), notice());
 }

@@ -2,6 +2,8 @@
 
 #include <QTableWidget>
 
+#include "ui/widgets/notice.h"
+
 class QHelpEvent;
 
 // A table whose rows are records: selected and lit under the mouse as a whole, of one height,
@@ -18,7 +20,7 @@ public:
     [[nodiscard]] int hoveredRow() const { return m_hoveredRow; }
 
     // Stands in the table's middle while no row is shown.
-    void setQuietText(const QString &text);
+    void setNotice(const Notice &notice);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -26,12 +28,12 @@ protected:
     // Home and End go to the first and the last row.
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
 
-    [[nodiscard]] virtual QString quietText() const { return m_quietText; }
+    [[nodiscard]] virtual Notice notice() const { return m_notice; }
 
 private:
     void setHoveredRow(int row);
     void showFullText(const QHelpEvent &event) const;
 
-    QString m_quietText;
+    Notice m_notice;
     int m_hoveredRow = -1;
 };

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr int Padding = 8; // the skin's, for all cells
-constexpr int Middle = 2;  // below the cell's: the upper line is the taller one
+constexpr int Padding = 11; // as in all cells: the skin's and the style's
+constexpr int Middle = 2;   // below the cell's: the upper line is the taller one
 constexpr qreal SmallType = 0.8;
 constexpr qreal SmallTypeOpacity = 0.7;
 
