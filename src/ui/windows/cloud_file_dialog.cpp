@@ -49,6 +49,8 @@ void CloudFileDialog::setUpForm()
         m_ui->fileTypeList->addItem(info.name, static_cast<int>(info.kind));
     m_ui->checkDelToRecycle->setChecked(AppSettings().delToRecycle());
     m_ui->fileNameSearch->setClearButtonEnabled(true);
+    // The box's own delegate does not follow the skin.
+    m_ui->fileTypeList->setItemDelegate(new QStyledItemDelegate(m_ui->fileTypeList));
 }
 
 void CloudFileDialog::setUpTable()
@@ -67,7 +69,11 @@ void CloudFileDialog::setUpBrowser()
 {
     m_browser = new FileBrowser(m_user, m_ui->fileList, this);
     m_operations = new FileOperations(m_user, this);
+    const QAbstractItemModel *path = m_browser->path().model();
     m_ui->pathNavList->setModel(m_browser->path().model());
+    for (const auto changed : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+        connect(path, changed, this, [this] { updateBackButton(); });
+    updateBackButton();
     connect(m_browser, &FileBrowser::loadingChanged, this, &CloudFileDialog::showLoading);
     connect(m_browser, &FileBrowser::filled, this, &CloudFileDialog::initVideoQualityMenu);
     connect(m_browser, &FileBrowser::countChanged, m_ui->countLabel,
@@ -94,11 +100,12 @@ void CloudFileDialog::setUpShortcuts()
         m_ui->fileNameSearch->selectAll();
     };
     const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
+    const Qt::ShortcutContext window = Qt::WindowShortcut; // while the page is the one shown
     add(Qt::Key_F2, this, page, &CloudFileDialog::renameCurrent);
-    add(Qt::Key_F5, this, page, &CloudFileDialog::on_btnRefresh_clicked);
+    add(Qt::Key_F5, this, window, &CloudFileDialog::on_btnRefresh_clicked);
     add(Qt::Key_Delete, this, page, &CloudFileDialog::on_btnDelete_clicked);
     add(Qt::Key_Backspace, this, page, &CloudFileDialog::on_btnBack_clicked);
-    add(QKeySequence::Find, this, page, search);
+    add(QKeySequence::Find, this, window, search);
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
         add(key, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
         add(key, m_ui->pathNavList, Qt::WidgetShortcut, openPath);
@@ -149,6 +156,11 @@ void CloudFileDialog::applyFilter()
     m_ui->fileList->setFilter(m_ui->fileNameSearch->text(),
                               kind < 0 ? std::nullopt
                                        : std::make_optional(static_cast<FileKind>(kind)));
+}
+
+void CloudFileDialog::updateBackButton()
+{
+    m_ui->btnBack->setEnabled(m_browser->path().count() > 1);
 }
 
 void CloudFileDialog::showLoading(bool loading)
@@ -204,7 +216,8 @@ void CloudFileDialog::openRow(int row)
         const FileItem folder = *file;
         if (m_browser->openFolder(folder)) {
             m_ui->fileNameSearch->clear();
-            m_ui->pathNavList->scrollToBottom();
+            m_ui->pathNavList->scrollTo(
+                m_browser->path().model()->index(m_browser->path().count() - 1, 0));
         }
     } else if (isVideo(*file)) {
         openVideo(*file);

@@ -85,6 +85,7 @@ private:
     void restoreListState();
     void saveListState();
     void applyFilter();
+    void updateBackButton();
     void showLoading(bool loading);
 
     void enterList();

@@ -72,7 +72,7 @@ void HistoryDialog::setUpShortcuts()
     add(Qt::Key_Enter, table, Qt::WidgetShortcut, openCurrent);
     const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
     add(Qt::Key_Delete, this, page, &HistoryDialog::on_btnRemovePlayHistory_clicked);
-    add(Qt::Key_F5, this, page, &HistoryDialog::on_btnRefresh_clicked);
+    add(Qt::Key_F5, this, Qt::WindowShortcut, &HistoryDialog::on_btnRefresh_clicked);
 }
 
 void HistoryDialog::loadHistory()

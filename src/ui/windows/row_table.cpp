@@ -42,6 +42,14 @@ void RowTable::setNotice(const Notice &notice)
     viewport()->update();
 }
 
+QModelIndex RowTable::indexAt(const QPoint &point) const
+{
+    const QModelIndex index = QTableWidget::indexAt(point);
+    const bool isBeyond = point.x() >= horizontalHeader()->length() - horizontalHeader()->offset();
+    return index.isValid() || !isBeyond ? index
+                                        : model()->index(rowAt(point.y()), columnCount() - 1);
+}
+
 bool RowTable::viewportEvent(QEvent *event)
 {
     if (event->type() == QEvent::ToolTip) {
@@ -75,7 +83,7 @@ void RowTable::setHoveredRow(int row)
 void RowTable::showFullText(const QHelpEvent &event) const
 {
     const QTableWidgetItem *cell = itemAt(event.pos());
-    if (!cell || cell->column() != 0)
+    if (!cell)
         return;
     const QRect place = visualItemRect(cell);
     if (sizeHintForIndex(indexFromItem(cell)).width() <= place.width())
@@ -85,9 +93,30 @@ void RowTable::showFullText(const QHelpEvent &event) const
     QToolTip::showText(event.globalPos(), name, viewport(), place);
 }
 
+void RowTable::paintRowEnds()
+{
+    const int left = horizontalHeader()->length() - horizontalHeader()->offset();
+    if (left >= viewport()->width() || rowCount() == 0)
+        return;
+    QPainter painter(viewport());
+    QStyleOptionViewItem end = viewOptions();
+    end.state &= ~QStyle::State_HasFocus;
+    for (int y = 0; y < viewport()->height(); y += RowHeight) {
+        const int row = rowAt(y);
+        if (row < 0)
+            break;
+        const QModelIndex last = model()->index(row, columnCount() - 1);
+        end.rect = QRect(left, rowViewportPosition(row), viewport()->width() - left, RowHeight);
+        end.state.setFlag(QStyle::State_Selected, selectionModel()->isSelected(last));
+        end.state.setFlag(QStyle::State_MouseOver, row == m_hoveredRow);
+        style()->drawControl(QStyle::CE_ItemViewItem, &end, &painter, this);
+    }
+}
+
 void RowTable::paintEvent(QPaintEvent *event)
 {
     QTableWidget::paintEvent(event);
+    paintRowEnds();
     if (verticalHeader()->hiddenSectionCount() < rowCount())
         return;
     QPainter painter(viewport());

@@ -6,8 +6,9 @@
 
 class QHelpEvent;
 
-// A table whose rows are records: selected and lit under the mouse as a whole, of one height,
-// without a grid. A name that is cut off is shown in full by a tip.
+// A table whose rows are records: each reaches to the table's right edge, whatever the columns'
+// widths, and is selected and lit under the mouse as a whole. A text that is cut off is shown in
+// full by a tip.
 class RowTable : public QTableWidget
 {
     Q_OBJECT
@@ -22,6 +23,9 @@ public:
     // Stands in the table's middle while no row is shown.
     void setNotice(const Notice &notice);
 
+    // Beyond the last column: the row's last cell.
+    [[nodiscard]] QModelIndex indexAt(const QPoint &point) const override;
+
 protected:
     void paintEvent(QPaintEvent *event) override;
     bool viewportEvent(QEvent *event) override;
@@ -31,6 +35,7 @@ protected:
     [[nodiscard]] virtual Notice notice() const { return m_notice; }
 
 private:
+    void paintRowEnds();
     void setHoveredRow(int row);
     void showFullText(const QHelpEvent &event) const;
 
