@@ -13,6 +13,7 @@
 #include "app/environment/app_settings.h"
 #include "app/environment/data_dir.h"
 #include "app/termination_signals.h"
+#include "app/toolkit_texts.h"
 #include "db/tables/database.h"
 #include "db/tables/operations.h"
 #include "login/qr_login_dlg.h"
@@ -53,6 +54,7 @@ void prepareApplication()
     // All icons come with the program: there is nothing to look for in the desktop's theme.
     QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
     QApplication::setWindowIcon(QPixmap(QStringLiteral(":/image/moravu.png")));
+    QCoreApplication::installTranslator(new ToolkitTexts(qApp));
 }
 
 // What cannot be kept is said at once; the program runs without it.

@@ -63,6 +63,12 @@ bool RowTable::viewportEvent(QEvent *event)
     return QTableWidget::viewportEvent(event);
 }
 
+void RowTable::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QTableWidget::selectionChanged(selected, deselected);
+    viewport()->update(); // the rows' ends as well
+}
+
 QModelIndex RowTable::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
     // By itself a table goes to the ends of the row, and to the corners with this modifier.
