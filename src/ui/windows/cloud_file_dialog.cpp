@@ -49,8 +49,6 @@ void CloudFileDialog::setUpForm()
         m_ui->fileTypeList->addItem(info.name, static_cast<int>(info.kind));
     m_ui->checkDelToRecycle->setChecked(AppSettings().delToRecycle());
     m_ui->fileNameSearch->setClearButtonEnabled(true);
-    // The box's own delegate does not follow the skin.
-    m_ui->fileTypeList->setItemDelegate(new QStyledItemDelegate(m_ui->fileTypeList));
 }
 
 void CloudFileDialog::setUpTable()
