@@ -71,16 +71,26 @@ Database::~Database()
         g_database = nullptr;
 }
 
-void Database::open(const QString &filePath)
+bool Database::openFile(const QString &filePath)
 {
-    restrictDatabaseFiles(filePath);
     QSqlDatabase file = describe(filePath);
     if (!file.open()) {
         qWarning().noquote() << QStringLiteral("Can not open the database %1 : %2")
                                     .arg(filePath, file.lastError().text());
     }
-    if (!m_connection.open(file))
+    return m_connection.open(file);
+}
+
+void Database::open(const QString &filePath)
+{
+    restrictDatabaseFiles(filePath);
+    if (!openFile(filePath))
         return;
+    // What cannot be read now stays away: every later statement would wait for a lock again.
+    if (!m_connection.exec(QStringLiteral("SELECT 1 FROM sqlite_master"))) {
+        close();
+        return;
+    }
     // A write-ahead log needs one synchronisation per write instead of four, and a reader in
     // another process does not keep a writer waiting.
     if (!isReadOnly(filePath))

@@ -30,6 +30,7 @@ public:
 
 private:
     void open(const QString &filePath);
+    bool openFile(const QString &filePath);
 
     DQConnection m_connection;
     bool m_usable = false;
