@@ -66,6 +66,13 @@ UserInfo loggedInUser(const DriveInfo &drive, const AccessTokenResp &token)
     return user;
 }
 
+bool isStored(const UserInfo &user)
+{
+    UserInfo stored;
+    return loadUserInfo(user.userId.value(), stored) &&
+           stored.accessToken.value() == user.accessToken.value();
+}
+
 } // namespace
 
 QRLoginDlg::QRLoginDlg(QWidget *parent)
@@ -281,6 +288,11 @@ void QRLoginDlg::handleDriveInfo(const QString &reply, const AccessTokenResp &to
     }
     UserInfo user = loggedInUser(drive, token);
     saveUserInfo(user);
+    if (!isStored(user)) {
+        // A login that cannot be kept would lead to a window without this user.
+        Toast::showTip(QStringLiteral("登录信息无法保存"));
+        return;
+    }
     m_settings->setCurUserId(user.userId.value());
     if (drive.status == QLatin1String("enabled")) {
         emit loginSuccess(user.userId.value());

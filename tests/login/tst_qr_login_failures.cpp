@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include "app/environment/app_settings.h"
+#include "db/tables/database.h"
 #include "db/tables/operations.h"
 #include "login/qr_login_dlg.h"
 #include "session/drive_fixture.h"
@@ -117,6 +118,7 @@ private slots:
     void anEmptySidIsNeverPolled();
     void aRefusedAccountIsStoredButNotLoggedIn();
     void driveInformationWithoutAUserChangesNothing();
+    void aLoginThatCannotBeStoredIsSaid();
     void aLateReplyIsLoggedAndDropped_data();
     void aLateReplyIsLoggedAndDropped();
     void aReplyAfterCancelLogsNobodyIn();
@@ -452,6 +454,17 @@ void TestQRLoginFailures::driveInformationWithoutAUserChangesNothing()
     QVERIFY(m_dialog->isVisible());
     QCOMPARE(countUsers(), 0);
     QCOMPARE(AppSettings().curUserId(), QStringLiteral("someone"));
+}
+
+void TestQRLoginFailures::aLoginThatCannotBeStoredIsSaid()
+{
+    const QSignalSpy success(m_dialog.get(), &QRLoginDlg::loginSuccess);
+    database()->close();
+    reachTheTokenStep();
+    QTRY_COMPARE(toasts(), QStringList{QStringLiteral("登录信息无法保存")});
+    QVERIFY(m_dialog->isVisible());
+    QCOMPARE(success.size(), 0);
+    QVERIFY(AppSettings().curUserId().isEmpty());
 }
 
 void TestQRLoginFailures::aLateReplyIsLoggedAndDropped_data()
