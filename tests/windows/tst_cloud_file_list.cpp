@@ -76,8 +76,8 @@ private slots:
     void keysWorkEverywhereOnThePage();
     void opensVideosWithTheirHistory();
     void opensNothingElse();
-    void tellsTheDiskSpaceOfTheCurrentUser_data();
-    void tellsTheDiskSpaceOfTheCurrentUser();
+    void tellsTheDiskSpaceOfTheTabThatIsShown_data();
+    void tellsTheDiskSpaceOfTheTabThatIsShown();
     void offersTheQualities();
     void aPageThatIsGoneDropsItsReplies();
 
@@ -541,19 +541,22 @@ void TestCloudFileList::opensNothingElse()
     QCOMPARE(page.path(), QStringLiteral("首页"));
 }
 
-void TestCloudFileList::tellsTheDiskSpaceOfTheCurrentUser_data()
+void TestCloudFileList::tellsTheDiskSpaceOfTheTabThatIsShown_data()
 {
     QTest::addColumn<bool>("isCurrent");
-    QTest::newRow("the current user") << true;
-    QTest::newRow("another user") << false;
+    QTest::newRow("the tab shown") << true;
+    QTest::newRow("a tab behind it") << false;
 }
 
-void TestCloudFileList::tellsTheDiskSpaceOfTheCurrentUser()
+void TestCloudFileList::tellsTheDiskSpaceOfTheTabThatIsShown()
 {
     QFETCH(bool, isCurrent);
     m_drive->server().makeFile("a.txt", std::string(1536, 'x'));
-    AppSettings().setCurUserId(isCurrent ? m_user.userId.value() : QStringLiteral("other"));
-    const DrivePage page(m_user);
+    QTabWidget tabs;
+    if (!isCurrent)
+        tabs.addTab(new QWidget, QString());
+    DrivePage page(m_user);
+    tabs.addTab(&page.dialog, QString());
     QString told;
     connect(&page.dialog, &CloudFileDialog::refreshDiskSpace, this,
             [&told](QString &info) { told = info; });

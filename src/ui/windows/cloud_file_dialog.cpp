@@ -325,7 +325,8 @@ void CloudFileDialog::takeDiskSpace(const SpaceInfo &space)
     const SpaceInfoItem &drive = space.personal_space_info;
     m_diskSpace = formatSize(QString::number(drive.used_size)) + QStringLiteral(" / ") +
                   formatSize(QString::number(drive.total_size));
-    if (AppSettings().curUserId() != userId())
+    // Behind another tab. The settings do not say which one is shown: processes share them.
+    if (parentWidget() && isHidden())
         return;
     QString info = m_diskSpace;
     emit refreshDiskSpace(info);

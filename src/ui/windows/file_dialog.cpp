@@ -156,16 +156,6 @@ void FileDialog::updateVideoQuality()
         page->initVideoQualityMenu();
 }
 
-QString FileDialog::diskSpace() const
-{
-    const QString currentUserId = AppSettings().curUserId();
-    for (const CloudFileDialog *page : pages()) {
-        if (page->userId() == currentUserId)
-            return page->diskSpace();
-    }
-    return QString();
-}
-
 CloudFileDialog *FileDialog::pageAt(int index) const
 {
     return qobject_cast<CloudFileDialog *>(m_ui->userTab->widget(index));

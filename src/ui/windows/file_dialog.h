@@ -31,8 +31,6 @@ public:
     ~FileDialog() override;
 
     [[nodiscard]] QString nickname() const { return m_nickname; }
-    // Of the current user, as far as it is known.
-    [[nodiscard]] QString diskSpace() const;
 
 public slots:
     // The player changed the stored quality.
@@ -40,7 +38,7 @@ public slots:
 
 signals:
     void userSwitched(const QString &nickname, const QString &spaceInfo);
-    // Relayed from every tab, so that also tabs made later are heard.
+    // Relayed from the tab that is shown, so that also tabs made later are heard.
     void refreshDiskSpace(QString &info);
     void videoOpenRequested(const PlayRequest &request);
 
