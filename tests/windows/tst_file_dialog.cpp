@@ -63,6 +63,7 @@ private slots:
     void aNewLoginMakesTheTabsAnew();
     void rebuildingLeavesNoPageBehind();
     void tellsTheDiskSpaceAlsoOfLaterTabs();
+    void theLastLogoutAsksForALogin_data();
     void theLastLogoutAsksForALogin();
     void picturesBecomeIcons_data();
     void picturesBecomeIcons();
@@ -238,13 +239,26 @@ void TestFileDialog::tellsTheDiskSpaceAlsoOfLaterTabs()
     QTRY_COMPARE(told.size(), 2);
 }
 
+void TestFileDialog::theLastLogoutAsksForALogin_data()
+{
+    QTest::addColumn<bool>("goneAlready");
+    QTest::newRow("here") << false;
+    QTest::newRow("after another process logged all users out") << true;
+}
+
 void TestFileDialog::theLastLogoutAsksForALogin()
 {
+    QFETCH(bool, goneAlready);
     const FileDialog dialog;
+    const QSignalSpy switched(&dialog, &FileDialog::userSwitched);
+    if (goneAlready)
+        removeUser(m_ming.userId.value());
     const QPointer<QWidget> page(tabs(dialog)->widget(0));
-    whenModal([this](QWidget *modal) {
+    whenModal([&](QWidget *modal) {
         auto *login = qobject_cast<QRLoginDlg *>(modal);
         QVERIFY(login);
+        QCOMPARE(tabs(dialog)->count(), 0);
+        QCOMPARE(switched.last().first().toString(), QString());
         QVERIFY(login->quitOnCancel());
         localdrive::Server &server = m_drive->server();
         QTRY_COMPARE(server.loginSessions().size(), 1U);
