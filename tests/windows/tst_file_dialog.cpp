@@ -268,8 +268,8 @@ void TestFileDialog::theLastLogoutAsksForALogin()
     const LogCapture log;
     qobject_cast<QPushButton *>(inPage(dialog, 0, "btnUserLogout"))->click();
     QVERIFY(log.lines().contains(QStringLiteral("all logout, relogin")));
+    QTRY_COMPARE(AppSettings().curUserId(), text(m_drive->server().userId(2)));
     QTRY_COMPARE(tabs(dialog)->count(), 1);
-    QCOMPARE(AppSettings().curUserId(), text(m_drive->server().userId(2)));
     QTRY_VERIFY(!page);
 }
 
