@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QScreen>
 #include <QTest>
+#include <QWindow>
 
 namespace {
 
@@ -36,7 +37,7 @@ private slots:
     void cleanup();
     void standsInTheLowerMiddleOfTheScreen();
     void staysWhereItIsWithAParent();
-    void takesNeitherFocusNorFrame();
+    void takesNeitherFocusNorInputNorFrame();
     void keepsItsLabelForUsualTexts_data();
     void keepsItsLabelForUsualTexts();
     void fadesInWaitsAndFadesOut();
@@ -70,7 +71,7 @@ void TestToast::staysWhereItIsWithAParent()
     QVERIFY(toast->y() != screen.height() * 7 / 10);
 }
 
-void TestToast::takesNeitherFocusNorFrame()
+void TestToast::takesNeitherFocusNorInputNorFrame()
 {
     Toast::showTip(QStringLiteral("已复制"));
     const QWidget *toast = visibleToasts().value(0);
@@ -81,6 +82,7 @@ void TestToast::takesNeitherFocusNorFrame()
     QVERIFY(toast->testAttribute(Qt::WA_TranslucentBackground));
     QVERIFY(!toast->testAttribute(Qt::WA_QuitOnClose));
     QVERIFY(toast->testAttribute(Qt::WA_ShowWithoutActivating));
+    QVERIFY(toast->windowHandle()->flags().testFlag(Qt::WindowTransparentForInput));
     // Only the label is left of the window where nothing can be translucent.
     QCOMPARE(toast->mask().boundingRect(), labelOf(toast)->geometry());
 }

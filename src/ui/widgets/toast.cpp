@@ -7,6 +7,7 @@
 #include <QPropertyAnimation>
 #include <QScreen>
 #include <QTimer>
+#include <QWindow>
 
 namespace {
 
@@ -92,6 +93,8 @@ void Toast::showFor(int duration)
     const QPropertyAnimation *fadeIn = animateOpacity(this, 0.0, 1.0, fadeInDuration);
     connect(fadeIn, &QPropertyAnimation::finished, this,
             [this, duration] { QTimer::singleShot(duration, this, &Toast::fadeOut); });
+    winId(); // makes the window, which alone can let the mouse through to what lies behind it
+    windowHandle()->setFlag(Qt::WindowTransparentForInput);
     show();
 }
 

@@ -31,21 +31,25 @@ TransDialog::TransDialog() : m_ui(std::make_unique<Ui::TransDialog>())
 
 TransDialog::~TransDialog() = default;
 
-QString TransDialog::targetFile(const QString &folder, const QString &fileName)
+QString TransDialog::targetFile(const QString &folder, const QString &fileName,
+                                const QSet<QString> &taken)
 {
     const QString wanted = safePathInFolder(folder, fileName);
     const QFileInfo info(wanted);
     const QString suffix = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
     const QString start = info.path() + QLatin1Char('/') + info.completeBaseName();
     QString target = wanted;
-    for (int number = 1; QFileInfo::exists(target); ++number)
+    for (int number = 1; taken.contains(target) || QFileInfo::exists(target); ++number)
         target = QStringLiteral("%1 (%2)%3").arg(start).arg(number).arg(suffix);
     return target;
 }
 
 void TransDialog::onStartDownload(const QString &fileName, const QString &url)
 {
-    auto *download = new HttpDownLoader(url, targetFile(downloadFolder(), fileName), this);
+    const QString target = targetFile(downloadFolder(), fileName, m_targets);
+    auto *download = new HttpDownLoader(url, target, this);
+    m_targets.insert(target);
+    connect(download, &QObject::destroyed, this, [this, target] { m_targets.remove(target); });
     connect(download, &HttpDownLoader::downFinished, download, &QObject::deleteLater);
     connect(download, &HttpDownLoader::error, download, &QObject::deleteLater);
     qDebug() << "url:" << url;

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include <QSet>
+
 namespace Ui {
 class TransDialog;
 }
@@ -19,12 +21,14 @@ public:
     ~TransDialog() override;
 
     // The file in which a download of this name is kept: free of anything that the server's name
-    // could do to a path, and numbered when the name is taken.
-    [[nodiscard]] static QString targetFile(const QString &folder, const QString &fileName);
+    // could do to a path, and numbered when the name is taken, by a file or among `taken`.
+    [[nodiscard]] static QString targetFile(const QString &folder, const QString &fileName,
+                                            const QSet<QString> &taken = {});
 
 public slots:
     void onStartDownload(const QString &fileName, const QString &url);
 
 private:
     const std::unique_ptr<Ui::TransDialog> m_ui;
+    QSet<QString> m_targets; // of the downloads under way, which have no file yet
 };
