@@ -22,6 +22,7 @@
 #include "player/playback.h"
 #include "player/track_choices.h"
 #include "player/video_list_panel.h"
+#include "player/video_notice.h"
 #include "player/volume_level.h"
 #include "ui/widgets/toast.h"
 
@@ -66,6 +67,7 @@ void MpvPlayerWindow::layOut()
     m_mpvWidget->setFocusPolicy(Qt::StrongFocus);
     m_mpvWidget->setMouseTracking(true);
     m_mpvWidget->installEventFilter(this);
+    m_notice = new VideoNotice(m_mpvWidget);
     m_listPanel = new VideoListPanel;
     m_listPanel->setObjectName(QStringLiteral("videoListPanel"));
     m_controlBar = new ControlBar;
@@ -122,6 +124,7 @@ void MpvPlayerWindow::connectControls()
 void MpvPlayerWindow::connectPlayback()
 {
     connect(m_mpvWidget, &MpvWidget::paused, m_controlBar, &ControlBar::setPaused);
+    connect(m_mpvWidget, &MpvWidget::fileLoaded, m_notice, &VideoNotice::clear);
     connect(m_mpvWidget, &MpvWidget::volumeChanged, m_controlBar, &ControlBar::setVolume);
     connect(m_address, &PlayAddress::ready, this, &MpvPlayerWindow::onAddressReady);
     connect(m_address, &PlayAddress::unavailable, this, &MpvPlayerWindow::onAddressUnavailable);
@@ -243,6 +246,7 @@ void MpvPlayerWindow::openListed(int index)
 
 void MpvPlayerWindow::requestAddress(const QString &wantedQuality)
 {
+    m_notice->wait();
     m_address->request(m_user, m_currentFile, wantedQuality);
 }
 
@@ -265,6 +269,8 @@ void MpvPlayerWindow::onAddressUnavailable()
     m_playback->giveUp();
     if (m_playback->playing() && !m_playback->isOver())
         onBegun(m_playback->playing()->duration);
+    else if (m_notice->text().isEmpty())
+        m_notice->say(QStringLiteral("视频无法播放，请稍后再试"));
 }
 
 void MpvPlayerWindow::startPlaying()
@@ -341,6 +347,7 @@ void MpvPlayerWindow::applySkipTimes()
 
 void MpvPlayerWindow::onBegun(int duration)
 {
+    m_notice->clear();
     m_controlBar->setDuration(duration);
     m_controlBar->setSeekable(true);
     rebuildSkipMenu();
@@ -348,6 +355,7 @@ void MpvPlayerWindow::onBegun(int duration)
 
 void MpvPlayerWindow::onFailed(const QString &text)
 {
+    m_notice->say(text);
     Toast::showTip(text);
 }
 

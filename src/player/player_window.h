@@ -18,6 +18,7 @@ class QSplitter;
 class QVBoxLayout;
 class TrackChoices;
 class VideoListPanel;
+class VideoNotice;
 struct PlayRequest;
 
 // The player: the video, the controls below it and the list of the folder's videos at its right.
@@ -87,6 +88,7 @@ private:
     void togglePin();
 
     MpvWidget *m_mpvWidget = nullptr;
+    VideoNotice *m_notice = nullptr;
     QVBoxLayout *m_rows = nullptr;
     QSplitter *m_splitter = nullptr;
     VideoListPanel *m_listPanel = nullptr;
