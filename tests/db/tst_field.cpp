@@ -13,15 +13,10 @@ class TestField final : public QObject
 
 private slots:
     void aFieldIsNullUntilSet();
-    void fieldsAreDescribedInOrder();
     void setConvertsOrRefuses_data();
     void setConvertsOrRefuses();
     void nullTextIsNullAndEmptyTextIsAValue();
     void assignmentFromVariantReturnsWhatIsStored();
-    void copiesAreIndependent();
-    void metadataListsColumnsInOrder();
-    void clausesUniteInAnyOrder();
-    void metadataReachesFieldsByName();
     void aModelMayReferenceItself();
     void twoModelsOfOneTableWarnOnce();
     void streamFillsRecordsInColumnOrder();
@@ -52,18 +47,6 @@ void TestField::aFieldIsNullUntilSet()
     DQBaseField untyped;
     QVERIFY(untyped.set(QPoint(1, 2)));
     QCOMPARE(untyped.get(), QVariant(QPoint(1, 2)));
-}
-
-void TestField::fieldsAreDescribedInOrder()
-{
-    static_assert(!std::is_default_constructible_v<DQField<QString>>,
-                  "a field that is declared without its column would silently be none");
-    const auto &[name, offset, type, clause, placeholder] = dqMetaInfo<Director>()->at(1);
-    QCOMPARE(name, QStringLiteral("name"));
-    QVERIFY(offset > 0);
-    QCOMPARE(type, int(QMetaType::QString));
-    QCOMPARE(clause.size(), 2);
-    QCOMPARE(placeholder, QStringLiteral(":name"));
 }
 
 void TestField::setConvertsOrRefuses_data()
@@ -127,67 +110,6 @@ void TestField::assignmentFromVariantReturnsWhatIsStored()
     DQBaseField &year = film.year;
     QCOMPARE((year = QVariant(QStringLiteral("1927"))), QVariant(1927));
     QCOMPARE((year = QVariant(QStringLiteral("soon"))), QVariant(1927));
-}
-
-void TestField::copiesAreIndependent()
-{
-    Film film;
-    film.title = QStringLiteral("M");
-    Film copy = film;
-    copy.title = QStringLiteral("Metropolis");
-    copy.year = 1927;
-    QCOMPARE(film.title.value(), QStringLiteral("M"));
-    QVERIFY(film.year.isNull());
-    const Film moved = std::move(copy);
-    QCOMPARE(moved.title.value(), QStringLiteral("Metropolis"));
-}
-
-void TestField::metadataListsColumnsInOrder()
-{
-    const DQModelMetaInfo &model = *dqMetaInfo<Film>();
-    QCOMPARE(model.name(), QStringLiteral("Films"));
-    QCOMPARE(model.className(), QStringLiteral("Film"));
-    QCOMPARE(model.fieldNames().join(QLatin1Char(' ')),
-             QStringLiteral("id title year rating added director"));
-    QVector<int> types;
-    for (int i = 0; i < model.size(); ++i)
-        types.append(model.at(i).type);
-    QCOMPARE(types, (QVector<int>{QMetaType::Int, QMetaType::QString, QMetaType::Int,
-                                  QMetaType::Double, QMetaType::QDateTime, QMetaType::Int}));
-    QCOMPARE(model.nameOf(&Film::rating), QStringLiteral("rating"));
-    QCOMPARE(Film().metaInfo(), dqMetaInfo<Film>());
-    QCOMPARE(DQModelMetaInfo::find(QStringLiteral("Films")), dqMetaInfo<Film>());
-}
-
-void TestField::clausesUniteInAnyOrder()
-{
-    const DQModelMetaInfo &film = *dqMetaInfo<Film>();
-    const DQModelMetaInfo &director = *dqMetaInfo<Director>();
-    QCOMPARE(film.at(1).clause, director.at(1).clause);
-    QCOMPARE(film.at(0).clause.keys(), QList<DQConstraint>{DQConstraint::PrimaryKey});
-    QCOMPARE(film.at(1).clause.keys(),
-             (QList<DQConstraint>{DQConstraint::Unique, DQConstraint::NotNull}));
-    QCOMPARE(film.at(2).clause.value(DQConstraint::Default), QVariant(1895));
-    QCOMPARE(film.at(4).clause.value(DQConstraint::Default),
-             QVariant(QStringLiteral("CURRENT_TIMESTAMP")));
-    QVERIFY(film.at(4).clause.contains(DQConstraint::NotNull));
-    QCOMPARE(film.foreignKeys().size(), 1);
-    QCOMPARE(film.foreignKeys()
-                 .first()
-                 .clause.value(DQConstraint::ForeignKey)
-                 .value<DQModelMetaInfo *>(),
-             dqMetaInfo<Director>());
-}
-
-void TestField::metadataReachesFieldsByName()
-{
-    Film film;
-    const DQModelMetaInfo &model = *film.metaInfo();
-    QVERIFY(model.setValue(film, QStringLiteral("title"), QStringLiteral("M")));
-    QCOMPARE(film.title.value(), QStringLiteral("M"));
-    QCOMPARE(model.value(film, QStringLiteral("title")), QVariant(QStringLiteral("M")));
-    QVERIFY(!model.setValue(film, QStringLiteral("colour"), 1));
-    QVERIFY(!model.value(film, QStringLiteral("colour")).isValid());
 }
 
 void TestField::aModelMayReferenceItself()

@@ -26,7 +26,6 @@ private slots:
     void renameKeepsTheId();
     void refusesTakenNames();
     void movesWithAllBelow();
-    void copies();
     void trashGoesToABinThatNobodySees();
     void deletesForGood();
     void pathsThatWereLeftGiveNewIds();
@@ -131,22 +130,6 @@ void ChangesTest::movesWithAllBelow()
     const nlohmann::json intoItself = {{"file_id", m_server->fileId("films")},
                                        {"to_parent_file_id", show}};
     QCOMPARE(m_client->file("move", intoItself).status, 400);
-}
-
-void ChangesTest::copies()
-{
-    const nlohmann::json copy = {{"file_id", m_server->fileId("show")},
-                                 {"to_parent_file_id", m_server->fileId("films")},
-                                 {"auto_rename", ""}};
-    const JsonReply reply = m_client->file("copy", copy);
-    QCOMPARE(reply.body["file_id"], nlohmann::json(m_server->fileId("films/show")));
-    QCOMPARE(contentOf(onDisk("films/show/Ep02.mkv")), std::string("two"));
-    QCOMPARE(contentOf(onDisk("show/Ep02.mkv")), std::string("two"));
-    QCOMPARE(m_client->file("copy", copy).status, 409);
-    nlohmann::json renamed = copy;
-    renamed["auto_rename"] = "true";
-    QCOMPARE(m_client->file("copy", renamed).status, 200);
-    QVERIFY(fs::exists(onDisk("films/show(1)/Ep01.mkv")));
 }
 
 void ChangesTest::trashGoesToABinThatNobodySees()

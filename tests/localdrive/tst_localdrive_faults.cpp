@@ -32,11 +32,8 @@ private slots:
     void answersWithAStatus();
     void countsAndSkips();
     void mindsTheMethod();
-    void delays();
-    void replacesTheBody();
     void closesBeforeTheReply();
     void closesInsideTheBody();
-    void breaksJson();
     void leavesOutTheLength();
     void trickles();
     void frozenRequestsDoNotHoldOthersUp_data();
@@ -108,25 +105,6 @@ void FaultsTest::mindsTheMethod()
     QCOMPARE(m_client->http().Head(path)->status, 403);
 }
 
-void FaultsTest::delays()
-{
-    Fault fault = faultFor(ListPath);
-    fault.delay = milliseconds(300);
-    m_server->addFault(fault);
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(list().status, 200);
-    QVERIFY(timer.elapsed() >= 300);
-}
-
-void FaultsTest::replacesTheBody()
-{
-    Fault fault = faultFor(ListPath);
-    fault.body = R"({"items":"none"})";
-    m_server->addFault(fault);
-    QCOMPARE(list().body, (nlohmann::json{{"items", "none"}}));
-}
-
 void FaultsTest::closesBeforeTheReply()
 {
     m_server->addFault(faultFor(ListPath, Break::CloseBeforeReply));
@@ -151,14 +129,6 @@ void FaultsTest::closesInsideTheBody()
         QVERIFY(!result);
         QCOMPARE(received, std::size_t(bytes < 0 ? 500 : bytes));
     }
-}
-
-void FaultsTest::breaksJson()
-{
-    m_server->addFault(faultFor(ListPath, Break::BrokenJson));
-    const JsonReply reply = list();
-    QCOMPARE(reply.status, 200);
-    QVERIFY(reply.body.is_discarded());
 }
 
 void FaultsTest::leavesOutTheLength()

@@ -46,7 +46,6 @@ private slots:
     void markerKeepsItsPlaceWhileTheFolderChanges();
     void refusesWrongQueries_data();
     void refusesWrongQueries();
-    void describesFilesAndFolders();
     void showsNoLinks();
 };
 
@@ -205,46 +204,6 @@ void ListingTest::refusesWrongQueries()
     QCOMPARE(reply.status, status);
     for (const char *key : {"code", "message", "requestId"})
         QVERIFY(!reply.body.at(key).get<std::string>().empty());
-}
-
-void ListingTest::describesFilesAndFolders()
-{
-    localdrive::Server server;
-    const std::string name = "影片 “一” & 100%.MKV";
-    server.makeFile("文件夹/" + name, "12345");
-    QVERIFY(server.start());
-    DriveClient client(server);
-
-    const nlohmann::json folder = client.file("list", byName(10)).body["items"][0];
-    QCOMPARE(folder["type"], nlohmann::json("folder"));
-    QVERIFY(!folder.contains("size"));
-    const JsonReply reply = client.file("list", {{"parent_file_id", folder["file_id"]}});
-    nlohmann::json file = reply.body["items"][0];
-    const QRegularExpression time(QStringLiteral(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$)"));
-    for (const char *key : {"created_at", "updated_at", "local_modified_at"}) {
-        QVERIFY(time.match(QString::fromStdString(file[key])).hasMatch());
-        file.erase(key);
-    }
-    QVERIFY(file["thumbnail"].get<std::string>().find("/thumbnail/") != std::string::npos);
-    file.erase("thumbnail");
-    const nlohmann::json expected = {{"name", name},
-                                     {"type", "file"},
-                                     {"size", 5},
-                                     {"category", "video"},
-                                     {"file_extension", "mkv"},
-                                     {"content_type", "video/x-matroska"},
-                                     {"mime_type", "video/x-matroska"},
-                                     {"drive_id", server.driveId()},
-                                     {"domain_id", "localdrive"},
-                                     {"file_id", server.fileId("文件夹/" + name)},
-                                     {"parent_file_id", folder["file_id"]},
-                                     {"status", "available"},
-                                     {"hidden", false},
-                                     {"starred", false},
-                                     {"trashed", false},
-                                     {"encrypt_mode", "none"},
-                                     {"punish_flag", 0}};
-    QCOMPARE(file, expected);
 }
 
 void ListingTest::showsNoLinks()

@@ -19,7 +19,6 @@ private slots:
     void tokensAreRefused();
     void theWebAddressLeadsToTheScanPage();
     void pressesComeFromThisMachineOnly();
-    void tellsOfTheAccount();
     void keepsReports();
 
 private:
@@ -200,27 +199,6 @@ void LoginTest::pressesComeFromThisMachineOnly()
     QCOMPARE(m_client->http().Post(path, {{"Origin", "https://example.org"}}, "", "")->status, 403);
     QCOMPARE(m_client->http().Post(path, {{"Host", "example.org"}}, "", "")->status, 403);
     QCOMPARE(m_client->http().Post(path, {{"Origin", m_server->baseUrl()}}, "", "")->status, 303);
-}
-
-void LoginTest::tellsOfTheAccount()
-{
-    m_server->makeFile("a/b", std::string(1000, 'x'));
-    m_server->makeFile("c", std::string(24, 'x'));
-    m_server->setAccountStatus(0, "disabled");
-    const nlohmann::json drive = m_client->post("/adrive/v1.0/user/getDriveInfo", {}).body;
-    for (const char *key :
-         {"status", "user_id", "nick_name", "avatar", "phone", "default_drive_id", "user_data"})
-        QVERIFY2(drive.contains(key), key);
-    QCOMPARE(drive["status"], nlohmann::json("disabled"));
-    const nlohmann::json item = {{"used_size", 1024}, {"total_size", std::int64_t{1} << 40}};
-    QCOMPARE(m_client->post("/adrive/v1.0/user/getSpaceInfo", {}).body,
-             (nlohmann::json{{"personal_space_info", item}}));
-    QCOMPARE(m_client->post("/adrive/v1.0/user/getVipInfo", {}).body["identity"],
-             nlohmann::json("svip"));
-    const httplib::Headers headers = {
-        {"Authorization", "Bearer " + m_server->loginDirectly(1).accessToken}};
-    const auto user = m_client->http().Get("/oauth/users/info", headers);
-    QCOMPARE(nlohmann::json::parse(user->body)["id"], nlohmann::json(m_server->userId(1)));
 }
 
 void LoginTest::keepsReports()

@@ -47,8 +47,6 @@ private slots:
     void streamsFollowTheContent();
     void whatIsNoVideoHasNoPreview_data();
     void whatIsNoVideoHasNoPreview();
-    void drawsThumbnails();
-    void tellsTheMeasures();
     void playlistsInDisguiseOpenNothing();
     void stopsInTheMiddle();
 
@@ -220,30 +218,6 @@ void MediaTest::whatIsNoVideoHasNoPreview()
     const JsonReply reply = playInfo(utf8(name));
     QCOMPARE(reply.status, 404);
     QCOMPARE(reply.code(), std::string("NotFound.VideoPreviewInfo"));
-}
-
-void MediaTest::drawsThumbnails()
-{
-    const nlohmann::json file =
-        m_client->file("get", {{"file_id", m_server->fileId(TwoSeconds)}}).body;
-    const auto picture = m_client->get(file["thumbnail"]);
-    QCOMPARE(picture->status, 200);
-    QCOMPARE(picture->get_header_value("Content-Type"), std::string("image/jpeg"));
-    QVERIFY(picture->body.rfind("\xff\xd8", 0) == 0);
-    m_server->makeFile("fake.mp4", "text");
-    const nlohmann::json fake =
-        m_client->file("get", {{"file_id", m_server->fileId("fake.mp4")}}).body;
-    QCOMPARE(m_client->get(fake["thumbnail"])->status, 404);
-}
-
-void MediaTest::tellsTheMeasures()
-{
-    const nlohmann::json file =
-        m_client->file("get", {{"file_id", m_server->fileId(TwoSeconds)}}).body;
-    QCOMPARE(file["video_media_metadata"]["width"], nlohmann::json(720));
-    QCOMPARE(file["video_media_metadata"]["height"], nlohmann::json(400));
-    const std::string duration = file["video_media_metadata"]["duration"];
-    QVERIFY(qAbs(std::stod(duration) - 2.0) < 0.2);
 }
 
 void MediaTest::playlistsInDisguiseOpenNothing()
