@@ -2,9 +2,9 @@
 
 #include <QMenu>
 
-// Menu of a button at a window's lower edge, such as those of the player's control bar: it opens
-// above its button, centred on it, and inside the screen, also when it is the menu of a tool
-// button that is its parent.
+// The program's menu. As the menu of a tool button that is its parent, such as those of the
+// player's control bar, it opens above the button, centred on it, and inside the screen; with any
+// other parent it opens where it is told to.
 class CustomPopUpMenu final : public QMenu
 {
     Q_OBJECT

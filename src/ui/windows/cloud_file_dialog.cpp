@@ -2,7 +2,6 @@
 
 #include <QActionGroup>
 #include <QHeaderView>
-#include <QMenu>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSignalBlocker>
@@ -14,6 +13,7 @@
 #include "db/tables/operations.h"
 #include "player/play_request.h"
 #include "player/video_quality.h"
+#include "ui/widgets/custom_pop_up_menu.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 #include "ui/windows/file_browser.h"
 #include "ui/windows/file_operations.h"
@@ -286,7 +286,7 @@ void CloudFileDialog::initVideoQualityMenu()
 // Once: the user may have the menu open while a page arrives.
 void CloudFileDialog::fillVideoQualityMenu()
 {
-    auto *menu = new QMenu(m_ui->btnVideoQuality);
+    auto *menu = new CustomPopUpMenu(this);
     for (const VideoQuality &quality : videoQualities()) {
         QAction *action = menu->addAction(quality.listText);
         action->setCheckable(true);

@@ -4,13 +4,13 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QMenu>
 
 #include "api/records/change_records.h"
 #include "api/records/file_records.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
 #include "login/qr_login_dlg.h"
+#include "ui/widgets/custom_pop_up_menu.h"
 #include "ui/widgets/toast.h"
 #include "ui/windows/file_browser.h"
 #include "ui/windows/file_operations.h"
@@ -49,7 +49,7 @@ const QVector<CloudFileDialog::MenuEntry> &CloudFileDialog::menuEntries()
 
 void CloudFileDialog::setUpMenu()
 {
-    m_menu = new QMenu(m_ui->fileList);
+    m_menu = new CustomPopUpMenu(m_ui->fileList);
     for (const MenuEntry &entry : menuEntries())
         m_menu->addAction(QIcon(entry.iconPath), entry.text);
     connect(m_menu, &QMenu::aboutToShow, this, &CloudFileDialog::updateMenu);
