@@ -264,6 +264,10 @@ void MpvWidget::handleMpvEvent(const mpv_event &event)
         if (m_startedEntry == m_loadedEntry)
             emit fileLoaded();
         break;
+    case MPV_EVENT_PLAYBACK_RESTART:
+        if (m_startedEntry == m_loadedEntry)
+            emit playbackRestarted();
+        break;
     case MPV_EVENT_END_FILE:
         handleEndFile(*static_cast<const mpv_event_end_file *>(event.data));
         break;

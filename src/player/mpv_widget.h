@@ -88,6 +88,8 @@ signals:
     void mouseReleased();
     // The file that was loaded last has been opened; its properties can be read.
     void fileLoaded();
+    // That file plays, from its beginning or after a seek.
+    void playbackRestarted();
 
 public slots:
     // libmpv's two callbacks arrive on threads of its own and reach these by name.

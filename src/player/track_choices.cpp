@@ -1,6 +1,7 @@
 #include "player/track_choices.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QDebug>
 
@@ -11,6 +12,11 @@
 #include "player/track_labels.h"
 
 namespace {
+
+QVariant automatic()
+{
+    return QStringLiteral("auto");
+}
 
 void setTrack(MpvWidget &mpv, const QString &property, int id)
 {
@@ -35,6 +41,7 @@ TrackChoices::TrackChoices(MpvWidget &mpv, Playback &playback, FolderMemory &fol
     : QObject(parent), m_mpv(mpv), m_playback(playback), m_folder(folder)
 {
     connect(&mpv, &MpvWidget::fileLoaded, this, &TrackChoices::onFileLoaded);
+    connect(&mpv, &MpvWidget::playbackRestarted, this, &TrackChoices::onPlaybackRestarted);
     connect(&mpv, &MpvWidget::trackListChanged, this, &TrackChoices::onTrackListChanged);
     connect(&m_fetcher, &SubtitleFetcher::fetched, this, &TrackChoices::onFetched);
 }
@@ -70,15 +77,26 @@ TrackChoices::SubtitleChoice TrackChoices::rememberedSubtitle() const
 }
 
 // libmpv carries a chosen number over to the next file, where it may mean another track or none.
+// What is remembered is asked for ahead of loading, so that it plays from the first second where
+// the new file has the same tracks as the last one; elsewhere libmpv forgets it.
 void TrackChoices::beginLoad()
 {
     m_fileLoaded = false;
+    m_tracksChosen = false;
     m_added.clear();
     m_tracks = TrackInfo();
-    m_mpv.setProperty(audioProperty(), QStringLiteral("auto"));
-    m_mpv.setProperty(subtitleProperty(), m_subtitle.kind == SubtitleKind::Off
-                                              ? QStringLiteral("no")
-                                              : QStringLiteral("auto"));
+    if (m_audioTrackId) {
+        setTrack(m_mpv, audioProperty(), *m_audioTrackId);
+    } else {
+        m_mpv.setProperty(audioProperty(), automatic());
+    }
+    if (m_subtitle.kind == SubtitleKind::Off) {
+        setTrack(m_mpv, subtitleProperty(), FolderMemory::noTrack);
+    } else if (m_subtitle.kind == SubtitleKind::Embedded) {
+        setTrack(m_mpv, subtitleProperty(), m_subtitle.trackId);
+    } else {
+        m_mpv.setProperty(subtitleProperty(), automatic());
+    }
     emit changed();
 }
 
@@ -94,13 +112,20 @@ void TrackChoices::onFileLoaded()
 {
     m_fileLoaded = true;
     m_tracks = m_mpv.trackInfo();
-    selectRemembered();
     if (!m_path.isEmpty() && m_subtitle.kind == SubtitleKind::DriveFile) {
         addFile();
     } else {
         chooseFileAutomatically();
     }
     emit changed();
+}
+
+// Not before: changing tracks while a file starts makes libmpv seek back for the new track's data,
+// and the start may never end.
+void TrackChoices::onPlaybackRestarted()
+{
+    if (m_fileLoaded && !std::exchange(m_tracksChosen, true))
+        selectRemembered();
 }
 
 void TrackChoices::onTrackListChanged(const TrackInfo &tracks)
@@ -117,9 +142,14 @@ void TrackChoices::selectRemembered()
         return std::any_of(m_tracks.audioTracks.cbegin(), m_tracks.audioTracks.cend(),
                            [id](const AudioTrack &track) { return track.id == id; });
     };
-    if (m_audioTrackId && hasAudio(*m_audioTrackId))
+    if (m_audioTrackId && hasAudio(*m_audioTrackId)) {
         setTrack(m_mpv, audioProperty(), *m_audioTrackId);
+    } else if (m_audioTrackId) {
+        m_mpv.setProperty(audioProperty(), automatic());
+    }
 
+    if (!m_added.isEmpty())
+        return;
     if (m_subtitle.kind == SubtitleKind::Off) {
         setTrack(m_mpv, subtitleProperty(), FolderMemory::noTrack);
     } else if (m_subtitle.kind == SubtitleKind::Embedded && hasSubtitleTrack(m_subtitle.trackId)) {
@@ -255,6 +285,7 @@ void TrackChoices::chooseSubtitle(const QVariant &data)
     if (!m_playback.current())
         return;
     m_fileChosen = true;
+    m_tracksChosen = true;
     m_fetcher.cancel();
     if (data.type() == QVariant::String) {
         chooseFile(data.toString());

@@ -60,6 +60,7 @@ private:
     [[nodiscard]] bool hasSubtitleTrack(int id) const;
     [[nodiscard]] QList<int> externalTracks() const;
     void onFileLoaded();
+    void onPlaybackRestarted();
     void onTrackListChanged(const TrackInfo &tracks);
     void onFetched(const QString &fileId, const QString &path);
     void selectRemembered();
@@ -86,5 +87,6 @@ private:
     QStringList m_added;                // ids of the files added to what is loaded, in order
     bool m_filesKnown = false;
     bool m_fileLoaded = false;
-    bool m_fileChosen = false; // the automatic choice of a file was made, or the user's
+    bool m_tracksChosen = false; // of the loaded file, by what is remembered or by the user
+    bool m_fileChosen = false;   // the automatic choice of a file was made, or the user's
 };
