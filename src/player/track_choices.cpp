@@ -51,7 +51,7 @@ void TrackChoices::beginVideo(const UserInfo &user)
     m_user = user;
     m_fetcher.cancel();
     m_subtitleFiles.clear();
-    m_path.clear();
+    m_paths.clear();
     m_filesKnown = false;
     m_fileLoaded = false;
     m_fileChosen = false;
@@ -112,7 +112,7 @@ void TrackChoices::onFileLoaded()
 {
     m_fileLoaded = true;
     m_tracks = m_mpv.trackInfo();
-    if (!m_path.isEmpty() && m_subtitle.kind == SubtitleKind::DriveFile) {
+    if (m_subtitle.kind == SubtitleKind::DriveFile && m_paths.contains(m_subtitle.fileId)) {
         addFile();
     } else {
         chooseFileAutomatically();
@@ -138,16 +138,9 @@ void TrackChoices::onTrackListChanged(const TrackInfo &tracks)
 
 void TrackChoices::selectRemembered()
 {
-    const auto hasAudio = [this](int id) {
-        return std::any_of(m_tracks.audioTracks.cbegin(), m_tracks.audioTracks.cend(),
-                           [id](const AudioTrack &track) { return track.id == id; });
-    };
-    if (m_audioTrackId && hasAudio(*m_audioTrackId)) {
-        setTrack(m_mpv, audioProperty(), *m_audioTrackId);
-    } else if (m_audioTrackId) {
-        m_mpv.setProperty(audioProperty(), automatic());
-    }
-
+    m_tracks = m_mpv.trackInfo();
+    if (m_audioTrackId)
+        setTrack(m_mpv, audioProperty(), playableAudio(*m_audioTrackId));
     if (!m_added.isEmpty())
         return;
     if (m_subtitle.kind == SubtitleKind::Off) {
@@ -157,6 +150,23 @@ void TrackChoices::selectRemembered()
     } else {
         selectChinese();
     }
+}
+
+// libmpv plays nothing in the place of a wanted track that the file does not have.
+int TrackChoices::playableAudio(int wanted) const
+{
+    const QList<AudioTrack> &tracks = m_tracks.audioTracks;
+    const auto find = [&tracks](auto isRight) {
+        return std::find_if(tracks.cbegin(), tracks.cend(), isRight);
+    };
+    auto found = find([wanted](const AudioTrack &track) { return track.id == wanted; });
+    if (found == tracks.cend())
+        found = find([](const AudioTrack &track) { return track.selected; });
+    if (found == tracks.cend())
+        found = find([](const AudioTrack &track) { return track.isDefault; });
+    if (found == tracks.cend())
+        found = tracks.cbegin();
+    return found == tracks.cend() ? FolderMemory::noTrack : found->id;
 }
 
 void TrackChoices::selectChinese()
@@ -219,17 +229,17 @@ void TrackChoices::onFetched(const QString &fileId, const QString &path)
 {
     if (m_subtitle.kind != SubtitleKind::DriveFile || m_subtitle.fileId != fileId)
         return;
-    m_path = path;
+    m_paths.insert(fileId, path);
     if (m_fileLoaded)
         addFile();
 }
 
 void TrackChoices::addFile()
 {
-    m_mpv.addSubtitle(m_path);
+    m_mpv.addSubtitle(m_paths.value(m_subtitle.fileId));
     m_tracks = m_mpv.trackInfo();
-    // A file that libmpv cannot read adds no track.
-    if (externalTracks().size() > m_added.size())
+    // A file that libmpv cannot read adds no track, some add more than one.
+    while (m_added.size() < externalTracks().size())
         m_added.append(m_subtitle.fileId);
     emit changed();
 }
@@ -246,18 +256,22 @@ QList<int> TrackChoices::externalTracks() const
 
 QList<MenuEntry> TrackChoices::subtitleMenu() const
 {
-    const QStringList labels = subtitleTrackLabels(m_tracks);
-    QList<MenuEntry> entries;
+    TrackInfo embedded;
     QString selectedFile;
     bool anySelected = false;
-    for (int i = 0; i < m_tracks.subTracks.size(); ++i) {
-        const SubTrack &track = m_tracks.subTracks.at(i);
+    for (const SubTrack &track : m_tracks.subTracks) {
         anySelected |= track.selected;
         if (!track.external) {
-            entries.append({labels.at(i), track.id, track.selected});
+            embedded.subTracks.append(track);
         } else if (track.selected) {
             selectedFile = m_added.value(externalTracks().indexOf(track.id));
         }
+    }
+    const QStringList labels = subtitleTrackLabels(embedded);
+    QList<MenuEntry> entries;
+    for (int i = 0; i < labels.size(); ++i) {
+        const SubTrack &track = embedded.subTracks.at(i);
+        entries.append({labels.at(i), track.id, track.selected});
     }
     entries.prepend({QStringLiteral("关闭字幕"), FolderMemory::noTrack, !anySelected});
     bool first = true;
@@ -292,6 +306,7 @@ void TrackChoices::chooseSubtitle(const QVariant &data)
     } else {
         chooseTrack(data.toInt());
     }
+    m_playback.saveRecord();
 }
 
 void TrackChoices::chooseTrack(int id)
@@ -306,20 +321,21 @@ void TrackChoices::chooseTrack(int id)
 void TrackChoices::chooseFile(const QString &fileId)
 {
     remember({SubtitleKind::DriveFile, 0, fileId});
+    m_selectedSubtitleTrackId = -1;
     m_folder.setSubtitleTrack(std::nullopt);
     const int added = m_added.indexOf(fileId);
     if (added >= 0) {
         setTrack(m_mpv, subtitleProperty(), externalTracks().value(added));
+    } else if (m_fileLoaded && m_paths.contains(fileId)) {
+        addFile();
     } else {
         fetchFile(fileId);
     }
 }
 
-// The video's row is written with the next save of the history.
 void TrackChoices::remember(const SubtitleChoice &choice)
 {
     m_subtitle = choice;
-    m_path.clear();
     if (PlayedVideo *video = m_playback.current()) {
         video->history.subTitleType = static_cast<int>(choice.kind);
         video->history.subTitle = choice.fileId;

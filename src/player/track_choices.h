@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include <QHash>
 #include <QObject>
 
 #include "api/records/file_records.h"
@@ -64,6 +65,7 @@ private:
     void onTrackListChanged(const TrackInfo &tracks);
     void onFetched(const QString &fileId, const QString &path);
     void selectRemembered();
+    [[nodiscard]] int playableAudio(int wanted) const;
     void selectChinese();
     void chooseFileAutomatically();
     void fetchFile(const QString &fileId);
@@ -83,8 +85,8 @@ private:
     SubtitleChoice m_subtitle;
     std::optional<int> m_audioTrackId;
     int m_selectedSubtitleTrackId = -1; // chosen since the window opened
-    QString m_path;                     // of the downloaded file of m_subtitle
-    QStringList m_added;                // ids of the files added to what is loaded, in order
+    QHash<QString, QString> m_paths;    // of this video's downloaded files, by their ids
+    QStringList m_added;                // for each external track of what is loaded, its file's id
     bool m_filesKnown = false;
     bool m_fileLoaded = false;
     bool m_tracksChosen = false; // of the loaded file, by what is remembered or by the user

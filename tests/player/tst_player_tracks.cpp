@@ -52,10 +52,12 @@ private slots:
     void picksTheChineseSubtitle();
     void choicesGoToTheNextEpisode();
     void aChoiceLeavesTheRestOfTheFolder();
+    void aRememberedTrackMayBeMissing();
     void offIsAChoice();
     void addsTheSimilarFile();
     void remembersTheFileOfAVideo();
     void choosesFilesAndTracksInTurn();
+    void aFileGoesBeforeAnEarlierTrack();
     void aFileThatCannotBeHadAddsNothing();
     void readsChineseEncodings_data();
     void readsChineseEncodings();
@@ -174,6 +176,18 @@ void TestPlayerTracks::choicesGoToTheNextEpisode()
     QCOMPARE(property("aid").toInt(), 2);
 }
 
+void TestPlayerTracks::aRememberedTrackMayBeMissing()
+{
+    FolderSetting setting;
+    setting.folderId = m_player->item(first).parent_file_id;
+    setting.audioTrackId = QStringLiteral("7");
+    setting.subtitleTrackId = QStringLiteral("9");
+    saveFolderSetting(setting);
+    play(first);
+    QTRY_COMPARE(m_player->checkedText(audio), QStringLiteral("日语 AAC 单声道"));
+    QTRY_COMPARE(m_player->checkedText(subtitle), QStringLiteral("中文 SRT"));
+}
+
 // The skip times may be cleared on the history page while the player is open.
 void TestPlayerTracks::aChoiceLeavesTheRestOfTheFolder()
 {
@@ -260,6 +274,30 @@ void TestPlayerTracks::choosesFilesAndTracksInTurn()
     // Each file was fetched and added once.
     QCOMPARE(m_player->menuTexts(subtitle).size(), 5);
     QCOMPARE(property("track-list/count").toInt(), 7);
+
+    // One that was fetched before it was chosen again comes along, too.
+    QVERIFY(m_player->choose(subtitle, QStringLiteral("a.srt")));
+    const QString source = m_player->menuTexts(QStringLiteral("quality")).last();
+    QVERIFY(m_player->choose(QStringLiteral("quality"), source));
+    QTRY_COMPARE(m_player->checkedText(QStringLiteral("quality")), source);
+    QTRY_COMPARE(words(), QString());
+    QTRY_COMPARE(words(), QStringLiteral("file a"));
+}
+
+// The choice of a file ends that of a track for the next episodes.
+void TestPlayerTracks::aFileGoesBeforeAnEarlierTrack()
+{
+    m_player->addFile(QStringLiteral("show/Ep02.srt"), subRip(QStringLiteral("similar")));
+    play(first);
+    QVERIFY(m_player->choose(subtitle, QStringLiteral("英语 SRT")));
+    QVERIFY(m_player->choose(subtitle, QStringLiteral("Ep02.srt")));
+    QTRY_COMPARE(words(), QStringLiteral("similar"));
+    QCOMPARE(m_player->storedHistory(first).subTitle.value(),
+             m_player->item(QStringLiteral("show/Ep02.srt")).file_id);
+    QTest::mouseClick(m_player->part(QStringLiteral("next")), Qt::LeftButton);
+    QTRY_COMPARE(m_player->window()->windowTitle(), QStringLiteral("Ep02.mkv"));
+    QTRY_COMPARE(m_player->checkedText(subtitle), QStringLiteral("Ep02.srt"));
+    QTRY_COMPARE(words(), QStringLiteral("similar"));
 }
 
 void TestPlayerTracks::aFileThatCannotBeHadAddsNothing()
