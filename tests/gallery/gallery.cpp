@@ -140,7 +140,6 @@ void Gallery::shoot(const QString &name)
 
 void Gallery::place(QWidget *window, const QSize &size)
 {
-    window->setWindowIcon(QIcon(QStringLiteral(":/image/moravu.png")));
     window->resize(size);
     window->move(60, 40);
     window->show();
@@ -481,6 +480,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     std::setlocale(LC_NUMERIC, "C");
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/image/moravu.png")));
     loadStyleSheet();
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty() || !QDir().mkpath(arguments.first()))

@@ -52,8 +52,11 @@ void WindowFrame::paint()
     option.initFrom(m_window);
     m_window->style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, m_window);
     if (framed() && !m_window->isMaximized()) {
-        painter.setPen(m_window->palette().color(QPalette::Mid));
-        painter.drawRect(m_window->rect().adjusted(0, 0, -1, -1));
+        // Not a drawn rectangle: on dense screens half of its pen falls outside.
+        const QRect outside = m_window->rect();
+        const QRect inside = outside.adjusted(borderWidth, borderWidth, -borderWidth, -borderWidth);
+        for (const QRect &side : QRegion(outside) - inside)
+            painter.fillRect(side, m_window->palette().color(QPalette::Mid));
     }
 }
 
