@@ -277,6 +277,12 @@ void TestFileTable::keepsTheViewWhereItIs()
     QCOMPARE(table.verticalScrollBar()->value(), place);
     table.makeCurrent(QStringLiteral("id-0"), 0, FileTable::Scroll::ToRow);
     QCOMPARE(table.verticalScrollBar()->value(), 0);
+
+    table.verticalScrollBar()->setValue(50);
+    const QString top = table.fileIdAt(table.rowAt(0));
+    for (const int row : {0, 60, 10})
+        table.removeFile(table.fileIdAt(row));
+    QCOMPARE(table.fileIdAt(table.rowAt(0)), top);
 }
 
 int main(int argc, char *argv[])

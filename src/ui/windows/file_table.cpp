@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QHeaderView>
 #include <QScopedValueRollback>
+#include <QScrollBar>
 #include <QSignalBlocker>
 
 #include "api/records/file_records.h"
@@ -158,8 +159,15 @@ void FileTable::removeFile(const QString &fileId)
 {
     const int row = rowOf(fileId);
     m_entries.remove(fileId);
-    if (row >= 0)
-        removeRow(row);
+    if (row < 0)
+        return;
+    // The rows that the user sees stay where they are.
+    const bool isAbove = row < rowAt(0) && !isRowHidden(row);
+    setAutoScroll(false);
+    removeRow(row);
+    setAutoScroll(true);
+    if (isAbove)
+        verticalScrollBar()->setValue(verticalScrollBar()->value() - 1);
 }
 
 void FileTable::setFileName(const QString &fileId, const QString &name)

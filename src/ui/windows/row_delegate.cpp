@@ -7,6 +7,10 @@ RowDelegate::RowDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
 void RowDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
 {
     QStyledItemDelegate::initStyleOption(option, index);
-    if (const auto *table = qobject_cast<const RowTable *>(option->widget))
-        option->state.setFlag(QStyle::State_MouseOver, index.row() == table->hoveredRow());
+    const auto *table = qobject_cast<const RowTable *>(option->widget);
+    if (!table)
+        return;
+    option->state.setFlag(QStyle::State_MouseOver, index.row() == table->hoveredRow());
+    option->state.setFlag(QStyle::State_HasFocus, table->hasFocus() && index.column() == 0 &&
+                                                      index.row() == table->currentRow());
 }

@@ -63,6 +63,12 @@ bool RowTable::viewportEvent(QEvent *event)
     return QTableWidget::viewportEvent(event);
 }
 
+void RowTable::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QTableWidget::currentChanged(current, previous);
+    viewport()->update(); // the focus is shown at the row's start, wherever the cell is
+}
+
 void RowTable::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QTableWidget::selectionChanged(selected, deselected);
@@ -71,10 +77,11 @@ void RowTable::selectionChanged(const QItemSelection &selected, const QItemSelec
 
 QModelIndex RowTable::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
+    if (action != MoveHome && action != MoveEnd)
+        return QTableWidget::moveCursor(action, modifiers);
     // By itself a table goes to the ends of the row, and to the corners with this modifier.
-    if (action == MoveHome || action == MoveEnd)
-        modifiers |= Qt::ControlModifier;
-    return QTableWidget::moveCursor(action, modifiers);
+    const QModelIndex corner = QTableWidget::moveCursor(action, modifiers | Qt::ControlModifier);
+    return corner.siblingAtColumn(qMax(0, currentIndex().column()));
 }
 
 void RowTable::setHoveredRow(int row)
