@@ -96,7 +96,10 @@ QString AppSettings::curUserId() const
 
 void AppSettings::setCurUserId(const QString &userId)
 {
-    m_settings->setValue(userSetting.key, userId);
+    // Writing waits for the disk; the start and each click on a tab name whom the file names
+    // already.
+    if (m_settings->value(userSetting.key) != userId)
+        m_settings->setValue(userSetting.key, userId);
 }
 
 bool AppSettings::delToRecycle() const

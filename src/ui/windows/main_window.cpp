@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QWindow>
 
 #include "api/session/system_report.h"
@@ -56,7 +57,8 @@ MainWindow::MainWindow(QWidget *parent)
     connectPlayer();
     m_statusLabel.setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     statusBar()->addPermanentWidget(&m_statusLabel, 0);
-    reportSystemInfo();
+    // Once the window is on its way to the screen: encryption has a library to set up.
+    QTimer::singleShot(0, this, &reportSystemInfo);
 }
 
 MainWindow::~MainWindow() = default;
