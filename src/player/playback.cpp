@@ -259,7 +259,11 @@ void Playback::endPlaying()
         return;
     if (endedEarly()) {
         refetch();
-    } else if (m_mpv.isPaused()) {
+        return;
+    }
+    // Positions stop short of the end; a video that was watched to it begins anew next time.
+    m_playing->position = m_playing->duration;
+    if (m_mpv.isPaused()) {
         m_advanceOnPlay = true;
     } else {
         emit finished();

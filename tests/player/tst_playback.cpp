@@ -175,6 +175,10 @@ void TestPlayback::shortVideosFollowEachOther()
     m_player->open(QStringLiteral("clips/0.mkv"));
     QTRY_VERIFY_WITH_TIMEOUT(opened().size() >= count, count * 8000);
     QCOMPARE(opened().mid(0, count), expected);
+    // Watched to its end: it will begin anew.
+    const PlayHistory watched = m_player->storedHistory(QStringLiteral("clips/2.mkv"));
+    QCOMPARE(watched.playPosition.value(), 4);
+    QCOMPARE(watched.duration.value(), 4);
     m_player->window()->close();
 }
 
