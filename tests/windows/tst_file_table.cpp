@@ -1,9 +1,11 @@
 #include "ui/windows/file_table.h"
 
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolTip>
 
 #include "api/records/file_records.h"
 #include "app/environment/file_list_state.h"
@@ -66,6 +68,8 @@ private slots:
     void surplusAndMissingColumnsDoNoHarm();
     void showsLocalTimesAndSizes();
     void keepsTheViewWhereItIs();
+    void rowsReachToTheEdge();
+    void showsInFullWhatIsCutOff();
 };
 
 void TestFileTable::startsWithTheBuiltInLayout()
@@ -283,6 +287,42 @@ void TestFileTable::keepsTheViewWhereItIs()
     for (const int row : {0, 60, 10})
         table.removeFile(table.fileIdAt(row));
     QCOMPARE(table.fileIdAt(table.rowAt(0)), top);
+}
+
+void TestFileTable::rowsReachToTheEdge()
+{
+    FileTable table;
+    table.resize(1200, 400);
+    table.show();
+    table.setFiles(sample());
+    const QSignalSpy opened(&table, &QTableWidget::itemDoubleClicked);
+    const QPoint beyond(1100, table.rowViewportPosition(2) + 25);
+    QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, beyond);
+    QCOMPARE(table.selectedFileIds(), QStringList{table.fileIdAt(2)});
+    QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, beyond);
+    QCOMPARE(opened.size(), 1);
+    QTest::keyClick(&table, Qt::Key_End);
+    QCOMPARE(table.currentRow(), 5);
+    QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, QPoint(1100, 390));
+    QVERIFY(table.selectedFileIds().isEmpty());
+}
+
+void TestFileTable::showsInFullWhatIsCutOff()
+{
+    FileTable table;
+    table.resize(1200, 400);
+    table.show();
+    const QString longName = QString(100, QLatin1Char('m'));
+    table.setFiles({entry(longName, QStringLiteral("1"), QString()),
+                    entry(QStringLiteral("short"), QStringLiteral("1"), QString())});
+    for (const bool isLong : {false, true}) {
+        const int row =
+            table.rowOf(QStringLiteral("id-") + (isLong ? longName : QStringLiteral("short")));
+        const QPoint place(100, table.rowViewportPosition(row) + 25);
+        QHelpEvent asked(QEvent::ToolTip, place, table.viewport()->mapToGlobal(place));
+        QCoreApplication::sendEvent(table.viewport(), &asked);
+        QCOMPARE(QToolTip::text().contains(longName), isLong);
+    }
 }
 
 int main(int argc, char *argv[])
