@@ -5,7 +5,6 @@
 
 #include <QMessageBox>
 
-#include "player/mpv_library.h"
 #include "player/play_request.h"
 #include "player/player_window.h"
 
@@ -65,9 +64,4 @@ void PlayerHost::closeAll()
         return;
     m_window->close();
     delete m_window; // now, not when the event loop comes to it: libmpv must be gone
-}
-
-void PlayerHost::preload()
-{
-    mpvLibrary();
 }

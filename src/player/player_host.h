@@ -9,7 +9,7 @@ struct PlayRequest;
 
 // Opens videos in the one player window of the program. The window is made for the first video,
 // reused while it is open, and destroys itself when the user closes it.
-// Interface thread only; nothing of libmpv is loaded before the first video or preload().
+// Interface thread only; nothing of libmpv is loaded before the first video.
 class PlayerHost final : public QObject
 {
     Q_OBJECT
@@ -27,9 +27,6 @@ public:
     // Saves the history and destroys the window before it returns. To be called before the
     // database is closed; the host can be used again afterwards.
     void closeAll();
-
-    // Loads libmpv ahead of the first video; for when the program has nothing else to do.
-    static void preload();
 
 signals:
     // A row of the watch history was written.

@@ -215,9 +215,9 @@ void MpvPlayerWindow::playRelative(int step)
     m_playback->saveHistory();
     const int index = current + step;
     if (index >= m_videoList.size()) {
-        openListed(0);
+        openFile(m_videoList.first(), false);
     } else {
-        openListed(index < 0 ? m_videoList.size() - 1 : index);
+        openFile(index < 0 ? m_videoList.last() : m_videoList.at(index), false);
     }
 }
 
@@ -226,22 +226,21 @@ void MpvPlayerWindow::playChosen(const QString &fileId)
     for (int i = 0; i < m_videoList.size(); ++i) {
         if (m_videoList.at(i).file_id == fileId && i != currentIndex()) {
             m_playback->saveHistory();
-            openListed(i);
+            openFile(m_videoList.at(i), false);
             return;
         }
     }
 }
 
-void MpvPlayerWindow::openListed(int index)
+void MpvPlayerWindow::openFile(const FileItem &file, bool resumePending)
 {
-    const FileItem file = m_videoList.at(index);
     PlayHistory history;
     if (!loadPlayHistory(file.file_id, history)) {
         history.fileId = file.file_id;
         history.parentFileId = file.parent_file_id;
         history.name = file.name;
     }
-    openVideo(file, history, false);
+    openVideo(file, history, resumePending);
 }
 
 void MpvPlayerWindow::requestAddress(const QString &wantedQuality)
@@ -313,6 +312,8 @@ void MpvPlayerWindow::chooseQuality(const QVariant &choice)
     rebuildQualityMenu();
     if (m_playback->isOpening() || m_playback->reopen())
         startPlaying();
+    else
+        openFile(m_currentFile, true); // it did not play before; this quality may
 }
 
 void MpvPlayerWindow::chooseSkip(const QVariant &choice)

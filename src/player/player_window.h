@@ -63,7 +63,8 @@ private:
     void saveState();
 
     void openVideo(const FileItem &file, const PlayHistory &history, bool resumePending);
-    void openListed(int index);
+    // Opens a video with what is stored of it.
+    void openFile(const FileItem &file, bool resumePending);
     void playRelative(int step);
     void playChosen(const QString &fileId);
     [[nodiscard]] int currentIndex() const;

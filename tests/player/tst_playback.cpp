@@ -68,6 +68,8 @@ private slots:
     void aVideoThatNeverPlayedKeepsItsRow_data();
     void aVideoThatNeverPlayedKeepsItsRow();
     void shortVideosFollowEachOther();
+    void seekingToTheEndMovesOn_data();
+    void seekingToTheEndMovesOn();
     void anOutroAsLongAsTheVideoIsIgnored();
     void movesOnAtTheOutro();
     void aPausedVideoDoesNotMoveOn();
@@ -75,6 +77,7 @@ private slots:
     void anExpiredAddressIsRenewed();
     void aSecondFailureIsTold();
     void qualityChangesInPlace();
+    void anotherQualityMayPlay();
     void listsQualitiesAsOffered();
     void isTornDownInEveryState_data();
     void isTornDownInEveryState();
@@ -180,6 +183,26 @@ void TestPlayback::shortVideosFollowEachOther()
     QCOMPARE(watched.playPosition.value(), 4);
     QCOMPARE(watched.duration.value(), 4);
     m_player->window()->close();
+}
+
+void TestPlayback::seekingToTheEndMovesOn_data()
+{
+    QTest::addColumn<int>("target");
+    QTest::newRow("the last second") << 59;
+    QTest::newRow("the end") << 60;
+    QTest::newRow("beyond it") << 75;
+}
+
+void TestPlayback::seekingToTheEndMovesOn()
+{
+    QFETCH(int, target);
+    m_player->addClip(QStringLiteral("show/1.mkv"), {60});
+    m_player->addClip(QStringLiteral("show/2.mkv"), {60});
+    m_player->open(QStringLiteral("show/1.mkv"));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(1), 15000);
+    m_player->mpv()->seekAbsolute(target);
+    QTRY_COMPARE_WITH_TIMEOUT(distinct(opened()), 2, 15000);
+    QCOMPARE(opened().size(), 2);
 }
 
 void TestPlayback::anOutroAsLongAsTheVideoIsIgnored()
@@ -300,6 +323,20 @@ void TestPlayback::qualityChangesInPlace()
     QCOMPARE(told, 2);
     QCOMPARE(AppSettings().videoQuality(), QStringLiteral("OrgHD"));
     QTRY_COMPARE(m_player->mpv()->getProperty(QStringLiteral("video-params/h")).toInt(), 540);
+}
+
+void TestPlayback::anotherQualityMayPlay()
+{
+    m_player->addClip(QStringLiteral("film.mkv"), {20});
+    m_player->storePosition(QStringLiteral("film.mkv"), 9, 20);
+    m_player->setPlayInfo(R"({"video_preview_play_info": {
+        "meta": {"width": 320, "height": 180},
+        "live_transcoding_task_list": [
+            {"template_id": "FHD", "url": "http://127.0.0.1:1/x.m3u8"}]}})");
+    m_player->open(QStringLiteral("film.mkv"));
+    QTRY_VERIFY_WITH_TIMEOUT(toastShown(QStringLiteral("视频无法播放")), 15000);
+    QVERIFY(m_player->choose(QStringLiteral("quality"), QStringLiteral("原画(320x180)")));
+    QTRY_VERIFY_WITH_TIMEOUT(m_player->hasReached(9), 15000);
 }
 
 void TestPlayback::listsQualitiesAsOffered()
