@@ -80,7 +80,7 @@ int main(int argc, char *argv[])
     return runFigures(argc, argv,
                       {{"start: to the main window's first paint", "s", 1.5,
                         [&] { return secondsUntil(program, {}, window); },
-                        [&] { return secondsUntil(own, {QStringLiteral("--bare")}, window); }},
+                        [&] { return secondsUntil(own, {QStringLiteral("--bare")}, window); }, 15},
                        {"start: to the first rows",
                         "s",
                         2,
