@@ -72,6 +72,7 @@ public:
     // Each scene leaves nothing behind: it may be played alone.
     void logIn();
     void files();
+    void manyUsers();
     void dialogs();
     void history();
     void help();
@@ -284,6 +285,33 @@ void Gallery::files()
     m_drive.server().clearFaults();
 }
 
+void Gallery::manyUsers()
+{
+    const UserInfo self = logInAs(m_drive, QStringLiteral("王小明"));
+    for (int number = 1; number <= 7; ++number) {
+        UserInfo user = self;
+        user.userId = QStringLiteral("more%1").arg(number);
+        user.nickname = number == 7 ? longName : QStringLiteral("家庭成员%1").arg(number);
+        saveUserInfo(user);
+    }
+    const QString path = QStringLiteral("电影/纪录片/第十二届中国国际纪录片电影节获奖作品合集/"
+                                        "蓝光修复版·导演剪辑·中英双语字幕/花絮/第一部分");
+    m_drive.server().makeFolder(path.toStdString());
+    MainWindow window;
+    place(&window, {1000, 680});
+    QTest::qWait(600);
+    auto *table = child<FileTable>(shownPage(window), "fileList");
+    for (const QString &folder : path.split(QLatin1Char('/'))) {
+        openRow(table, folder);
+        QTest::qWait(300);
+    }
+    shoot(QStringLiteral("users-deep-path"));
+    window.resize(window.minimumSizeHint());
+    shoot(QStringLiteral("users-deep-path-smallest"));
+    for (int number = 1; number <= 7; ++number)
+        removeUser(QStringLiteral("more%1").arg(number));
+}
+
 void Gallery::dialogs()
 {
     const UserInfo user = logInAs(m_drive, QStringLiteral("王小明"));
@@ -465,9 +493,9 @@ struct Scene
 };
 
 constexpr Scene scenes[] = {
-    {"login", &Gallery::logIn},      {"files", &Gallery::files},   {"dialogs", &Gallery::dialogs},
-    {"history", &Gallery::history},  {"help", &Gallery::help},     {"toasts", &Gallery::toasts},
-    {"side", &Gallery::sideDialogs}, {"player", &Gallery::player},
+    {"login", &Gallery::logIn},     {"files", &Gallery::files},      {"users", &Gallery::manyUsers},
+    {"dialogs", &Gallery::dialogs}, {"history", &Gallery::history},  {"help", &Gallery::help},
+    {"toasts", &Gallery::toasts},   {"side", &Gallery::sideDialogs}, {"player", &Gallery::player},
 };
 
 } // namespace

@@ -72,7 +72,8 @@ void FileDialog::addTab(const UserInfo &user)
             [this, page] { showSharedSettings(page); });
     connect(page, &CloudFileDialog::startDownload, m_transfers.get(),
             &TransDialog::onStartDownload);
-    m_ui->userTab->addTab(page, nickname);
+    const int tab = m_ui->userTab->addTab(page, nickname);
+    m_ui->userTab->setTabToolTip(tab, nickname);
     loadAvatar(user, page);
 }
 
