@@ -22,8 +22,13 @@ void setHandler(void (*handler)(int))
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART | SA_RESETHAND;
     sigemptyset(&action.sa_mask);
-    for (const int signal : handledSignals)
-        sigaction(signal, &action, nullptr);
+    for (const int signal : handledSignals) {
+        struct sigaction present = {};
+        sigaction(signal, nullptr, &present);
+        // A signal that the process was started to ignore (nohup) stays ignored.
+        if (present.sa_handler != SIG_IGN)
+            sigaction(signal, &action, nullptr);
+    }
 }
 
 // Nothing but a write is safe here.

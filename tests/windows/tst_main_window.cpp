@@ -106,6 +106,9 @@ void TestMainWindow::navigates()
         choose(window, row);
         QCOMPARE(stack(window)->currentIndex(), row);
     }
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Return})
+        QTest::keyClick(navigation(window), key);
+    QCOMPARE(stack(window)->currentIndex(), 1);
 }
 
 void TestMainWindow::theHistoryRowReloadsEachTime()
