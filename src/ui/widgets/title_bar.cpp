@@ -5,12 +5,30 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QStyle>
 #include <QToolButton>
 
 namespace {
 
 constexpr int iconSize = 18;
+
+// Ends in dots where the text is cut.
+class TitleLabel final : public QLabel
+{
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent *event) override
+    {
+        Q_UNUSED(event)
+        QPainter painter(this);
+        const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, width());
+        style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter, palette(),
+                              isEnabled(), shown, foregroundRole());
+    }
+};
 
 } // namespace
 
@@ -21,7 +39,7 @@ TitleBar::TitleBar(QWidget *window) : QWidget(window)
     m_iconLabel = new QLabel(this);
     m_iconLabel->setObjectName(QStringLiteral("labelIcon"));
     m_iconLabel->setFixedSize(iconSize, iconSize);
-    m_titleLabel = new QLabel(window->windowTitle(), this);
+    m_titleLabel = new TitleLabel(window->windowTitle(), this);
     m_titleLabel->setObjectName(QStringLiteral("labelTitle"));
     m_titleLabel->setTextFormat(Qt::PlainText);
     // A long title is cut; it must not keep the window from becoming narrow.
