@@ -16,9 +16,18 @@
 
 namespace {
 
+constexpr int longestText = 360; // of a menu's entry, in pixels
+
 QString timeText(int position, int duration)
 {
     return formatClock(position) + QLatin1Char('/') + formatClock(duration);
+}
+
+// File names can be longer than the screen is wide, and hold an ampersand.
+QString menuText(const QString &text, const QFontMetrics &metrics)
+{
+    return metrics.elidedText(text, Qt::ElideMiddle, longestText)
+        .replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
 QIcon chosenIcon(bool on, const QString &onPath, const QString &offPath)
@@ -181,7 +190,11 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
     for (const MenuEntry &entry : entries) {
         if (entry.beginsGroup)
             menu->addSeparator();
-        QAction *action = menu->addAction(QIcon(entry.icon), entry.text);
+        const QFontMetrics metrics = menu->fontMetrics();
+        QAction *action = menu->addAction(QIcon(entry.icon), menuText(entry.text, metrics));
+        action->setToolTip(entry.text);
+        if (metrics.horizontalAdvance(entry.text) > longestText)
+            menu->setToolTipsVisible(true);
         action->setData(entry.data);
         action->setCheckable(entry.checked);
         action->setChecked(entry.checked);
