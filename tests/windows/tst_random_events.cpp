@@ -6,6 +6,7 @@
 #include <random>
 
 #include <QComboBox>
+#include <QDeadlineTimer>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -28,6 +29,8 @@ constexpr int Accounts = 2;
 constexpr unsigned KeptSeed = 20261122;
 // What was sent before a logout may still be on its way to the drive.
 constexpr std::int64_t Grace = 1000; // ms
+// A confirmed login is through well before this.
+constexpr int Patience = 5000; // ms
 
 std::int64_t now()
 {
@@ -70,7 +73,7 @@ private:
     using Event = void (TestRandomEvents::*)();
 
     void answerModalWindows();
-    void confirmLogin();
+    void confirmLogin(const QRLoginDlg &dialog);
     int random(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(m_random); }
     QTabWidget *tabs() const;
     CloudFileDialog *page() const;
@@ -102,6 +105,7 @@ private:
     std::unique_ptr<MainWindow> m_window;
     std::mt19937 m_random;
     QTimer m_answers;
+    QDeadlineTimer m_patience;
     QList<Absence> m_absences;
     int m_renamed = 0;
 };
@@ -140,13 +144,13 @@ void TestRandomEvents::cleanup()
 void TestRandomEvents::answerModalWindows()
 {
     QWidget *modal = QApplication::activeModalWidget();
-    if (qobject_cast<QRLoginDlg *>(modal))
-        confirmLogin();
+    if (auto *login = qobject_cast<QRLoginDlg *>(modal))
+        confirmLogin(*login);
     else if (auto *box = qobject_cast<QMessageBox *>(modal))
         box->done(random(2) == 0 ? QMessageBox::Yes : QMessageBox::No);
 }
 
-void TestRandomEvents::confirmLogin()
+void TestRandomEvents::confirmLogin(const QRLoginDlg &dialog)
 {
     localdrive::Server &server = m_drive->server();
     const std::vector<std::string> sids = server.loginSessions();
@@ -158,8 +162,15 @@ void TestRandomEvents::confirmLogin()
             account = 1;
     }
     server.scanLogin(sids.back());
-    if (!server.confirmLogin(sids.back(), account))
+    if (!server.confirmLogin(sids.back(), account)) {
+        // Confirmed long ago, and a fault came in between: with another code, then.
+        if (m_patience.hasExpired()) {
+            m_patience.setRemainingTime(Patience);
+            dialog.findChild<QAbstractButton *>(QStringLiteral("btnRefreshQrcode"))->click();
+        }
         return;
+    }
+    m_patience.setRemainingTime(Patience);
     for (Absence &absence : m_absences) {
         if (absence.account == account && absence.to == 0)
             absence.to = now();
