@@ -69,6 +69,10 @@ void CloudFileDialog::setUpBrowser()
     m_operations = new FileOperations(m_user, this);
     const QAbstractItemModel *path = m_browser->path().model();
     m_ui->pathNavList->setModel(m_browser->path().model());
+    // The folder that is shown stays in sight, also in a window that becomes narrow.
+    QScrollBar *pathBar = m_ui->pathNavList->horizontalScrollBar();
+    connect(pathBar, &QScrollBar::rangeChanged, pathBar,
+            [pathBar](int /*minimum*/, int maximum) { pathBar->setValue(maximum); });
     for (const auto changed : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(path, changed, this, [this] { updateBackButton(); });
     updateBackButton();
