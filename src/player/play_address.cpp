@@ -86,6 +86,7 @@ QString PlayAddress::currentUrl() const
 
 bool PlayAddress::choose(const QString &id)
 {
+    m_wanted = id;
     for (int i = 0; i < m_entries.size(); ++i) {
         if (m_entries.at(i).id == id && !m_entries.at(i).url.isEmpty()) {
             m_current = i;

@@ -28,7 +28,8 @@ public:
     // Empty when nothing can be played.
     [[nodiscard]] QString currentUrl() const;
 
-    // Makes an entry the current one. False when it has no address or does not exist.
+    // Makes an entry the current one. False when it has no address or does not exist; a request
+    // that is still on its way then looks for it.
     bool choose(const QString &id);
 
 signals:

@@ -223,10 +223,12 @@ void MpvPlayerWindow::playRelative(int step)
 
 void MpvPlayerWindow::playChosen(const QString &fileId)
 {
+    const int current = currentIndex();
+    const bool lives = m_playback->current() && !m_playback->isOver();
     for (int i = 0; i < m_videoList.size(); ++i) {
-        if (m_videoList.at(i).file_id == fileId && i != currentIndex()) {
+        if (m_videoList.at(i).file_id == fileId && (i != current || !lives)) {
             m_playback->saveHistory();
-            openFile(m_videoList.at(i), false);
+            openFile(m_videoList.at(i), i == current); // one that failed goes on where it was
             return;
         }
     }

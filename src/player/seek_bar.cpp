@@ -50,6 +50,19 @@ void SeekBar::mouseReleaseEvent(QMouseEvent *event)
         return;
     if (const int second = secondAt(event->x()); second != m_requested)
         seekTo(second);
+    endDrag();
+}
+
+// A disabled widget gets no release: the next video would find the handle held.
+void SeekBar::changeEvent(QEvent *event)
+{
+    QSlider::changeEvent(event);
+    if (event->type() == QEvent::EnabledChange && !isEnabled())
+        endDrag();
+}
+
+void SeekBar::endDrag()
+{
     m_requested = -1;
     setSliderDown(false);
 }

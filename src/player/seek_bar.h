@@ -28,11 +28,13 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     [[nodiscard]] int secondAt(int x) const;
     void showTimeAt(const QMouseEvent *event);
     void seekTo(int second);
+    void endDrag();
 
     int m_requested = -1; // the second of the last request of this press; -1: not pressed
 };

@@ -72,6 +72,7 @@ private slots:
     void keysSeekByTheLastStep();
     void volumeFollowsWheelAndKeys();
     void seekBarGoesWhereThePointerIs();
+    void aDragEndsWithItsVideo();
     void setsIntroAndOutro();
     void refusesAShortSpan();
     void goesToFullScreenAndBack();
@@ -315,6 +316,18 @@ void TestPlayerWindow::seekBarGoesWhereThePointerIs()
     QTest::mouseMove(bar, QPoint(bar->width() / 4, bar->height() / 2));
     QTest::mouseRelease(bar, Qt::LeftButton, {}, QPoint(bar->width() / 4, bar->height() / 2));
     QTRY_VERIFY(qAbs(m_player->secondShown() - 25) <= 1);
+}
+
+void TestPlayerWindow::aDragEndsWithItsVideo()
+{
+    play(first);
+    QWidget *bar = m_player->part(QStringLiteral("seekBar"));
+    QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(bar->width() / 2, bar->height() / 2));
+    QTest::mouseClick(m_player->part(QStringLiteral("next")), Qt::LeftButton);
+    QTest::mouseRelease(bar, Qt::LeftButton, {}, QPoint(bar->width() / 2, bar->height() / 2));
+    const auto *slider = qobject_cast<QSlider *>(bar);
+    QTRY_VERIFY_WITH_TIMEOUT(bar->isEnabled() && slider->value() > 1, 15000);
+    QVERIFY(!slider->isSliderDown());
 }
 
 void TestPlayerWindow::setsIntroAndOutro()
