@@ -67,6 +67,7 @@ private slots:
     void closingWhileOpeningSavesTheOldVideo();
     void aVideoThatNeverPlayedKeepsItsRow_data();
     void aVideoThatNeverPlayedKeepsItsRow();
+    void whatIsNoVideoKeepsItsRow();
     void shortVideosFollowEachOther();
     void seekingToTheEndMovesOn_data();
     void seekingToTheEndMovesOn();
@@ -159,6 +160,18 @@ void TestPlayback::aVideoThatNeverPlayedKeepsItsRow()
     QTRY_VERIFY(notice->isVisible() &&
                 notice->accessibleName().startsWith(QStringLiteral("视频无法播放")));
     QCOMPARE(m_player->timeText(), QStringLiteral("00:00:00/00:00:00"));
+    m_player->window()->close();
+    QTRY_VERIFY(!m_player->window());
+    QCOMPARE(m_player->storedHistory(QStringLiteral("film.mkv")).playPosition.value(), 17);
+}
+
+void TestPlayback::whatIsNoVideoKeepsItsRow()
+{
+    m_player->addFile(QStringLiteral("film.mkv"), QByteArray(200000, 'x'));
+    m_player->storePosition(QStringLiteral("film.mkv"), 17, 30);
+    m_player->setPlayInfo(R"({"video_preview_play_info": {"live_transcoding_task_list": []}})");
+    m_player->open(QStringLiteral("film.mkv"));
+    QTRY_VERIFY_WITH_TIMEOUT(toastShown(QStringLiteral("视频无法播放")), 15000);
     m_player->window()->close();
     QTRY_VERIFY(!m_player->window());
     QCOMPARE(m_player->storedHistory(QStringLiteral("film.mkv")).playPosition.value(), 17);
