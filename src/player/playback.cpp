@@ -152,6 +152,7 @@ void Playback::begin(int duration)
     m_loadSent = false;
     m_playing->duration = duration;
     m_lastPositionUpdate = 0;
+    m_endedUnseen = false;
     sendToStart();
     m_playing->resumePending = false;
     emit begun(duration);
@@ -237,8 +238,9 @@ void Playback::endOpening()
     } else if (m_opening->reloaded) {
         giveUp();
         emit failed(QStringLiteral("视频播放中断，请稍后再试"));
-    } else if (played) {
-        // So short that it was over before its duration was known.
+    } else if (played && !std::exchange(m_endedUnseen, true)) {
+        // So short that it was over before its duration was known. The next one's turn, but not
+        // without end: a folder of such files would be raced round for ever.
         m_playing = std::exchange(m_opening, std::nullopt);
         m_playing->isOver = true;
         m_loadSent = false;

@@ -101,6 +101,7 @@ private:
     bool m_loadSent = false;   // libmpv was given the address of m_opening
     bool m_fileLoaded = false; // and has opened it
     bool m_advanceOnPlay = false;
+    bool m_endedUnseen = false;      // the last video was over before its duration was known
     qint64 m_lastPositionUpdate = 0; // milliseconds since the epoch
     // Shows a position that came too early to be shown and that no other follows: after a seek
     // in a paused video.
