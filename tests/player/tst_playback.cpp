@@ -69,6 +69,7 @@ private slots:
     void aVideoThatNeverPlayedKeepsItsRow();
     void whatIsNoVideoKeepsItsRow();
     void shortVideosFollowEachOther();
+    void clipsOfAMomentDoNotRaceRound();
     void seekingToTheEndMovesOn_data();
     void seekingToTheEndMovesOn();
     void anOutroAsLongAsTheVideoIsIgnored();
@@ -196,6 +197,16 @@ void TestPlayback::shortVideosFollowEachOther()
     QCOMPARE(watched.playPosition.value(), 4);
     QCOMPARE(watched.duration.value(), 4);
     m_player->window()->close();
+}
+
+void TestPlayback::clipsOfAMomentDoNotRaceRound()
+{
+    clips::Clip moment;
+    moment.outputs = QStringList{QStringLiteral("-frames:v"), QStringLiteral("5")};
+    m_player->addClip(QStringLiteral("clips/0.mkv"), moment);
+    m_player->open(QStringLiteral("clips/0.mkv"));
+    QTRY_VERIFY_WITH_TIMEOUT(toastShown(QStringLiteral("视频无法播放")), 15000);
+    QCOMPARE(opened().size(), 2);
 }
 
 void TestPlayback::seekingToTheEndMovesOn_data()
