@@ -66,6 +66,10 @@ double doubleOf(const mpv_event_property &property)
 MpvWidget::MpvWidget(QWidget *parent, Qt::WindowFlags f)
     : QOpenGLWidget(parent, f), m_library(mpvLibrary())
 {
+    // A video is opaque: without alpha, composing it with the window costs less where OpenGL is
+    // software. OpenGL ES before 3 has no such format.
+    if (QOpenGLContext::openGLModuleType() == QOpenGLContext::LibGL)
+        setTextureFormat(GL_RGB8);
     m_mpv = m_library ? m_library->create() : nullptr;
     if (!m_mpv)
         throw std::runtime_error("could not create mpv context");
