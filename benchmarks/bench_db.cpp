@@ -18,12 +18,12 @@
 // often, date-times read by the same function, the columns put into a plain struct.
 namespace {
 
-constexpr int rowCount = 10000;
-constexpr int saveCount = 1000;
-constexpr int loadCount = 1000;
-constexpr int rounds = 15;
+constexpr int RowCount = 10000;
+constexpr int SaveCount = 1000;
+constexpr int LoadCount = 1000;
+constexpr int Rounds = 15;
 
-const QString currentUser = QStringLiteral("u1");
+const QString CurrentUser = QStringLiteral("u1");
 
 struct PlainHistory
 {
@@ -48,7 +48,7 @@ PlainHistory plainRow(int number)
     PlainHistory row;
     row.fileId = QStringLiteral("655b1c0d9b6d4f0c8e2a%1").arg(number, 20);
     row.parentFileId = QStringLiteral("655b1c0d9b6d4f0c8e2a4d7f8e9a0b1c2d3e4f5a");
-    row.userId = currentUser;
+    row.userId = CurrentUser;
     row.name = QStringLiteral("第%1集 名字不长也不短.mkv").arg(number);
     row.duration = 2700;
     row.playPercentage = 0.25;
@@ -137,8 +137,9 @@ std::vector<PlainHistory> listPlain()
     query.bindValue(QStringLiteral(":arg0"), AppSettings().curUserId());
     query.exec();
     std::vector<PlainHistory> rows;
-    while (query.next())
+    while (query.next()) {
         rows.push_back(readPlain(query));
+    }
     return rows;
 }
 
@@ -159,23 +160,26 @@ void loadPlain(const QString &fileId)
     QSqlQuery query =
         bareQuery(QStringLiteral("SELECT ALL * FROM PlayHistory WHERE fileId = :arg0 ;"));
     query.bindValue(QStringLiteral(":arg0"), fileId);
-    if (query.exec() && query.next())
+    if (query.exec() && query.next()) {
         readPlain(query);
+    }
 }
 
 void fill(int rows)
 {
     DQTransaction transaction(database()->connection());
     dqQuery<PlayHistory>().remove();
-    for (int i = 0; i < rows; ++i)
+    for (int i = 0; i < rows; ++i) {
         savePlain(plainRow(i));
+    }
     transaction.commit();
 }
 
 double timeOfListing(const std::function<void()> &list)
 {
-    if (dqQuery<PlayHistory>().count() != rowCount)
-        fill(rowCount);
+    if (dqQuery<PlayHistory>().count() != RowCount) {
+        fill(RowCount);
+    }
     return secondsOf(list);
 }
 
@@ -183,24 +187,27 @@ double timeOfSaving(const std::function<void(const PlainHistory &)> &save)
 {
     fill(0);
     std::vector<PlainHistory> rows;
-    rows.reserve(saveCount);
-    for (int i = 0; i < saveCount; ++i)
+    rows.reserve(SaveCount);
+    for (int i = 0; i < SaveCount; ++i) {
         rows.push_back(plainRow(i));
+    }
     return secondsOf([&] {
         DQTransaction transaction(database()->connection());
-        for (const PlainHistory &row : rows)
+        for (const PlainHistory &row : rows) {
             save(row);
+        }
         transaction.commit();
     });
 }
 
 double timeOfLoading(const std::function<void(const QString &)> &load)
 {
-    fill(loadCount);
-    const QString fileId = plainRow(loadCount / 2).fileId;
+    fill(LoadCount);
+    const QString fileId = plainRow(LoadCount / 2).fileId;
     return secondsOf([&] {
-        for (int i = 0; i < loadCount; ++i)
+        for (int i = 0; i < LoadCount; ++i) {
             load(fileId);
+        }
     });
 }
 
@@ -214,12 +221,12 @@ std::vector<Figure> figures()
                  listPlayHistory(list);
              });
          },
-         [] { return timeOfListing([] { listPlain(); }); }, rounds},
+         [] { return timeOfListing([] { listPlain(); }); }, Rounds},
         {"db: 1,000 saves in one transaction", "s", 1.3,
          [] { return timeOfSaving([](const PlainHistory &row) { record(row).save(true); }); },
-         [] { return timeOfSaving(savePlain); }, rounds},
+         [] { return timeOfSaving(savePlain); }, Rounds},
         {"db: clear 10,000 history rows", "s", 1.3, [] { return timeOfListing(clearPlayHistory); },
-         [] { return timeOfListing(clearPlain); }, rounds},
+         [] { return timeOfListing(clearPlain); }, Rounds},
         {"db: 1,000 loads by natural key", "s", 1.3,
          [] {
              return timeOfLoading([](const QString &fileId) {
@@ -227,7 +234,7 @@ std::vector<Figure> figures()
                  loadPlayHistory(fileId, history);
              });
          },
-         [] { return timeOfLoading(loadPlain); }, rounds},
+         [] { return timeOfLoading(loadPlain); }, Rounds},
     };
 }
 
@@ -238,7 +245,7 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     const QTemporaryDir home;
     qputenv("HOME", home.path().toUtf8());
-    AppSettings().setCurUserId(currentUser);
+    AppSettings().setCurUserId(CurrentUser);
     Database file;
     setDatabase(&file);
     return runFigures(argc, argv, figures());

@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr int postCount = 2000;
-constexpr int megabyte = 1024 * 1024;
-constexpr int chunkSize = 10240;
+constexpr int PostCount = 2000;
+constexpr int Megabyte = 1024 * 1024;
+constexpr int ChunkSize = 10240;
 
 // A server on a thread of its own; what it costs is the same for both sides.
 class ServerThread final : public QThread
@@ -56,7 +56,7 @@ private:
 void postThroughClient(const QString &url, QNetworkAccessManager *manager)
 {
     QEventLoop loop;
-    int left = postCount;
+    int left = PostCount;
     std::function<void()> next = [&] {
         HttpClient(url)
             .manager(manager)
@@ -71,7 +71,7 @@ void postThroughClient(const QString &url, QNetworkAccessManager *manager)
 void postByHand(const QString &url, QNetworkAccessManager *manager)
 {
     QEventLoop loop;
-    int left = postCount;
+    int left = PostCount;
     std::function<void()> next = [&] {
         QNetworkRequest request{QUrl(url)};
         request.setHeader(QNetworkRequest::ContentTypeHeader,
@@ -106,7 +106,7 @@ void downloadByHand(const QString &url, const QString &path, int size)
         const qint64 first = file.pos();
         QNetworkRequest request{QUrl(url)};
         request.setRawHeader("Range", "bytes=" + QByteArray::number(first) + '-' +
-                                          QByteArray::number(first + chunkSize));
+                                          QByteArray::number(first + ChunkSize));
         QNetworkReply *reply = manager.get(request);
         QObject::connect(reply, &QNetworkReply::finished, &loop, [&, reply] {
             file.write(reply->readAll());
@@ -127,8 +127,9 @@ Figure requestMemory(const QString &url, QNetworkAccessManager *manager)
             [=] {
                 postThroughClient(url, manager);
                 const double before = residentMegabytes();
-                for (int i = 0; i < 5; ++i)
+                for (int i = 0; i < 5; ++i) {
                     postThroughClient(url, manager);
+                }
                 return residentMegabytes() - before;
             },
             {},
@@ -172,8 +173,8 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     const ServerThread poster(
         [](const ReceivedRequest &) { return answer("200 OK", R"({"file_id":"1"})"); });
-    const QByteArray content(20 * megabyte, 'x');
-    const QByteArray start = content.left(megabyte);
+    const QByteArray content(20 * Megabyte, 'x');
+    const QByteArray start = content.left(Megabyte);
     const ServerThread large([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
     const ServerThread small([&](const ReceivedRequest &r) { return fileAnswer(r, start); });
     QNetworkAccessManager manager;

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int itemCount = 200;
+constexpr int ItemCount = 200;
 
 // The fields of FileItem as a program without records would hold them.
 struct PlainItem
@@ -18,7 +18,7 @@ struct PlainItem
     int width = 0;
 };
 
-const QLatin1String textKeys[] = {
+const QLatin1String TextKeys[] = {
     QLatin1String("trashed"),
     QLatin1String("name"),
     QLatin1String("thumbnail"),
@@ -54,7 +54,7 @@ const QLatin1String textKeys[] = {
     QLatin1String("trashed_at"),
 };
 
-const QLatin1String videoTextKeys[] = {QLatin1String("duration"), QLatin1String("time"),
+const QLatin1String VideoTextKeys[] = {QLatin1String("duration"), QLatin1String("time"),
                                        QLatin1String("videoMediaAudioStream"),
                                        QLatin1String("videoMediaVideoStream")};
 
@@ -62,14 +62,16 @@ PlainItem readByHand(const QJsonObject &object)
 {
     PlainItem item;
     int index = 0;
-    for (const QLatin1String key : textKeys)
+    for (const QLatin1String key : TextKeys) {
         item.texts[index++] = object.value(key).toString();
+    }
     item.starred = object.value(QLatin1String("starred")).toBool();
     item.punishFlag = object.value(QLatin1String("punish_flag")).toInt();
     const QJsonObject video = object.value(QLatin1String("video_media_metadata")).toObject();
     index = 0;
-    for (const QLatin1String key : videoTextKeys)
+    for (const QLatin1String key : VideoTextKeys) {
         item.videoTexts[index++] = video.value(key).toString();
+    }
     item.height = video.value(QLatin1String("height")).toInt();
     item.width = video.value(QLatin1String("width")).toInt();
     return item;
@@ -79,14 +81,16 @@ QJsonObject writeByHand(const PlainItem &item)
 {
     QJsonObject video;
     int index = 0;
-    for (const QLatin1String key : videoTextKeys)
+    for (const QLatin1String key : VideoTextKeys) {
         video.insert(key, item.videoTexts[index++]);
+    }
     video.insert(QLatin1String("height"), item.height);
     video.insert(QLatin1String("width"), item.width);
     QJsonObject object;
     index = 0;
-    for (const QLatin1String key : textKeys)
+    for (const QLatin1String key : TextKeys) {
         object.insert(key, item.texts[index++]);
+    }
     object.insert(QLatin1String("starred"), item.starred);
     object.insert(QLatin1String("punish_flag"), item.punishFlag);
     object.insert(QLatin1String("video_media_metadata"), video);
@@ -97,14 +101,16 @@ QString pageText()
 {
     PlainItem item;
     int index = 0;
-    for (const QLatin1String key : textKeys)
+    for (const QLatin1String key : TextKeys) {
         item.texts[index++] = QStringLiteral("%1 的值 https://127.0.0.1/").arg(key);
+    }
     item.punishFlag = 1;
     item.videoTexts[0] = QStringLiteral("1425.5");
     item.height = 1080;
     QJsonArray items;
-    for (int i = 0; i < itemCount; ++i)
+    for (int i = 0; i < ItemCount; ++i) {
         items.append(writeByHand(item));
+    }
     const QJsonObject page{{QStringLiteral("items"), items},
                            {QStringLiteral("next_marker"), QStringLiteral("marker")}};
     return QString::fromUtf8(QJsonDocument(page).toJson(QJsonDocument::Compact));
@@ -116,8 +122,9 @@ QVector<PlainItem> pageByHand(const QString &text)
     const QJsonArray array = page.value(QLatin1String("items")).toArray();
     QVector<PlainItem> items;
     items.reserve(array.size());
-    for (const QJsonValue element : array)
+    for (const QJsonValue element : array) {
         items.append(readByHand(element.toObject()));
+    }
     return items;
 }
 
@@ -128,9 +135,10 @@ int main(int argc, char **argv)
     const QString text = pageText();
     const auto records = recordFromText<FileItems>(text);
     const QVector<PlainItem> plainItems = pageByHand(text);
-    if (records.items.size() != itemCount || records.items.first().trashed_at.isEmpty() ||
-        records.items.first().video_media_metadata.height != 1080)
+    if (records.items.size() != ItemCount || records.items.first().trashed_at.isEmpty() ||
+        records.items.first().video_media_metadata.height != 1080) {
         return 2;
+    }
 
     const Figure fill{"records: fill a page of 200 items from its text",
                       "s",
@@ -145,8 +153,9 @@ int main(int argc, char **argv)
                        [&] {
                            return secondsOf([&] {
                                QJsonArray array;
-                               for (const PlainItem &item : plainItems)
+                               for (const PlainItem &item : plainItems) {
                                    array.append(writeByHand(item));
+                               }
                                QJsonObject page;
                                page.insert(QLatin1String("items"), array);
                                page.insert(QLatin1String("next_marker"), QStringLiteral("marker"));

@@ -16,8 +16,8 @@ namespace {
 
 constexpr qint64 Patience = 20000; // ms
 // No white: the window manager's titles are.
-const QRgb windowColour = qRgb(0xf5, 0xf7, 0xf8);
-const QRgb selectedRow = qRgb(0xe4, 0xf2, 0xea);
+const QRgb WindowColour = qRgb(0xf5, 0xf7, 0xf8);
+const QRgb SelectedRow = qRgb(0xe4, 0xf2, 0xea);
 
 // A line down the middle of the screen, where the window manager puts the first window.
 bool isShown(const QList<QRgb> &colours)
@@ -28,8 +28,9 @@ bool isShown(const QList<QRgb> &colours)
                             .toImage()
                             .convertToFormat(QImage::Format_RGB32);
     for (int y = 0; y < line.height(); ++y) {
-        if (colours.contains(line.pixel(0, y)))
+        if (colours.contains(line.pixel(0, y))) {
             return true;
+        }
     }
     return false;
 }
@@ -42,21 +43,24 @@ double secondsUntil(const QString &program, const QStringList &arguments,
     QElapsedTimer timer;
     timer.start();
     process.start(program, arguments);
-    while (!isShown(colours) && timer.elapsed() < Patience)
+    while (!isShown(colours) && timer.elapsed() < Patience) {
         process.waitForReadyRead(1);
+    }
     const double seconds = double(timer.nsecsElapsed()) / 1e9;
     process.kill();
     process.waitForFinished();
-    while (isShown({windowColour, selectedRow}) && timer.elapsed() < 2 * Patience)
+    while (isShown({WindowColour, SelectedRow}) && timer.elapsed() < 2 * Patience) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
     return seconds;
 }
 
 int showBareWindow()
 {
     QFile skin(QStringLiteral(":/skin/qss/Ubuntu.qss"));
-    if (skin.open(QIODevice::ReadOnly))
+    if (skin.open(QIODevice::ReadOnly)) {
         qApp->setStyleSheet(QString::fromUtf8(skin.readAll()));
+    }
     QMainWindow window;
     window.resize(1000, 700);
     window.show();
@@ -68,15 +72,17 @@ int showBareWindow()
 int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
-    if (QCoreApplication::arguments().value(1) == QLatin1String("--bare"))
+    if (QCoreApplication::arguments().value(1) == QLatin1String("--bare")) {
         return showBareWindow();
+    }
     DriveFixture drive;
-    for (int number = 0; number < 50; ++number)
+    for (int number = 0; number < 50; ++number) {
         drive.server().makeFile(std::to_string(number) + ".txt", "x");
+    }
     drive.logIn();
     const QString program = QStringLiteral(MORAVU_PROGRAM);
     const QString own = QCoreApplication::applicationFilePath();
-    const QList<QRgb> window{windowColour};
+    const QList<QRgb> window{WindowColour};
     return runFigures(argc, argv,
                       {{"start: to the main window's first paint", "s", 1.5,
                         [&] { return secondsUntil(program, {}, window); },
@@ -84,6 +90,6 @@ int main(int argc, char *argv[])
                        {"start: to the first rows",
                         "s",
                         2,
-                        [&] { return secondsUntil(program, {}, {selectedRow}); },
+                        [&] { return secondsUntil(program, {}, {SelectedRow}); },
                         {}}});
 }

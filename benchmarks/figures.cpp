@@ -3,15 +3,17 @@
 #include <algorithm>
 #include <cctype>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <optional>
 
 #include <unistd.h>
 
 namespace {
 
-constexpr int exitOverLimit = 1;
-constexpr int exitNothingMatches = 3;
+constexpr int ExitNotGood = 1;
+constexpr int ExitNothingMatches = 3;
 
 struct Result
 {
@@ -28,37 +30,49 @@ double median(std::vector<double> values)
 }
 
 // Both sides run in each round, and the first one changes, so that a machine that gets slower or
-// warmer in the meantime favours neither.
-Result measure(const Figure &figure)
+// warmer in the meantime favours neither. Empty where one of them could not be measured.
+std::optional<Result> measure(const Figure &figure)
 {
     std::vector<double> ours;
     std::vector<double> reference;
     std::vector<double> scores;
     for (int round = 0; round < figure.rounds; ++round) {
         const bool oursFirst = round % 2 == 0;
-        if (oursFirst)
+        if (oursFirst) {
             ours.push_back(figure.ours());
-        if (figure.reference)
+        }
+        if (figure.reference) {
             reference.push_back(figure.reference());
-        if (!oursFirst)
+        }
+        if (!oursFirst) {
             ours.push_back(figure.ours());
+        }
         scores.push_back(figure.reference ? ours.back() / reference.back() : ours.back());
+        if (!std::isfinite(scores.back())) {
+            return std::nullopt;
+        }
     }
-    return {median(ours), figure.reference ? median(reference) : 0, median(scores)};
+    return Result{median(ours), figure.reference ? median(reference) : 0, median(scores)};
 }
 
-bool print(const Figure &figure, const Result &result)
+// Whether the figure is as it should be.
+bool print(const Figure &figure, const std::optional<Result> &result)
 {
-    const bool isOver = result.score > figure.limit;
-    std::printf("%-52s %10.4f", figure.name.c_str(), result.ours);
+    if (!result) {
+        std::printf("%-60s could not be measured  ERROR\n", figure.name.c_str());
+        std::fflush(stdout);
+        return false;
+    }
+    const bool isOver = result->score > figure.limit;
+    std::printf("%-60s %10.4f", figure.name.c_str(), result->ours);
     if (figure.reference) {
-        std::printf(" %10.4f %-3s %7.2f", result.reference, figure.unit.c_str(), result.score);
+        std::printf(" %10.4f %-3s %7.2f", result->reference, figure.unit.c_str(), result->score);
     } else {
         std::printf(" %10s %-3s %7s", "-", figure.unit.c_str(), "-");
     }
     std::printf(" %8.2f  %s\n", figure.limit, isOver ? "OVER" : "ok");
     std::fflush(stdout);
-    return isOver;
+    return !isOver;
 }
 
 std::string lowerCase(std::string text)
@@ -90,15 +104,17 @@ double residentMegabytes()
 int runFigures(int argc, char **argv, const std::vector<Figure> &figures)
 {
     const std::string wanted = argc > 1 ? lowerCase(argv[1]) : std::string();
-    bool anyOver = false;
+    bool allGood = true;
     bool anyMatches = false;
     for (const Figure &figure : figures) {
-        if (lowerCase(figure.name).find(wanted) == std::string::npos)
+        if (lowerCase(figure.name).find(wanted) == std::string::npos) {
             continue;
+        }
         anyMatches = true;
-        anyOver |= print(figure, measure(figure));
+        allGood &= print(figure, measure(figure));
     }
-    if (!anyMatches)
-        return exitNothingMatches;
-    return anyOver ? exitOverLimit : 0;
+    if (!anyMatches) {
+        return ExitNothingMatches;
+    }
+    return allGood ? 0 : ExitNotGood;
 }

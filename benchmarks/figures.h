@@ -1,11 +1,16 @@
 #pragma once
 
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
+// What a function returns that could not do its work.
+constexpr double Unmeasured = std::numeric_limits<double>::quiet_NaN();
+
 // One measured figure. Each function does its work once and returns what it cost: seconds by
-// secondsOf(), or any other quantity of the figure's unit.
+// secondsOf(), or any other quantity of the figure's unit. Nothing is compared with a cost that is
+// Unmeasured or nothing at all: that is an error.
 struct Figure
 {
     std::string name; // "room: what is measured"
@@ -24,6 +29,6 @@ double secondsOf(const std::function<void()> &work);
 double residentMegabytes();
 
 // Measures the figures whose names contain the first argument in any case (all without one),
-// prints a line for each and returns the exit code: 1 when a figure is over its limit, 3 when no
-// name matches.
+// prints a line for each and returns the exit code: 1 when a figure is over its limit or could not
+// be measured, 3 when no name matches.
 int runFigures(int argc, char **argv, const std::vector<Figure> &figures);

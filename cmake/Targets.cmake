@@ -4,7 +4,9 @@ function(moravu_add_room name)
     cmake_parse_arguments(ROOM "" "" "SOURCES;LINK;LINK_PRIVATE" ${ARGN})
     add_library(${name} STATIC ${ROOM_SOURCES})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
-    target_link_libraries(${name} PUBLIC ${ROOM_LINK} PRIVATE moravu_warnings ${ROOM_LINK_PRIVATE})
+    target_link_libraries(${name} PUBLIC ${ROOM_LINK}
+        PRIVATE moravu_warnings moravu_explicit_texts ${ROOM_LINK_PRIVATE})
+    target_precompile_headers(${name} REUSE_FROM moravu_precompiled_program)
 endfunction()
 
 # moravu_add_test(NAME LINK ... [SOURCES ...] [LABELS ...] [TIMEOUT s] [DISPLAY])
@@ -15,6 +17,7 @@ function(moravu_add_test name)
     add_executable(${name} ${name}.cpp ${TEST_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${TEST_LINK} Qt5::Test moravu_warnings)
+    target_precompile_headers(${name} REUSE_FROM moravu_precompiled_tests)
     if(TEST_DISPLAY)
         add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/with-display
             $<TARGET_FILE:${name}>)

@@ -9,8 +9,13 @@ target_compile_options(moravu_warnings INTERFACE
 
 # Messages carry no source position in any build, so that a log reads the same everywhere.
 target_compile_definitions(moravu_warnings INTERFACE
-    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
-    QT_NO_MESSAGELOGCONTEXT QT_DEPRECATED_WARNINGS)
+    QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH QT_NO_MESSAGELOGCONTEXT
+    QT_DEPRECATED_WARNINGS)
+
+# The program itself says how each of its texts is made. Tests and measurements may write a plain
+# literal where a QString is wanted.
+add_library(moravu_explicit_texts INTERFACE)
+target_compile_definitions(moravu_explicit_texts INTERFACE QT_NO_CAST_FROM_ASCII)
 
 if(MORAVU_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined

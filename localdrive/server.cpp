@@ -1,4 +1,4 @@
-#include "server.h"
+#include "localdrive/server.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -9,11 +9,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "addresses.h"
-#include "dispatcher.h"
-#include "routes.h"
-#include "wire_server.h"
-#include "world.h"
+#include "localdrive/accounts/platform.h"
+#include "localdrive/routes/addresses.h"
+#include "localdrive/routes/dispatcher.h"
+#include "localdrive/routes/routes.h"
+#include "localdrive/wire/wire_server.h"
 
 namespace fs = std::filesystem;
 
@@ -35,11 +35,12 @@ constexpr Person People[] = {{"青柚用户", "138****0001"},
 
 void fillIn(std::string &value, const std::string &fallback)
 {
-    if (value.empty())
+    if (value.empty()) {
         value = fallback;
+    }
 }
 
-/// Gives an account what its options leave open; its folder, too, if it has none.
+// Gives an account what its options leave open; its folder, too, if it has none.
 void complete(AccountOptions &account, std::size_t number, const fs::path &scratch)
 {
     const Person &person = People[number % std::size(People)];
@@ -54,13 +55,14 @@ void complete(AccountOptions &account, std::size_t number, const fs::path &scrat
     }
 }
 
-std::vector<Route> allRoutes(World &world)
+std::vector<Route> allRoutes(Platform &platform)
 {
     std::vector<Route> routes;
-    for (auto *part : {&controlRoutes, &loginRoutes, &backendRoutes, &userRoutes, &fileRoutes,
-                       &playRoutes, &downloadRoutes}) {
-        for (Route &route : part(world))
+    for (auto *part : {&controlRoutes, &oauthRoutes, &loginRoutes, &backendRoutes, &userRoutes,
+                       &fileRoutes, &playRoutes, &downloadRoutes}) {
+        for (Route &route : part(platform)) {
             routes.push_back(std::move(route));
+        }
     }
     return routes;
 }
@@ -71,16 +73,17 @@ class Server::Private final
 {
 public:
     explicit Private(Options options)
-        : world(completed(std::move(options)))
-        , dispatcher(world, allRoutes(world))
-        , port(world.options.port)
+        : platform(completed(std::move(options)))
+        , dispatcher(platform, allRoutes(platform))
+        , port(platform.options.port)
     {
     }
     ~Private()
     {
         std::error_code ignored;
-        if (!scratch.empty())
+        if (!scratch.empty()) {
             fs::remove_all(scratch, ignored);
+        }
     }
     Private(const Private &) = delete;
     Private &operator=(const Private &) = delete;
@@ -89,16 +92,19 @@ public:
 
     Options completed(Options options)
     {
-        if (options.accounts.empty())
+        if (options.accounts.empty()) {
             options.accounts.emplace_back();
+        }
         for (std::size_t i = 0; i < options.accounts.size(); ++i) {
             const bool needsScratch = options.stateDir.empty() || options.accounts[i].root.empty();
-            if (needsScratch && scratch.empty())
+            if (needsScratch && scratch.empty()) {
                 scratch = makeScratch();
+            }
             complete(options.accounts[i], i, scratch);
         }
-        if (options.stateDir.empty())
+        if (options.stateDir.empty()) {
             options.stateDir = scratch / "state";
+        }
         fs::create_directories(options.stateDir);
         return options;
     }
@@ -106,15 +112,16 @@ public:
     static fs::path makeScratch()
     {
         std::string name = fs::temp_directory_path() / "localdrive-XXXXXX";
-        if (!mkdtemp(name.data()))
+        if (!mkdtemp(name.data())) {
             throw std::runtime_error("no temporary folder: " + name);
+        }
         return name;
     }
 
-    fs::path scratch; ///< Before the world, whose options it completes.
-    World world;
+    fs::path scratch; // Before the platform, whose options it completes.
+    Platform platform;
     Dispatcher dispatcher;
-    int port; ///< 0 until the first start, when any will do.
+    int port; // 0 until the first start, when any will do.
     std::unique_ptr<WireServer> http;
     std::thread listener;
 };
@@ -123,41 +130,39 @@ Server::Server(Options options) : d(std::make_unique<Private>(std::move(options)
 
 Server::~Server()
 {
-    d->world.media.stop(); // requests that wait for ffmpeg end first
+    d->platform.media.stop(); // requests that wait for ffmpeg end first
     stop();
 }
 
 bool Server::start()
 {
-    if (d->http)
+    if (d->http) {
         return true;
-    auto http = std::make_unique<WireServer>();
+    }
     const auto serve = [this](const httplib::Request &request, httplib::Response &response) {
         d->dispatcher.serve(request, response);
     };
-    constexpr char AnyPath[] = R"([\s\S]*)";
-    http->Get(AnyPath, serve);
-    http->Post(AnyPath, serve);
-    http->Put(AnyPath, serve);
-    http->Patch(AnyPath, serve);
-    http->Delete(AnyPath, serve);
-    http->Options(AnyPath, serve);
+    auto http = std::make_unique<WireServer>(serve, d->platform.options.patience);
     const bool isBound = d->port == 0 ? (d->port = http->bind_to_any_port(Host)) > 0
                                       : http->bind_to_port(Host, d->port);
-    if (!isBound)
+    if (!isBound) {
         return false;
-    d->world.baseUrl = "http://" + std::string(Host) + ':' + std::to_string(d->port);
+    }
+    http->widenQueue();
+    d->platform.baseUrl = "http://" + std::string(Host) + ':' + std::to_string(d->port);
     d->http = std::move(http);
     d->listener = std::thread([server = d->http.get()] { server->listen_after_bind(); });
-    while (!d->http->is_running())
+    while (!d->http->is_running()) {
         std::this_thread::yield();
+    }
     return true;
 }
 
 void Server::stop()
 {
-    if (!d->http)
+    if (!d->http) {
         return;
+    }
     d->http->stop();
     d->http->shutDownConnections();
     d->listener.join();
@@ -171,17 +176,22 @@ int Server::port() const
 
 std::string Server::baseUrl() const
 {
-    return d->world.baseUrl;
+    return d->platform.baseUrl;
+}
+
+std::string Server::controlSecret() const
+{
+    return d->platform.controlSecret;
 }
 
 std::vector<RequestRecord> Server::requests() const
 {
-    return d->world.log.records();
+    return d->platform.log.records();
 }
 
 std::vector<RequestRecord> Server::requestsTo(const std::string &path) const
 {
-    std::vector<RequestRecord> records = d->world.log.records();
+    std::vector<RequestRecord> records = d->platform.log.records();
     records.erase(std::remove_if(records.begin(), records.end(),
                                  [&path](const RequestRecord &r) { return r.path != path; }),
                   records.end());
@@ -190,105 +200,114 @@ std::vector<RequestRecord> Server::requestsTo(const std::string &path) const
 
 void Server::clearRequests()
 {
-    d->world.log.clear();
+    d->platform.log.clear();
 }
 
 void Server::addFault(const Fault &fault)
 {
-    d->world.faults.add(fault);
+    d->platform.faults.add(fault);
 }
 
 void Server::clearFaults()
 {
-    d->world.faults.clear();
+    d->platform.faults.clear();
 }
 
 void Server::advanceClock(Milliseconds by)
 {
-    d->world.clock.advance(by);
+    d->platform.clock.advance(by);
 }
 
 void Server::setTokenLifetime(Milliseconds lifetime)
 {
-    d->world.tokens.setLifetime(lifetime);
+    d->platform.tokens.setLifetime(lifetime);
 }
 
 void Server::setUrlLifetime(Milliseconds lifetime)
 {
-    d->world.urls.setLongestLife(lifetime);
+    Rules changed = rules();
+    changed.urlLifetime = lifetime;
+    setRules(changed);
 }
 
 void Server::setPageCap(int entries)
 {
-    d->world.pageCap = entries;
+    Rules changed = rules();
+    changed.pageCap = entries;
+    setRules(changed);
+}
+
+Rules Server::rules() const
+{
+    return d->platform.rules();
+}
+
+void Server::setRules(const Rules &rules)
+{
+    d->platform.setRules(rules);
 }
 
 int Server::accountCount() const
 {
-    return static_cast<int>(d->world.accounts.size());
+    return static_cast<int>(d->platform.accounts.size());
 }
 
 std::string Server::userId(int account) const
 {
-    return d->world.account(account).facts.userId;
+    return d->platform.account(account).facts.userId;
 }
 
 std::string Server::driveId(int account) const
 {
-    return d->world.account(account).facts.driveId;
+    return d->platform.account(account).facts.driveId;
 }
 
 void Server::setAccountStatus(int account, const std::string &status)
 {
-    d->world.account(account).setStatus(status);
-}
-
-void Server::setWritable(int account, bool writable)
-{
-    d->world.account(account).drive.setWritable(writable);
+    d->platform.account(account).setStatus(status);
 }
 
 Tokens Server::loginDirectly(int account)
 {
-    const Tokens tokens = d->world.tokens.issue(d->world.account(account).number);
-    d->world.save();
+    const Tokens tokens = d->platform.tokens.issue(d->platform.account(account).number);
+    d->platform.save();
     return tokens;
 }
 
 void Server::revokeTokens(int account)
 {
-    d->world.tokens.revoke(account);
-    d->world.save();
+    d->platform.tokens.revoke(account);
+    d->platform.save();
 }
 
 std::vector<std::string> Server::loginSessions() const
 {
-    return d->world.logins.sids();
+    return d->platform.logins.sids();
 }
 
 bool Server::scanLogin(const std::string &sid)
 {
-    return d->world.logins.scan(sid);
+    return d->platform.logins.scan(sid);
 }
 
 bool Server::confirmLogin(const std::string &sid, int account)
 {
-    return d->world.logins.confirm(sid, account);
+    return d->platform.logins.confirm(sid, account);
 }
 
 bool Server::cancelLogin(const std::string &sid)
 {
-    return d->world.logins.cancel(sid);
+    return d->platform.logins.cancel(sid);
 }
 
 bool Server::expireLogin(const std::string &sid)
 {
-    return d->world.logins.expire(sid);
+    return d->platform.logins.expire(sid);
 }
 
 std::string Server::rootPath(int account) const
 {
-    return d->world.account(account).facts.root;
+    return d->platform.account(account).facts.root;
 }
 
 void Server::makeFile(const std::string &path, const std::string &content, int account)
@@ -297,8 +316,9 @@ void Server::makeFile(const std::string &path, const std::string &content, int a
     fs::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::binary);
     stream << content;
-    if (!stream.flush())
+    if (!stream.flush()) {
         throw fs::filesystem_error("cannot write", file, std::make_error_code(std::errc::io_error));
+    }
 }
 
 void Server::makeFolder(const std::string &path, int account)
@@ -308,27 +328,27 @@ void Server::makeFolder(const std::string &path, int account)
 
 std::string Server::fileId(const std::string &path, int account) const
 {
-    return d->world.account(account).drive.idOf(path);
+    return d->platform.account(account).drive.idOf(path);
 }
 
 std::string Server::downloadUrl(const std::string &path, Milliseconds lifetime, int account) const
 {
-    Drive &drive = d->world.account(account).drive;
-    return downloadAddress(d->world, drive, drive.node(drive.idOf(path)),
-                           d->world.urls.expiry(lifetime));
+    Drive &drive = d->platform.account(account).drive;
+    return downloadAddress(d->platform, drive, drive.node(drive.idOf(path)),
+                           d->platform.urls.expiry(lifetime));
 }
 
 bool Server::prepareMedia(const std::string &path, int account)
 {
-    const Drive &drive = d->world.account(account).drive;
+    const Drive &drive = d->platform.account(account).drive;
     const UniqueFd file = drive.openFile(path);
-    d->world.media.makeStreams(file.get());
-    return !d->world.media.thumbnail(file.get()).empty();
+    d->platform.media.makeStreams(file.get());
+    return !d->platform.media.thumbnail(file.get()).empty();
 }
 
 std::vector<std::string> Server::reports() const
 {
-    return d->world.reports();
+    return d->platform.reports();
 }
 
 } // namespace localdrive

@@ -1,7 +1,11 @@
 """The program and the local drive as processes, seen through their windows and diagnostics."""
+import json
 import os
 import subprocess
 import threading
+import urllib.request
+from pathlib import Path
+from typing import NamedTuple
 
 from desktop import PATIENCE, Failure, wait_for, windows
 
@@ -58,19 +62,52 @@ class Process:
         self._file.close()
 
 
-class LocalDrive(Process):
-    """A local drive that confirms every login by itself; base is its address."""
+class Addresses(NamedTuple):
+    """Where the program finds its services."""
+    platform: str
+    backend: str
 
-    def __init__(self, binary, folder, *arguments):
-        super().__init__("localdrive", [binary, *arguments], dict(os.environ), folder)
+
+class Service(Process):
+    """A server that says where it listens; base is its address."""
+
+    def __init__(self, name, command, folder):
+        super().__init__(name, command, dict(os.environ), folder)
         number = self.wait_said("listening on ")
         self.base = self.lines[number - 1].split()[-1]
+
+
+class LocalDrive(Service):
+    """A local drive with a product backend before it."""
+
+    def __init__(self, binary, folder, *arguments):
+        secret = folder / "control-secret"
+        application = folder / "application"
+        super().__init__("localdrive", [binary, "--secret-file", secret, "--application",
+                                        application, *arguments], folder)
+        self._headers = {"Authorization": f"Bearer {secret.read_text().strip()}",
+                         "Content-Type": "application/json"}
+        self.backend = Service("backend", [
+            Path(binary).with_name("moravu-backend"), "--application", application, "--platform",
+            self.base, "--port", 0, "--report-log", folder / "reports.log"], folder)
+        self.addresses = Addresses(self.base, self.backend.base)
+
+    def stop(self):
+        self.backend.stop()
+        super().stop()
+
+    def steer(self, route, **body):
+        """Posts to /control/."""
+        request = urllib.request.Request(f"{self.base}/control/{route}", headers=self._headers,
+                                         data=json.dumps(body).encode())
+        with urllib.request.urlopen(request) as reply:
+            return json.load(reply)
 
 
 class Program(Process):
     """The program with a home folder of its own, in a Chinese locale."""
 
-    def __init__(self, binary, home, base, folder):
+    def __init__(self, binary, home, addresses, folder):
         self.home = home
         home.mkdir(parents=True, exist_ok=True)
         environment = {name: value for name, value in os.environ.items()
@@ -79,7 +116,8 @@ class Program(Process):
             "HOME": str(home), "LANG": "zh_CN.UTF-8", "LC_ALL": "zh_CN.UTF-8",
             "QT_QPA_PLATFORM": "xcb", "QT_LOGGING_RULES": "default.debug=true",
             "QT_ASSUME_STDERR_HAS_CONSOLE": "1",
-            "MORAVU_OPENAPI_BASE": base, "MORAVU_BACKEND_BASE": base, "MORAVU_WEB_BASE": base}
+            "MORAVU_OPENAPI_BASE": addresses.platform, "MORAVU_WEB_BASE": addresses.platform,
+            "MORAVU_BACKEND_BASE": addresses.backend}
         super().__init__("program", [binary], environment, folder)
 
     def window(self, title):

@@ -12,8 +12,9 @@
 void loadStyleSheet()
 {
     QFile skin(QStringLiteral(":/skin/qss/Ubuntu.qss"));
-    if (!skin.open(QIODevice::ReadOnly))
+    if (!skin.open(QIODevice::ReadOnly)) {
         return;
+    }
     // Ends at the first NUL byte.
     qApp->setStyleSheet(QString::fromUtf8(skin.readAll().constData()));
     skin.close();
@@ -25,8 +26,9 @@ void loadTranslation()
     const QStringList languages = QLocale::system().uiLanguages();
     for (const QString &language : languages) {
         const QString baseName = QStringLiteral("MoravuPC_") + QLocale(language).name();
-        if (!translator->load(baseName, QStringLiteral(":/i18n/")))
+        if (!translator->load(baseName, QStringLiteral(":/i18n/"))) {
             continue;
+        }
         translator->setParent(QCoreApplication::instance());
         QCoreApplication::installTranslator(translator.release());
         return;

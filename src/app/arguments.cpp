@@ -44,10 +44,12 @@ QString mistakeIn(QCommandLineParser &parser)
 {
     const bool understood = parser.parse(QCoreApplication::arguments());
     const QStringList unknown = parser.unknownOptionNames();
-    if (!unknown.isEmpty())
+    if (!unknown.isEmpty()) {
         return QStringLiteral("未知选项：%1").arg(unknown.first());
-    if (!understood)
+    }
+    if (!understood) {
         return parser.errorText();
+    }
     const QStringList surplus = parser.positionalArguments();
     return surplus.isEmpty() ? QString() : QStringLiteral("多余的参数：%1").arg(surplus.first());
 }
@@ -56,8 +58,9 @@ QString mistakeIn(QCommandLineParser &parser)
 
 std::optional<int> answerArguments(int argc, char *argv[])
 {
-    if (argc <= 1)
+    if (argc <= 1) {
         return std::nullopt;
+    }
     // Only for the parser: it needs an application object, but neither display nor settings.
     const QCoreApplication parserApplication(argc, argv);
     QCommandLineParser parser;
@@ -74,8 +77,9 @@ std::optional<int> answerArguments(int argc, char *argv[])
         print(stderr, QStringLiteral("moravu: %1（参见 --help）\n").arg(mistake));
         return 2;
     }
-    if (!parser.isSet(help) && !parser.isSet(version))
+    if (!parser.isSet(help) && !parser.isSet(version)) {
         return std::nullopt;
+    }
     const QString versionLine = QStringLiteral("moravu %1\n").arg(QStringLiteral(MORAVU_VERSION));
     print(stdout, parser.isSet(help) ? parser.helpText() : versionLine);
     return 0;

@@ -1,8 +1,6 @@
 #include <clocale>
 
 #include <QApplication>
-#include <QDir>
-#include <QFileInfo>
 #include <QIcon>
 #include <QNetworkProxyFactory>
 #include <QPixmap>
@@ -10,15 +8,15 @@
 #include "api/session/session.h"
 #include "app/appearance.h"
 #include "app/arguments.h"
+#include "app/data_notices.h"
 #include "app/environment/app_settings.h"
-#include "app/environment/data_dir.h"
 #include "app/termination_signals.h"
 #include "app/toolkit_texts.h"
 #include "db/tables/database.h"
 #include "db/tables/operations.h"
 #include "login/qr_login_dlg.h"
+#include "ui/shell/main_window.h"
 #include "ui/widgets/toast.h"
-#include "ui/windows/main_window.h"
 
 namespace {
 
@@ -55,17 +53,6 @@ void prepareApplication()
     QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
     QApplication::setWindowIcon(QPixmap(QStringLiteral(":/image/moravu.png")));
     QCoreApplication::installTranslator(new ToolkitTexts(qApp));
-}
-
-// What cannot be kept is said at once; the program runs without it.
-void tellOfUnusableData()
-{
-    const QFileInfo folder(dataDir());
-    if (!folder.isDir() || !folder.isWritable())
-        Toast::showTip(QStringLiteral("数据文件夹无法写入，登录和设置不会保存：") +
-                       QDir::toNativeSeparators(folder.filePath()));
-    else if (!database()->isUsable())
-        Toast::showTip(QStringLiteral("本地数据库损坏或被占用，登录和观看记录不会保存"));
 }
 
 void connectSession()
@@ -105,8 +92,9 @@ void closeDatabase()
 
 int main(int argc, char *argv[])
 {
-    if (const std::optional<int> exitCode = answerArguments(argc, argv))
+    if (const std::optional<int> exitCode = answerArguments(argc, argv)) {
         return *exitCode;
+    }
     prepareToolkit();
     QApplication application(argc, argv);
     const TerminationSignals signalsToEnd;
@@ -114,13 +102,18 @@ int main(int argc, char *argv[])
     loadStyleSheet();
     AppSettings settings;
     openDatabase();
+    if (!waitForDatabase()) {
+        return 0;
+    }
     tellOfUnusableData();
     connectSession();
-    if (!isLoggedIn(settings) && !logIn())
+    if (!isLoggedIn(settings) && !logIn()) {
         return 0;
+    }
 
     MainWindow window(nullptr);
     restoreWindow(window, settings);
+    showUnwrittenData(window);
     window.show();
     const int exitCode = QApplication::exec();
 

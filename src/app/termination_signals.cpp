@@ -6,12 +6,13 @@
 #ifdef Q_OS_UNIX
 
 #include <csignal>
+
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr int handledSignals[] = {SIGTERM, SIGINT, SIGHUP};
+constexpr int HandledSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
 // The handler writes to the first, the event loop reads from the second.
 int sockets[2] = {-1, -1};
@@ -22,12 +23,13 @@ void setHandler(void (*handler)(int))
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART | SA_RESETHAND;
     sigemptyset(&action.sa_mask);
-    for (const int signal : handledSignals) {
+    for (const int signal : HandledSignals) {
         struct sigaction present = {};
         sigaction(signal, nullptr, &present);
         // A signal that the process was started to ignore (nohup) stays ignored.
-        if (present.sa_handler != SIG_IGN)
+        if (present.sa_handler != SIG_IGN) {
             sigaction(signal, &action, nullptr);
+        }
     }
 }
 
@@ -43,8 +45,9 @@ void wakeEventLoop(int /*signal*/)
 
 TerminationSignals::TerminationSignals()
 {
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) {
         return;
+    }
     m_notifier = std::make_unique<QSocketNotifier>(sockets[1], QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
         m_notifier->setEnabled(false);
@@ -55,12 +58,14 @@ TerminationSignals::TerminationSignals()
 
 TerminationSignals::~TerminationSignals()
 {
-    if (!m_notifier)
+    if (!m_notifier) {
         return;
+    }
     setHandler(SIG_DFL);
     m_notifier.reset();
-    for (const int socket : sockets)
+    for (const int socket : sockets) {
         close(socket);
+    }
 }
 
 #else

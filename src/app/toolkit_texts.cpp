@@ -41,6 +41,41 @@ const QHash<QByteArray, QString> &scrollTexts()
     return texts;
 }
 
+const QHash<QByteArray, QString> &buttonTexts()
+{
+    static const QHash<QByteArray, QString> texts{
+        {QByteArrayLiteral("OK"), QStringLiteral("确定")},
+        {QByteArrayLiteral("&OK"), QStringLiteral("确定(&O)")},
+        {QByteArrayLiteral("Cancel"), QStringLiteral("取消")},
+        {QByteArrayLiteral("&Cancel"), QStringLiteral("取消(&C)")},
+        {QByteArrayLiteral("Close"), QStringLiteral("关闭")},
+        {QByteArrayLiteral("&Close"), QStringLiteral("关闭(&C)")},
+        {QByteArrayLiteral("&Yes"), QStringLiteral("是(&Y)")},
+        {QByteArrayLiteral("&No"), QStringLiteral("否(&N)")},
+        {QByteArrayLiteral("Retry"), QStringLiteral("重试")},
+        {QByteArrayLiteral("Show Details..."), QStringLiteral("显示详情")},
+        {QByteArrayLiteral("Hide Details..."), QStringLiteral("隐藏详情")}};
+    return texts;
+}
+
+const QHash<QByteArray, QString> &windowTexts()
+{
+    static const QHash<QByteArray, QString> texts{
+        {QByteArrayLiteral("Minimize"), QStringLiteral("最小化")},
+        {QByteArrayLiteral("Maximize"), QStringLiteral("最大化")},
+        {QByteArrayLiteral("Restore"), QStringLiteral("还原")},
+        {QByteArrayLiteral("Close"), QStringLiteral("关闭")}};
+    return texts;
+}
+
+const QHash<QByteArray, QString> &tabTexts()
+{
+    static const QHash<QByteArray, QString> texts{
+        {QByteArrayLiteral("Scroll Left"), QStringLiteral("向左滚动")},
+        {QByteArrayLiteral("Scroll Right"), QStringLiteral("向右滚动")}};
+    return texts;
+}
+
 const QHash<QByteArray, QString> &fileTexts()
 {
     static const QHash<QByteArray, QString> texts{
@@ -61,6 +96,11 @@ QString ToolkitTexts::translate(const char *context, const char *sourceText,
         {QByteArrayLiteral("QWidgetTextControl"), editTexts},
         {QByteArrayLiteral("QAbstractSpinBox"), editTexts},
         {QByteArrayLiteral("QScrollBar"), scrollTexts},
+        {QByteArrayLiteral("QTabBar"), tabTexts},
+        {QByteArrayLiteral("QPlatformTheme"), buttonTexts},
+        {QByteArrayLiteral("QMessageBox"), buttonTexts},
+        {QByteArrayLiteral("QDialogButtonBox"), buttonTexts},
+        {QByteArrayLiteral("TitleBar"), windowTexts},
         {QByteArrayLiteral("QFileDialog"), fileTexts}};
     const auto texts = contexts.value(QByteArray(context));
     return texts ? texts().value(QByteArray(sourceText)) : QString();

@@ -2,8 +2,9 @@
 
 #include <QTranslator>
 
-// Chinese for those texts of Qt's own that users meet: the menus of text fields and scroll bars,
-// and the description of a file whose type is unknown. All other texts are the program's.
+// Chinese for those texts of Qt's own that users meet: the buttons of boxes, the menus of text
+// fields and scroll bars, the names of the buttons of tab bars, and the description of a file whose
+// type is unknown; and for the names of the title bar's buttons. All other texts are the program's.
 class ToolkitTexts final : public QTranslator
 {
     Q_OBJECT

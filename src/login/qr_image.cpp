@@ -8,8 +8,8 @@ using qrcodegen::QrCode;
 
 namespace {
 
-constexpr QRgb dark = 0xff000000;
-constexpr QRgb light = 0xffffffff;
+constexpr QRgb Dark = 0xff000000;
+constexpr QRgb Light = 0xffffffff;
 
 } // namespace
 
@@ -24,7 +24,7 @@ QImage qrImage(const QString &content)
         QImage image(size, size, QImage::Format_RGB888);
         for (int y = 0; y < size; ++y) {
             for (int x = 0; x < size; ++x) {
-                image.setPixel(x, y, code.getModule(x, y) ? dark : light);
+                image.setPixel(x, y, code.getModule(x, y) ? Dark : Light);
             }
         }
         return image;

@@ -1,27 +1,28 @@
 #include "login/qr_login_dlg.h"
 
-#include "ui_qr_login_dlg.h"
-
 #include <QCoreApplication>
 #include <QDebug>
+#include <QJsonObject>
 #include <QPixmap>
-#include <QPointer>
 #include <QTimer>
 
 #include "api/session/open_api_client.h"
-#include "app/environment/app_settings.h"
+#include "api/session/session.h"
 #include "app/environment/endpoints.h"
 #include "db/tables/operations.h"
 #include "db/tables/user_info.h"
 #include "login/qr_image.h"
 #include "net/http_client.h"
+#include "net/log_failure.h"
 #include "ui/widgets/toast.h"
+#include "ui_qr_login_dlg.h"
 
 namespace {
 
-constexpr int pollInterval = 1000;
+constexpr int PollInterval = 1000;
 // Not null: a null value would leave out the equals sign.
-const QString emptyValue = QStringLiteral("");
+const QString EmptyValue = QStringLiteral("");
+const QString NoDriveInfo = QStringLiteral("获取用户云盘信息失败");
 
 enum class AfterPoll { PollAgain, ExchangeCode, RequestCode };
 
@@ -66,6 +67,14 @@ UserInfo loggedInUser(const DriveInfo &drive, const AccessTokenResp &token)
     return user;
 }
 
+// A reply without a status says nothing about the account.
+bool isRefused(const QString &driveInfo)
+{
+    const QJsonObject fields = objectFromText(driveInfo).toObject();
+    const QString status = QStringLiteral("status");
+    return fields.contains(status) && fields.value(status).toString() != QLatin1String("enabled");
+}
+
 bool isStored(const UserInfo &user)
 {
     UserInfo stored;
@@ -75,8 +84,7 @@ bool isStored(const UserInfo &user)
 
 } // namespace
 
-QRLoginDlg::QRLoginDlg(QWidget *parent)
-    : m_ui(std::make_unique<Ui::QRLoginDlg>()), m_settings(std::make_unique<AppSettings>())
+QRLoginDlg::QRLoginDlg(QWidget *parent) : m_ui(std::make_unique<Ui::QRLoginDlg>())
 {
     Q_UNUSED(parent)
     m_ui->setupUi(this);
@@ -88,7 +96,7 @@ QRLoginDlg::QRLoginDlg(QWidget *parent)
 
 QRLoginDlg::~QRLoginDlg()
 {
-    m_destroyed = true;
+    m_replies.dismiss();
     if (m_timer != nullptr) {
         m_timer->stop();
         delete m_timer;
@@ -98,7 +106,7 @@ QRLoginDlg::~QRLoginDlg()
 void QRLoginDlg::done(int result)
 {
     // What is still under way must not log a user in whom nobody waits for any more.
-    m_destroyed = true;
+    m_replies.dismiss();
     if (m_timer != nullptr) {
         m_timer->stop();
     }
@@ -125,43 +133,37 @@ void QRLoginDlg::on_btnCancle_clicked()
     done(0);
 }
 
-template <class Handler>
-auto QRLoginDlg::unlessDestroyed(const char *step, Handler handler)
-{
-    return [guard = QPointer<QRLoginDlg>(this), step, handler](const auto &...reply) {
-        QRLoginDlg *dialog = guard.data();
-        if (dialog == nullptr || dialog->m_destroyed) {
-            qDebug().nospace() << "dialog is destoryed, exit " << step << ".";
-            return;
-        }
-        handler(dialog, reply...);
-    };
-}
-
 void QRLoginDlg::refreshQRCode()
 {
-    HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
-        .param(QStringLiteral("alphaTestNum"), emptyValue)
-        .success(unlessDestroyed(
-            "refreshQRCode",
-            [](QRLoginDlg *dialog, const QString &reply) { dialog->handleQrCode(reply); }))
-        .fail(unlessDestroyed("refreshQRCode",
-                              [](QRLoginDlg *dialog, const QString &, int) {
-                                  dialog->setTip(QStringLiteral("获取登录二维码请求失败"));
-                              }))
-        .post();
+    const QString step = QStringLiteral("refreshQRCode");
+    const auto done = [this](const QString &reply) { onQrCode(reply); };
+    const auto failed = [this, request = ++m_codeRequests](
+                            const QString & /*error*/, int /*code*/) { onQrCodeFailed(request); };
+    m_replies.await(HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
+                        .param(QStringLiteral("alphaTestNum"), EmptyValue)
+                        .success(m_replies.guard(step, done))
+                        .fail(m_replies.guard(step, failed))
+                        .post());
 }
 
-void QRLoginDlg::handleQrCode(const QString &reply)
+// One that was left behind by Refresh says nothing about the code that is asked for now.
+void QRLoginDlg::onQrCodeFailed(int request)
+{
+    if (request == m_codeRequests) {
+        stallWithTip(QStringLiteral("获取登录二维码请求失败"));
+    }
+}
+
+void QRLoginDlg::onQrCode(const QString &reply)
 {
     qDebug() << "GET_QRCODE" << reply;
     if (reply.isEmpty()) {
-        setTip(QStringLiteral("获取二维码失败"));
+        stallWithTip(QStringLiteral("获取二维码失败"));
         return;
     }
     m_qrcode.fromJson(objectFromText(reply));
     if (m_qrcode.qrCodeUrl.isEmpty()) {
-        setTip(QStringLiteral("获取登录二维码失败"));
+        stallWithTip(QStringLiteral("获取登录二维码失败"));
         return;
     }
     drawQrCode(endpoints().web + QStringLiteral("/o/oauth/authorize?sid=") + m_qrcode.sid);
@@ -181,6 +183,7 @@ void QRLoginDlg::drawQrCode(const QString &content)
 
 void QRLoginDlg::startPolling()
 {
+    m_ui->btnRefreshQrcode->setDefault(false);
     if (m_timer != nullptr) {
         if (m_timer->isActive()) {
             m_timer->stop();
@@ -189,7 +192,7 @@ void QRLoginDlg::startPolling()
     }
     m_timer = new QTimer(this);
     connect(m_timer, &QTimer::timeout, this, &QRLoginDlg::handleTimeout);
-    m_timer->start(pollInterval);
+    m_timer->start(PollInterval);
 }
 
 void QRLoginDlg::handleTimeout()
@@ -201,15 +204,26 @@ void QRLoginDlg::handleTimeout()
     if (m_qrcode.sid.isEmpty()) {
         return;
     }
-    HttpClient(endpoints().openApi + QStringLiteral("/oauth/qrcode/") + m_qrcode.sid +
-               QStringLiteral("/status"))
-        .success(
-            unlessDestroyed("qrcode", [](QRLoginDlg *dialog,
-                                         const QString &reply) { dialog->handleStatus(reply); }))
-        .get();
+    const auto done = [this](const QString &reply) { onStatus(reply); };
+    const auto failed = [this, poll = ++m_polls](const QString & /*error*/, int /*code*/) {
+        onPollFailed(poll);
+    };
+    m_replies.await(HttpClient(endpoints().openApi + QStringLiteral("/oauth/qrcode/") +
+                               m_qrcode.sid + QStringLiteral("/status"))
+                        .success(m_replies.guard(QStringLiteral("qrcode"), done))
+                        .fail(m_replies.guard(failed))
+                        .get());
 }
 
-void QRLoginDlg::handleStatus(const QString &reply)
+// Polling ends without a word; a poll that was left behind by Refresh ends nothing.
+void QRLoginDlg::onPollFailed(int poll)
+{
+    if (poll == m_polls && !m_timer->isActive()) {
+        stall();
+    }
+}
+
+void QRLoginDlg::onStatus(const QString &reply)
 {
     const auto scan = recordFromText<QueryScanQrCodeResp>(reply);
     qDebug() << "oauth/qrcode status=" << scan.status;
@@ -233,30 +247,30 @@ void QRLoginDlg::handleStatus(const QString &reply)
 
 void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
 {
-    HttpClient(endpoints().backend + QStringLiteral("/app/oauth/accessToken"))
-        .param(QStringLiteral("alphaTestNum"), emptyValue)
-        .param(QStringLiteral("authCode"), scan.authCode)
-        .success(unlessDestroyed(
-            "getAccessToken",
-            [](QRLoginDlg *dialog, const QString &reply) { dialog->handleAccessToken(reply); }))
-        .fail(unlessDestroyed("getAccessToken",
-                              [](QRLoginDlg *dialog, const QString &error, int) {
-                                  qDebug() << "getAccessToken请求失败:" << error;
-                                  dialog->setTip(QStringLiteral("获取授权信息请求失败"));
-                              }))
-        .get();
+    const QString step = QStringLiteral("getAccessToken");
+    const auto done = [this](const QString &reply) { onAccessToken(reply); };
+    const auto failed = [this](const QString &error, int /*code*/) {
+        qDebug() << "getAccessToken请求失败:" << error;
+        stallWithTip(QStringLiteral("获取授权信息请求失败"));
+    };
+    m_replies.await(HttpClient(endpoints().backend + QStringLiteral("/app/oauth/accessToken"))
+                        .param(QStringLiteral("alphaTestNum"), EmptyValue)
+                        .param(QStringLiteral("authCode"), scan.authCode)
+                        .success(m_replies.guard(step, done))
+                        .fail(m_replies.guard(step, failed))
+                        .get());
 }
 
-void QRLoginDlg::handleAccessToken(const QString &reply)
+void QRLoginDlg::onAccessToken(const QString &reply)
 {
     qDebug() << "GET_ACCESS_TOKEN:" << reply;
     if (reply.isEmpty()) {
-        setTip(QStringLiteral("获取授权信息失败,请更新你的版本"));
+        stallWithTip(QStringLiteral("获取授权信息失败,请更新你的版本"));
         return;
     }
     const auto token = recordFromText<AccessTokenResp>(reply);
     if (token.accessToken.isEmpty()) {
-        setTip(QStringLiteral("获取授权信息失败"));
+        stallWithTip(QStringLiteral("获取授权信息失败"));
         return;
     }
     m_accessToken = token.accessToken;
@@ -266,47 +280,94 @@ void QRLoginDlg::handleAccessToken(const QString &reply)
 
 void QRLoginDlg::getDriveInfo(const AccessTokenResp &token)
 {
-    OpenApiClient::forAccessToken(token.accessToken)
-        .driveInfoText(unlessDestroyed("getDriveInfo",
-                                       [token](QRLoginDlg *dialog, const QString &reply) {
-                                           dialog->handleDriveInfo(reply, token);
-                                       }),
-                       unlessDestroyed("getDriveInfo", [](QRLoginDlg *, const QString &error, int) {
-                           qDebug() << "getDriveInfo fail" << error;
-                           Toast::showTip(QStringLiteral("获取用户云盘信息失败"));
-                       }));
+    const QString step = QStringLiteral("getDriveInfo");
+    const auto done = [this, token](const QString &reply) { onDriveInfo(reply, token); };
+    const auto failed = [this](const QString &error, int /*code*/) {
+        qDebug() << "getDriveInfo fail" << error;
+        stallWithToast(NoDriveInfo);
+    };
+    m_replies.await(OpenApiClient::forAccessToken(token.accessToken)
+                        .driveInfoText(m_replies.guard(step, done), m_replies.guard(step, failed)));
 }
 
-void QRLoginDlg::handleDriveInfo(const QString &reply, const AccessTokenResp &token)
+void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
 {
     qDebug() << "getDriveInfo success" << reply;
     const auto drive = recordFromText<DriveInfo>(reply);
     if (drive.user_id.isEmpty()) {
         // Without an id there is nobody to store, and the current user must stay who it is.
-        Toast::showTip(QStringLiteral("获取用户云盘信息失败"));
+        stallWithToast(NoDriveInfo);
         return;
     }
-    UserInfo user = loggedInUser(drive, token);
+    const UserInfo user = loggedInUser(drive, token);
+    if (isRefused(reply)) {
+        finishLogin(user, QStringLiteral("账号异常:") + drive.status);
+    } else if (drive.nick_name.isEmpty()) {
+        askForName(user);
+    } else {
+        finishLogin(user, QString());
+    }
+}
+
+// The login does not fail for want of a name.
+void QRLoginDlg::askForName(const UserInfo &user)
+{
+    const QString step = QStringLiteral("getUserInfo");
+    const auto done = [this, user](const UserInfoResp &reply) {
+        UserInfo named = user;
+        named.nickname = reply.name;
+        finishLogin(named, QString());
+    };
+    const auto failed = [this, user, step](const QString &error, int code) {
+        logFailure(step, code, error);
+        finishLogin(user, QString());
+    };
+    m_replies.await(OpenApiClient::forAccessToken(m_accessToken)
+                        .userInfo(m_replies.guard(step, done), m_replies.guard(step, failed)));
+}
+
+// A refused account is stored and becomes the current one all the same.
+void QRLoginDlg::finishLogin(UserInfo user, const QString &refusal)
+{
     saveUserInfo(user);
     if (!isStored(user)) {
         // A login that cannot be kept would lead to a window without this user.
-        Toast::showTip(QStringLiteral("登录信息无法保存"));
+        stallWithToast(QStringLiteral("登录信息无法保存"));
         return;
     }
-    m_settings->setCurUserId(user.userId.value());
-    if (drive.status == QLatin1String("enabled")) {
-        emit loginSuccess(user.userId.value());
-        done(1);
-    } else {
-        Toast::showTip(QStringLiteral("账号异常:") + drive.status);
+    Session::instance().setCurrentUser(user);
+    if (!refusal.isEmpty()) {
+        stallWithToast(refusal);
+        return;
     }
+    emit loginSuccess(user.userId.value());
+    done(1);
 }
 
 void QRLoginDlg::setTip(const QString &text)
 {
-    if (m_destroyed) {
+    if (m_replies.isDismissed()) {
         qDebug() << "interface is destory";
         return;
     }
     m_ui->tipMsg->setText(text);
+}
+
+// Nothing goes on by itself from here: Refresh becomes the obvious thing to do.
+void QRLoginDlg::stall()
+{
+    m_ui->btnRefreshQrcode->setDefault(true);
+    m_ui->btnRefreshQrcode->setFocus();
+}
+
+void QRLoginDlg::stallWithTip(const QString &text)
+{
+    setTip(text);
+    stall();
+}
+
+void QRLoginDlg::stallWithToast(const QString &text)
+{
+    Toast::showTip(text);
+    stall();
 }

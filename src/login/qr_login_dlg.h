@@ -3,10 +3,11 @@
 #include <memory>
 
 #include "api/records/account_records.h"
+#include "net/reply_guard.h"
 #include "ui/widgets/base_dialog.h"
 
-class AppSettings;
 class QTimer;
+class UserInfo;
 
 namespace Ui {
 class QRLoginDlg;
@@ -44,21 +45,27 @@ private:
     void getAccessToken(const QueryScanQrCodeResp &scan);
     void getDriveInfo(const AccessTokenResp &token);
 
-    void handleQrCode(const QString &reply);
-    void handleStatus(const QString &reply);
-    void handleAccessToken(const QString &reply);
-    void handleDriveInfo(const QString &reply, const AccessTokenResp &token);
+    void onQrCode(const QString &reply);
+    void onQrCodeFailed(int request);
+    void onStatus(const QString &reply);
+    void onAccessToken(const QString &reply);
+    void onPollFailed(int poll);
+    void onDriveInfo(const QString &reply, const AccessTokenResp &token);
+    void askForName(const UserInfo &user);
+    void finishLogin(UserInfo user, const QString &refusal);
 
-    template <class Handler>
-    auto unlessDestroyed(const char *step, Handler handler);
     void drawQrCode(const QString &content);
     void startPolling();
     void setTip(const QString &text);
+    void stall();
+    void stallWithTip(const QString &text);
+    void stallWithToast(const QString &text);
 
     std::unique_ptr<Ui::QRLoginDlg> m_ui;
     QTimer *m_timer = nullptr;
     QrcodeResponse m_qrcode;
     QString m_accessToken;
-    std::unique_ptr<AppSettings> m_settings;
-    bool m_destroyed = false;
+    int m_codeRequests = 0;
+    int m_polls = 0;
+    ReplyGuard m_replies; // dismissed once the dialog is closed
 };

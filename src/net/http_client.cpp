@@ -20,8 +20,9 @@ HttpClient &HttpClient::param(const QString &name, const QString &value)
 
 HttpClient &HttpClient::params(const QMap<QString, QString> &values)
 {
-    for (auto it = values.cbegin(); it != values.cend(); ++it)
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
         param(it.key(), it.value());
+    }
     return *this;
 }
 
@@ -40,8 +41,9 @@ HttpClient &HttpClient::header(const QString &name, const QString &value)
 
 HttpClient &HttpClient::headers(const QMap<QString, QString> &values)
 {
-    for (auto it = values.cbegin(); it != values.cend(); ++it)
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
         header(it.key(), it.value());
+    }
     return *this;
 }
 
@@ -69,55 +71,67 @@ HttpClient &HttpClient::complete(const CompleteHandler &handler)
     return *this;
 }
 
+HttpClient &HttpClient::refused(const RefusalHandler &handler)
+{
+    m_d->handlers.refused = handler;
+    return *this;
+}
+
+HttpClient &HttpClient::limit(qint64 bytes)
+{
+    m_d->limit = bytes;
+    return *this;
+}
+
 HttpClient &HttpClient::charset(const QString &name)
 {
     m_d->charset = name;
     return *this;
 }
 
-void HttpClient::get()
+PendingReply HttpClient::get()
 {
-    m_d->execute(HttpClientPrivate::Method::Get);
+    return m_d->execute(HttpClientPrivate::Method::Get);
 }
 
-void HttpClient::post()
+PendingReply HttpClient::post()
 {
-    m_d->execute(HttpClientPrivate::Method::Post);
+    return m_d->execute(HttpClientPrivate::Method::Post);
 }
 
-void HttpClient::put()
+PendingReply HttpClient::put()
 {
-    m_d->execute(HttpClientPrivate::Method::Put);
+    return m_d->execute(HttpClientPrivate::Method::Put);
 }
 
-void HttpClient::remove()
+PendingReply HttpClient::remove()
 {
-    m_d->execute(HttpClientPrivate::Method::Delete);
+    return m_d->execute(HttpClientPrivate::Method::Delete);
 }
 
-void HttpClient::upload(const QString &path)
+PendingReply HttpClient::upload(const QString &path)
 {
-    upload(QStringList{path});
+    return upload(QStringList{path});
 }
 
-void HttpClient::upload(const QStringList &paths)
+PendingReply HttpClient::upload(const QStringList &paths)
 {
     m_d->content = {paths, {}};
-    m_d->execute(HttpClientPrivate::Method::Upload);
+    return m_d->execute(HttpClientPrivate::Method::Upload);
 }
 
-void HttpClient::upload(const QByteArray &data, const QString & /*fileName*/)
+PendingReply HttpClient::upload(const QByteArray &data, const QString & /*fileName*/)
 {
     m_d->content = {{}, data};
-    m_d->execute(HttpClientPrivate::Method::Upload);
+    return m_d->execute(HttpClientPrivate::Method::Upload);
 }
 
-void HttpClient::download(const QString &path)
+PendingReply HttpClient::download(const QString &path)
 {
-    m_d->download(path);
+    return m_d->download(path);
 }
 
-void HttpClient::repeat()
+PendingReply HttpClient::repeat()
 {
-    m_d->repeat();
+    return m_d->repeat();
 }

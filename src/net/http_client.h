@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -7,8 +8,19 @@
 #include <QString>
 #include <QStringList>
 
+#include "net/pending_reply.h"
+
 class HttpClientPrivate;
 class QNetworkAccessManager;
+
+// What a server said beside an error status.
+struct HttpRefusal
+{
+    int status = 0;
+    QString body; // as a success would receive it
+    // How long it wants to be left alone; 0 when it did not say.
+    std::chrono::milliseconds retryAfter{0};
+};
 
 // One HTTP request and what happens with its reply:
 //
@@ -17,7 +29,8 @@ class QNetworkAccessManager;
 // A firing call sends the request and returns at once. When the reply is there, exactly one of
 // success and fail runs, then complete, all from the event loop of the calling (the interface)
 // thread; callbacks that are not set are skipped. Redirects are not followed, and no time-out is
-// set. HTTP error statuses are failures; their bodies are dropped.
+// set: who asks decides how long to wait (ReplyGuard::await). HTTP error statuses are failures.
+// Addresses that are not http or https are not asked (mayBeAsked), which is a local failure.
 //
 // The object is a handle: copies share one request, and a request that is waiting for its reply
 // keeps itself alive. A callback may destroy whatever it likes, the network manager included, fire
@@ -30,8 +43,11 @@ public:
     using SuccessHandler = std::function<void(const QString &response)>;
     // The error's text and its QNetworkReply::NetworkError, or -1 for a local failure (a file).
     using FailHandler = std::function<void(const QString &error, int code)>;
+    using RefusalHandler = std::function<void(const HttpRefusal &refusal)>;
     using CompleteHandler = std::function<void()>;
     using Weak = std::weak_ptr<HttpClientPrivate>;
+
+    static constexpr int LocalFailure = -1;
 
     explicit HttpClient(const QString &url);
 
@@ -62,30 +78,36 @@ public:
     HttpClient &success(const SuccessHandler &handler);
     HttpClient &fail(const FailHandler &handler);
     HttpClient &complete(const CompleteHandler &handler);
+    // Runs just before `fail` when the server answered with an error status.
+    HttpClient &refused(const RefusalHandler &handler);
 
     // The codec of the reply; UTF-8 when not set or not known.
     HttpClient &charset(const QString &name);
 
-    void get();
-    void post();
-    void put();
-    void remove();
+    // The most bytes that a reply may have, 1 MB when not set: longer ones are local failures.
+    // Downloads go to the disk and have no limit.
+    HttpClient &limit(qint64 bytes);
+
+    PendingReply get();
+    PendingReply post();
+    PendingReply put();
+    PendingReply remove();
 
     // Posts a multipart form of the parameters and the files ("file" for one path, "files" for
     // several), or the data (always named "no-name"; `fileName` is not sent). When a file cannot
     // be opened, nothing is sent.
-    void upload(const QString &path);
-    void upload(const QStringList &paths);
-    void upload(const QByteArray &data, const QString &fileName);
+    PendingReply upload(const QString &path);
+    PendingReply upload(const QStringList &paths);
+    PendingReply upload(const QByteArray &data, const QString &fileName);
 
     // Gets the URL into the file. The target is replaced when everything has arrived and is left
     // alone otherwise; success receives its path. A status other than 2xx is a failure.
-    void download(const QString &path);
+    PendingReply download(const QString &path);
 
     // Sends the request once more as it stands, with the same method and callbacks: every
     // callback runs again. An Authorization header is renewed from the stored tokens of the
     // settings' current user. Who repeats must count; nothing is repeated by itself.
-    void repeat();
+    PendingReply repeat();
 
 private:
     std::shared_ptr<HttpClientPrivate> m_d;

@@ -8,18 +8,21 @@
 
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
+#include "net/web_address.h"
 #include "net/write_through.h"
 
 namespace {
 
-constexpr int localFailure = -1;
+const QString UnaskableAddress = QStringLiteral("Only http and https addresses can be asked");
+constexpr qint64 NoLimit = 0;
 
 // Serves every caller that brings no manager; goes with the application object.
 QNetworkAccessManager *sharedManager()
 {
     static QPointer<QNetworkAccessManager> manager;
-    if (!manager)
+    if (!manager) {
         manager = new QNetworkAccessManager(QCoreApplication::instance());
+    }
     return manager;
 }
 
@@ -28,11 +31,13 @@ QString readText(QNetworkReply *reply, const QString &charset)
     QTextStream stream(reply);
     stream.setAutoDetectUnicode(false);
     stream.setCodec("UTF-8");
-    if (!charset.isEmpty())
+    if (!charset.isEmpty()) {
         stream.setCodec(charset.toLatin1().constData());
+    }
     QString text;
-    while (!stream.atEnd())
+    while (!stream.atEnd()) {
         text += stream.readLine();
+    }
     return text;
 }
 
@@ -41,78 +46,103 @@ int statusOf(const QNetworkReply *reply)
     return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
+// x-retry-after is the drive platform's, in milliseconds; Retry-After is everybody's, in seconds.
+std::chrono::milliseconds retryAfter(const QNetworkReply *reply)
+{
+    const QByteArray platform = reply->rawHeader(QByteArrayLiteral("x-retry-after"));
+    const QByteArray standard = reply->rawHeader(QByteArrayLiteral("Retry-After"));
+    return platform.isEmpty() ? std::chrono::seconds(qMax(0, standard.toInt()))
+                              : std::chrono::milliseconds(qMax(0, platform.toInt()));
+}
+
+// Nothing when it is the network that failed.
+std::optional<HttpRefusal> refusalIn(const QNetworkReply *reply, const QString &body)
+{
+    const int status = statusOf(reply);
+    return status < 400 ? std::nullopt
+                        : std::optional(HttpRefusal{status, body, retryAfter(reply)});
+}
+
 void writeAvailable(QNetworkReply *reply, QSaveFile *file)
 {
-    if (!writeThrough(*file, reply->readAll()))
+    if (!writeThrough(*file, reply->readAll())) {
         reply->abort();
+    }
 }
 
 } // namespace
 
-void HttpClientPrivate::execute(Method requestMethod)
+PendingReply HttpClientPrivate::execute(Method requestMethod)
 {
     m_method = requestMethod;
     m_downloadPath.clear();
-    QNetworkReply *reply = send();
-    if (reply)
-        whenFinished(reply, [this](QNetworkReply *finished) { return textOutcome(finished); });
+    const QNetworkRequest request = buildRequest();
+    if (!mayBeAsked(request.url())) {
+        return failLocally(UnaskableAddress, debug);
+    }
+    return m_method == Method::Upload ? sendForm(request) : sendText(request);
 }
 
-void HttpClientPrivate::download(const QString &path)
+PendingReply HttpClientPrivate::download(const QString &path)
 {
     m_method = Method::Get;
     m_downloadPath = path;
+    const QNetworkRequest request = buildRequest();
+    if (!mayBeAsked(request.url())) {
+        return failLocally(UnaskableAddress, debug);
+    }
     auto file = std::make_unique<QSaveFile>(path);
     if (!file->open(QIODevice::WriteOnly)) {
         qDebug().noquote() << QStringLiteral("[错误] 打开文件出错: %1").arg(path);
-        failLocally(file->errorString());
-        return;
+        return failLocally(file->errorString(), debug);
     }
-    QNetworkReply *reply = send();
+    QNetworkReply *reply = send(request);
     QSaveFile *output = file.release();
     output->setParent(reply);
     QObject::connect(reply, &QNetworkReply::readyRead, output,
                      [reply, output] { writeAvailable(reply, output); });
-    whenFinished(reply,
-                 [output](QNetworkReply *finished) { return fileOutcome(finished, output); });
+    return whenFinished(reply, NoLimit, [output](QNetworkReply *finished) {
+        return fileOutcome(finished, output);
+    });
 }
 
-void HttpClientPrivate::repeat()
+PendingReply HttpClientPrivate::repeat()
 {
     UserInfo user;
     const bool isStored = loadUserInfo(AppSettings().curUserId(), user);
     qDebug() << "repeat request" << url;
-    if (isStored)
+    if (isStored) {
         renewAuthorization(user.accessToken.value());
-    if (m_downloadPath.isEmpty()) {
-        execute(m_method);
-    } else {
-        download(m_downloadPath);
     }
+    return m_downloadPath.isEmpty() ? execute(m_method) : download(m_downloadPath);
 }
 
 // Requests that do not carry a token get none.
 void HttpClientPrivate::renewAuthorization(const QString &accessToken)
 {
     const auto header = headers.find(QStringLiteral("Authorization"));
-    if (header != headers.end() && !accessToken.isEmpty())
+    if (header != headers.end() && !accessToken.isEmpty()) {
         *header = QStringLiteral("Bearer ") + accessToken;
+    }
 }
 
 QNetworkRequest HttpClientPrivate::buildRequest()
 {
     QString address = url;
-    if (m_method == Method::Get && !params.isEmpty())
+    if (m_method == Method::Get && !params.isEmpty()) {
         address += QLatin1Char('?') + params.query(QUrl::FullyDecoded);
-    if (debug)
+    }
+    if (debug) {
         logRequest(address);
+    }
     if (m_method == Method::Post || m_method == Method::Put) {
         setContentType(useJson ? QStringLiteral("application/json; charset=utf-8")
                                : QStringLiteral("application/x-www-form-urlencoded"));
     }
     QNetworkRequest request{QUrl(address)};
-    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
         request.setRawHeader(it.key().toUtf8(), it.value().toUtf8());
+    }
     return request;
 }
 
@@ -120,16 +150,18 @@ QNetworkRequest HttpClientPrivate::buildRequest()
 void HttpClientPrivate::setContentType(const QString &type)
 {
     const QString name = QStringLiteral("Content-Type");
-    for (auto it = headers.begin(); it != headers.end();)
+    for (auto it = headers.begin(); it != headers.end();) {
         it = it.key().compare(name, Qt::CaseInsensitive) == 0 ? headers.erase(it) : std::next(it);
+    }
     headers.insert(name, type);
 }
 
 void HttpClientPrivate::logRequest(const QString &address) const
 {
     qDebug() << "[网址]" << address;
-    if (m_method == Method::Get || m_method == Method::Delete || params.isEmpty())
+    if (m_method == Method::Get || m_method == Method::Delete || params.isEmpty()) {
         return;
+    }
     QString text;
     for (const auto &[name, value] : params.queryItems(QUrl::FullyDecoded)) {
         const QString line =
@@ -149,99 +181,127 @@ QNetworkAccessManager *HttpClientPrivate::usedManager() const
     return manager ? manager.data() : sharedManager();
 }
 
-QNetworkReply *HttpClientPrivate::send()
+QNetworkReply *HttpClientPrivate::send(const QNetworkRequest &request)
 {
     switch (m_method) {
-    case Method::Get:
-        return usedManager()->get(buildRequest());
     case Method::Post:
-        return usedManager()->post(buildRequest(), body());
+        return usedManager()->post(request, body());
     case Method::Put:
-        return usedManager()->put(buildRequest(), body());
+        return usedManager()->put(request, body());
     case Method::Delete:
-        return usedManager()->deleteResource(buildRequest());
-    case Method::Upload:
+        return usedManager()->deleteResource(request);
+    case Method::Get:
+    case Method::Upload: // by sendForm()
         break;
     }
-    return sendForm();
+    return usedManager()->get(request);
 }
 
-QNetworkReply *HttpClientPrivate::sendForm()
+PendingReply HttpClientPrivate::sendText(const QNetworkRequest &request)
+{
+    return whenFinished(send(request), limit, [codec = charset](QNetworkReply *finished) {
+        return textOutcome(finished, codec);
+    });
+}
+
+PendingReply HttpClientPrivate::sendForm(QNetworkRequest request)
 {
     QString error;
     std::unique_ptr<QHttpMultiPart> form = buildMultipartForm(params, content, error);
     if (!form) {
-        if (debug)
+        if (debug) {
             qDebug().noquote() << error;
-        failLocally(error);
-        return nullptr;
+        }
+        return failLocally(error, false);
     }
-    QNetworkRequest request = buildRequest();
     // Only the form knows its boundary.
     request.setHeader(QNetworkRequest::ContentTypeHeader, {});
     QNetworkReply *reply = usedManager()->post(request, form.get());
     form.release()->setParent(reply);
-    return reply;
+    return whenFinished(reply, limit, [codec = charset](QNetworkReply *finished) {
+        return textOutcome(finished, codec);
+    });
 }
 
-void HttpClientPrivate::whenFinished(QNetworkReply *reply, const Verdict &verdict)
+PendingReply HttpClientPrivate::whenFinished(QNetworkReply *reply, qint64 mostBytes,
+                                             const Verdict &verdict)
 {
-    QObject::connect(reply, &QNetworkReply::finished, reply,
-                     [self = shared_from_this(), reply, verdict, callbacks = handlers] {
-                         // A callback may delete the manager, which would take along the reply
-                         // that is still signalling.
-                         reply->setParent(nullptr);
-                         self->deliver(callbacks, verdict(reply));
-                         reply->deleteLater();
-                     });
+    const auto exchange = std::make_shared<HttpExchange>();
+    exchange->watch(reply, mostBytes);
+    QObject::connect(
+        reply, &QNetworkReply::finished, reply,
+        [self = shared_from_this(), reply, exchange, verdict, deliver = Delivery{handlers, debug}] {
+            // A callback may delete the manager, which would take along the reply
+            // that is still signalling.
+            reply->setParent(nullptr);
+            if (exchange->finish()) {
+                deliver(exchange->verdict() ? *exchange->verdict() : verdict(reply));
+            }
+            reply->deleteLater();
+        });
+    return PendingReply(exchange);
 }
 
 // Arrives through the event loop as every other failure does.
-void HttpClientPrivate::failLocally(const QString &error)
+PendingReply HttpClientPrivate::failLocally(const QString &error, bool logs)
 {
+    const auto exchange = std::make_shared<HttpExchange>();
     QMetaObject::invokeMethod(
         usedManager(),
-        [self = shared_from_this(), callbacks = handlers, error] {
-            self->deliver(callbacks, {false, error, localFailure});
+        [self = shared_from_this(), exchange, deliver = Delivery{handlers, logs}, error] {
+            if (exchange->finish()) {
+                deliver({false, error, HttpClient::LocalFailure});
+            }
         },
         Qt::QueuedConnection);
+    return PendingReply(exchange);
 }
 
-HttpClientPrivate::Outcome HttpClientPrivate::textOutcome(QNetworkReply *reply) const
+HttpOutcome HttpClientPrivate::textOutcome(QNetworkReply *reply, const QString &charset)
 {
     const QString text = readText(reply, charset);
-    if (reply->error() != QNetworkReply::NoError)
-        return {false, reply->errorString(), reply->error()};
+    if (reply->error() != QNetworkReply::NoError) {
+        return {false, reply->errorString(), reply->error(), refusalIn(reply, text)};
+    }
     return {true, text, 0};
 }
 
-HttpClientPrivate::Outcome HttpClientPrivate::fileOutcome(QNetworkReply *reply, QSaveFile *file)
+HttpOutcome HttpClientPrivate::fileOutcome(QNetworkReply *reply, QSaveFile *file)
 {
-    if (file->error() != QFileDevice::NoError)
-        return {false, file->errorString(), localFailure};
-    if (reply->error() != QNetworkReply::NoError)
+    if (file->error() != QFileDevice::NoError) {
+        return {false, file->errorString(), HttpClient::LocalFailure};
+    }
+    if (reply->error() != QNetworkReply::NoError) {
         return {false, reply->errorString(), reply->error()};
+    }
     const int status = statusOf(reply);
     if (status / 100 != 2) {
         const QString error = QStringLiteral("Unexpected HTTP status %1").arg(status);
         return {false, error, QNetworkReply::UnknownContentError};
     }
-    if (!file->commit())
-        return {false, file->errorString(), localFailure};
+    if (!file->commit()) {
+        return {false, file->errorString(), HttpClient::LocalFailure};
+    }
     return {true, file->fileName(), 0};
 }
 
-void HttpClientPrivate::deliver(const Handlers &callbacks, const Outcome &outcome) const
+void HttpClientPrivate::Delivery::operator()(const HttpOutcome &outcome) const
 {
-    if (debug) {
+    if (logs) {
         const QString line = outcome.succeeded ? QStringLiteral("[结束] 成功: %1")
                                                : QStringLiteral("[结束] 失败: %1");
         qDebug().noquote() << line.arg(outcome.text);
     }
-    if (outcome.succeeded && callbacks.success)
+    if (outcome.succeeded && callbacks.success) {
         callbacks.success(outcome.text);
-    if (!outcome.succeeded && callbacks.fail)
+    }
+    if (outcome.refusal && callbacks.refused) {
+        callbacks.refused(*outcome.refusal);
+    }
+    if (!outcome.succeeded && callbacks.fail) {
         callbacks.fail(outcome.text, outcome.code);
-    if (callbacks.complete)
+    }
+    if (callbacks.complete) {
         callbacks.complete();
+    }
 }

@@ -11,6 +11,7 @@
 #include <QUrlQuery>
 
 #include "net/http_client.h"
+#include "net/http_exchange.h"
 #include "net/multipart_form.h"
 
 class QNetworkReply;
@@ -29,13 +30,14 @@ public:
         HttpClient::SuccessHandler success;
         HttpClient::FailHandler fail;
         HttpClient::CompleteHandler complete;
+        HttpClient::RefusalHandler refused;
     };
 
     explicit HttpClientPrivate(QString targetUrl) : url(std::move(targetUrl)) {}
 
-    void execute(Method requestMethod);
-    void download(const QString &path);
-    void repeat();
+    PendingReply execute(Method requestMethod);
+    PendingReply download(const QString &path);
+    PendingReply repeat();
 
     QString url;
     QUrlQuery params;
@@ -46,33 +48,36 @@ public:
     QPointer<QNetworkAccessManager> manager;
     Handlers handlers;
     QString charset;
+    qint64 limit = qint64(1) << 20;
     UploadContent content;
 
 private:
-    // How an exchange ended: the response's text, or the error's and its code.
-    struct Outcome
+    using Verdict = std::function<HttpOutcome(QNetworkReply *)>;
+
+    // What the end of an exchange needs of the request, as it was when it was sent.
+    struct Delivery
     {
-        bool succeeded;
-        QString text;
-        int code;
+        Handlers callbacks;
+        bool logs;
+
+        void operator()(const HttpOutcome &outcome) const;
     };
-    using Verdict = std::function<Outcome(QNetworkReply *)>;
 
     QNetworkRequest buildRequest();
     void setContentType(const QString &type);
     void logRequest(const QString &address) const;
     QByteArray body() const;
     QNetworkAccessManager *usedManager() const;
-    QNetworkReply *send();
-    QNetworkReply *sendForm();
+    QNetworkReply *send(const QNetworkRequest &request);
     void renewAuthorization(const QString &accessToken);
 
-    void whenFinished(QNetworkReply *reply, const Verdict &verdict);
-    void failLocally(const QString &error);
-    void deliver(const Handlers &callbacks, const Outcome &outcome) const;
+    PendingReply sendText(const QNetworkRequest &request);
+    PendingReply sendForm(QNetworkRequest request);
+    PendingReply whenFinished(QNetworkReply *reply, qint64 mostBytes, const Verdict &verdict);
+    PendingReply failLocally(const QString &error, bool logs);
 
-    Outcome textOutcome(QNetworkReply *reply) const;
-    static Outcome fileOutcome(QNetworkReply *reply, QSaveFile *file);
+    static HttpOutcome textOutcome(QNetworkReply *reply, const QString &charset);
+    static HttpOutcome fileOutcome(QNetworkReply *reply, QSaveFile *file);
 
     Method m_method = Method::Get;
     QString m_downloadPath; // empty unless the reply goes into a file

@@ -9,11 +9,13 @@
 #include <QNetworkRequest>
 #include <QSaveFile>
 
+#include "net/reply_guard.h"
+#include "net/web_address.h"
 #include "net/write_through.h"
 
 namespace {
 
-constexpr int chunkSize = 10240;
+constexpr int ChunkSize = 10240;
 
 QNetworkRequest downloadRequest(const QString &url)
 {
@@ -38,8 +40,9 @@ std::optional<int> contentLength(const QNetworkReply *reply)
     const QByteArray header = reply->rawHeader(QByteArrayLiteral("Content-Length"));
     bool isNumber = false;
     const qlonglong length = QString::fromUtf8(header.constData()).toLongLong(&isNumber);
-    if (!isNumber || length < 0 || length > std::numeric_limits<int>::max())
+    if (!isNumber || length < 0 || length > std::numeric_limits<int>::max()) {
         return std::nullopt;
+    }
     return int(length);
 }
 
@@ -52,6 +55,8 @@ HttpDownLoader::HttpDownLoader(QString url, QString targetPath, QObject *parent)
     , m_targetPath(std::move(targetPath))
 {
     connect(m_manager, &QNetworkAccessManager::finished, this, &HttpDownLoader::onReplyFinished);
+    m_silence.setSingleShot(true);
+    connect(&m_silence, &QTimer::timeout, this, &HttpDownLoader::onSilence);
 }
 
 HttpDownLoader::~HttpDownLoader()
@@ -62,19 +67,42 @@ HttpDownLoader::~HttpDownLoader()
 
 void HttpDownLoader::start()
 {
-    if (m_state == State::Downloading)
+    if (m_state == State::Downloading) {
         return;
+    }
     m_state = State::Downloading;
     m_totalSize = 0;
     m_received = 0;
-    m_reply = m_manager->head(downloadRequest(m_url));
+    if (mayBeAsked(QUrl(m_url))) {
+        await(m_manager->head(downloadRequest(m_url)));
+    } else {
+        QMetaObject::invokeMethod(
+            this, [this] { failWithCode(QNetworkReply::ProtocolUnknownError); },
+            Qt::QueuedConnection);
+    }
+}
+
+void HttpDownLoader::await(QNetworkReply *reply)
+{
+    m_reply = reply;
+    m_silence.start(ReplyGuard::patience().silent);
+}
+
+void HttpDownLoader::onSilence()
+{
+    const QPointer<QNetworkReply> reply = m_reply;
+    failWithCode(QNetworkReply::TimeoutError);
+    if (reply) {
+        reply->abort();
+    }
 }
 
 void HttpDownLoader::onReplyFinished(QNetworkReply *reply)
 {
     reply->deleteLater();
-    if (reply != m_reply || m_state != State::Downloading)
+    if (reply != m_reply || m_state != State::Downloading) {
         return;
+    }
     if (reply->operation() == QNetworkAccessManager::HeadOperation) {
         beginWriting(reply);
     } else {
@@ -88,6 +116,10 @@ void HttpDownLoader::beginWriting(const QNetworkReply *headReply)
     const std::optional<int> length = contentLength(headReply);
     if (!length || statusOf(headReply) != 200) {
         fail(tr("Failed to get file size."));
+        return;
+    }
+    if (*length > m_largest) {
+        fail(QStringLiteral("The file is larger than %1 bytes").arg(m_largest));
         return;
     }
     m_totalSize = *length;
@@ -108,11 +140,11 @@ void HttpDownLoader::beginWriting(const QNetworkReply *headReply)
 void HttpDownLoader::requestChunk()
 {
     m_chunkStart = m_received;
-    const qint64 chunkEnd = qint64(m_received) + chunkSize;
+    const qint64 chunkEnd = qint64(m_received) + ChunkSize;
     QNetworkRequest request = downloadRequest(m_url);
     request.setRawHeader(QByteArrayLiteral("Range"),
                          QStringLiteral("bytes=%1-%2").arg(m_received).arg(chunkEnd).toLatin1());
-    m_reply = m_manager->get(request);
+    await(m_manager->get(request));
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpDownLoader::slotReadyRead);
     connect(m_reply, &QNetworkReply::errorOccurred, this, &HttpDownLoader::slotError);
 }
@@ -121,8 +153,9 @@ void HttpDownLoader::slotReadyRead()
 {
     auto *reply = qobject_cast<QNetworkReply *>(sender());
     // What a refusal says is no part of the file; its error follows.
-    if (reply != m_reply || m_state != State::Downloading || statusOf(reply) >= 400)
+    if (reply != m_reply || m_state != State::Downloading || statusOf(reply) >= 400) {
         return;
+    }
     const QByteArray bytes = reply->readAll();
     if (!isExpectedAnswer(reply) || bytes.size() > m_totalSize - m_received) {
         slotError(QNetworkReply::ProtocolFailure);
@@ -133,6 +166,7 @@ void HttpDownLoader::slotReadyRead()
         fail(tr("Fail Recv File Data"));
         return;
     }
+    m_silence.start();
     m_received += bytes.size();
     if (!writeThrough(*m_file, bytes)) {
         fail(m_file->errorString());
@@ -149,16 +183,24 @@ bool HttpDownLoader::isExpectedAnswer(const QNetworkReply *reply) const
         return m_chunkStart == 0 && (!reply->hasRawHeader(QByteArrayLiteral("Content-Length")) ||
                                      contentLength(reply) == m_totalSize);
     }
+    // A file that was replaced meanwhile by one of another size would be patched together.
     const QByteArray start = QByteArrayLiteral("bytes ") + QByteArray::number(m_chunkStart) + '-';
-    return statusOf(reply) == 206 &&
-           reply->rawHeader(QByteArrayLiteral("Content-Range")).startsWith(start);
+    const QByteArray range = reply->rawHeader(QByteArrayLiteral("Content-Range"));
+    return statusOf(reply) == 206 && range.startsWith(start) &&
+           (range.endsWith("/*") || range.endsWith('/' + QByteArray::number(m_totalSize)));
 }
 
 // A reply that is aborted after the error reports once more, perhaps into the next download.
 void HttpDownLoader::slotError(QNetworkReply::NetworkError code)
 {
-    if (sender() == m_reply)
-        fail(tr("Recv Data Error, Error Code is ") + QString::number(code));
+    if (sender() == m_reply) {
+        failWithCode(code);
+    }
+}
+
+void HttpDownLoader::failWithCode(QNetworkReply::NetworkError code)
+{
+    fail(tr("Recv Data Error, Error Code is ") + QString::number(code));
 }
 
 void HttpDownLoader::finishChunk()
@@ -180,6 +222,7 @@ void HttpDownLoader::finish()
     }
     m_file.reset();
     m_state = State::Idle;
+    m_silence.stop();
     qDebug().noquote() << QStringLiteral("[结束] 成功: %1").arg(m_targetPath);
     emit downFinished();
 }
@@ -187,9 +230,11 @@ void HttpDownLoader::finish()
 // The first error is the verdict; what the reply says after it is dropped.
 void HttpDownLoader::fail(const QString &errorString)
 {
-    if (m_state != State::Downloading)
+    if (m_state != State::Downloading) {
         return;
+    }
     m_state = State::Failed;
+    m_silence.stop();
     m_file.reset();
     qDebug().noquote() << QStringLiteral("[结束] 失败: %1").arg(errorString);
     emit error(errorString);

@@ -57,8 +57,9 @@ bool appendContent(QHttpMultiPart &form, const UploadContent &content, QString &
     const QString partName =
         content.paths.size() == 1 ? QStringLiteral("file") : QStringLiteral("files");
     for (const QString &path : content.paths) {
-        if (!path.isEmpty() && !appendFile(form, partName, path, error))
+        if (!path.isEmpty() && !appendFile(form, partName, path, error)) {
             return false;
+        }
     }
     return true;
 }
@@ -69,9 +70,11 @@ std::unique_ptr<QHttpMultiPart> buildMultipartForm(const QUrlQuery &fields,
                                                    const UploadContent &content, QString &error)
 {
     auto form = std::make_unique<QHttpMultiPart>(QHttpMultiPart::FormDataType);
-    for (const auto &[name, value] : fields.queryItems(QUrl::FullyDecoded))
+    for (const auto &[name, value] : fields.queryItems(QUrl::FullyDecoded)) {
         form->append(textPart(name, value));
-    if (!appendContent(*form, content, error))
+    }
+    if (!appendContent(*form, content, error)) {
         return nullptr;
+    }
     return form;
 }

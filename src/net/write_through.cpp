@@ -8,8 +8,9 @@ bool writeThrough(QFileDevice &file, const QByteArray &bytes)
     qint64 written = 0;
     while (written < bytes.size()) {
         const qint64 count = file.write(bytes.constData() + written, bytes.size() - written);
-        if (count <= 0)
+        if (count <= 0) {
             return false;
+        }
         written += count;
     }
     return file.flush() || file.flush();

@@ -3,27 +3,26 @@
 
 Each case is a process of its own with a home folder of its own, run inside a display.
 """
-import json
 import shutil
 import signal
 import sqlite3
 import sys
 import tempfile
 import unittest
-import urllib.request
 from pathlib import Path
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
 from desktop import Area, click, press, wait_for
-from program import LocalDrive, Program
+from program import Addresses, LocalDrive, Program
 
 PROGRAM, LOCALDRIVE = sys.argv[1:3]
 LOGIN_TITLE = "青柚云盘PC版-扫码登录"
 MAIN_TITLE = "青柚云盘["
 TOAST_TITLE = "Dialog"
 QUESTION_TITLE = "警告"
-NOBODY = "http://127.0.0.1:1"  # nothing listens there
+LOCKED_TITLE = "数据库被占用"
+NOBODY = Addresses("http://127.0.0.1:1", "http://127.0.0.1:1")  # nothing listens there
 
 
 class Start(unittest.TestCase):
@@ -33,8 +32,8 @@ class Start(unittest.TestCase):
         self.home = self.folder / "home"
         self.data = self.home / "moravu"
 
-    def start(self, base=NOBODY):
-        program = Program(PROGRAM, self.home, base, self.folder)
+    def start(self, addresses=NOBODY):
+        program = Program(PROGRAM, self.home, addresses, self.folder)
         self.addCleanup(program.stop)
         return program
 
@@ -46,7 +45,7 @@ class Start(unittest.TestCase):
 
     def log_in(self, drive):
         """Leaves a home folder with one stored user."""
-        program = self.start(drive.base)
+        program = self.start(drive.addresses)
         program.window(MAIN_TITLE).close()
         self.assertEqual(program.end(), 0)
 
@@ -95,7 +94,9 @@ class Start(unittest.TestCase):
         self.data.mkdir(parents=True)
         content = b"this is not a database\n" * 200
         (self.data / "moravu.db").write_bytes(content)
-        self.assert_asks_for_login(self.start())
+        program = self.start()
+        program.window(TOAST_TITLE)
+        self.assert_asks_for_login(program)
         kept = [path for path in self.data.glob("moravu.db*") if path.read_bytes() == content]
         self.assertTrue(kept)
 
@@ -106,17 +107,19 @@ class Start(unittest.TestCase):
         program.window(TOAST_TITLE)
         self.assert_asks_for_login(program)
 
-    def test_database_in_use_elsewhere_is_said_and_kept(self):
-        self.log_in(self.start_drive())
+    def test_database_in_use_elsewhere_is_waited_for(self):
+        drive = self.start_drive()
+        self.log_in(drive)
         holder = sqlite3.connect(self.data / "moravu.db", isolation_level=None)
-        self.addCleanup(holder.close)
-        holder.execute("PRAGMA locking_mode=EXCLUSIVE")
-        holder.execute("BEGIN EXCLUSIVE")
-        program = self.start()
-        program.window(TOAST_TITLE)
-        self.assert_asks_for_login(program)
-        holder.execute("ROLLBACK")
-        self.assertEqual(holder.execute("SELECT count(*) FROM UserInfo").fetchone(), (1,))
+        for statement in ("PRAGMA journal_mode=DELETE", "BEGIN EXCLUSIVE"):
+            holder.execute(statement)
+        program = self.start(drive.addresses)
+        program.window(LOCKED_TITLE)
+        self.assertFalse(program.shows(LOGIN_TITLE))
+        holder.close()
+        press("Return")  # 重试
+        program.window(MAIN_TITLE).close()
+        self.assert_ends_in_order(program)
 
     def test_settings_that_are_none_do_no_harm(self):
         self.log_in(self.start_drive())
@@ -132,19 +135,19 @@ class Start(unittest.TestCase):
     def test_window_comes_back_to_its_place(self):
         drive = self.start_drive()
         self.log_in(drive)
-        program = self.start(drive.base)
+        program = self.start(drive.addresses)
         main = program.window(MAIN_TITLE)
         main.place(Area(60, 70, 820, 560))
         placed = main.area()
         main.close()
         self.assert_ends_in_order(program)
-        again = self.start(drive.base).window(MAIN_TITLE)
+        again = self.start(drive.addresses).window(MAIN_TITLE)
         wait_for("the window in its place", lambda: again.area() == placed)
 
     def test_two_processes_leave_each_other_alone(self):
         drive = self.start_drive()
         self.log_in(drive)
-        first, second = self.start(drive.base), self.start(drive.base)
+        first, second = self.start(drive.addresses), self.start(drive.addresses)
         first_main = first.window(MAIN_TITLE)
         second.window(MAIN_TITLE).close()
         self.assert_ends_in_order(second)
@@ -172,7 +175,7 @@ class Start(unittest.TestCase):
         self.log_in(drive)
         with (self.data / "mrsettings.ini").open("a", encoding="utf-8") as settings:
             settings.write("delToRecycle=false\n")
-        program = self.start(drive.base)
+        program = self.start(drive.addresses)
         main = program.window(MAIN_TITLE)
         program.wait_said("video quality menu init", program.wait_said("init select tab: 0"))
         area = main.area()
@@ -192,10 +195,8 @@ class Start(unittest.TestCase):
         self.log_in(drive)
         self.change_database("UPDATE UserInfo SET updateTime = '2020-01-01 00:00:00'")
         old = self.column("refreshToken")
-        fault = {"path": "/app/oauth/accessToken", "count": 1, "delay": 3000}
-        urllib.request.urlopen(urllib.request.Request(
-            drive.base + "/control/faults", json.dumps(fault).encode())).close()
-        program = self.start(drive.base)
+        drive.steer("faults", path="/oauth/access_token", delay=3000)
+        program = self.start(drive.addresses)
         program.window(MAIN_TITLE).close()
         self.assert_ends_in_order(program)
         self.assertTrue(program.said("Refresh token success."))
@@ -220,7 +221,7 @@ class Start(unittest.TestCase):
             self.assertEqual((self.data / name).stat().st_mode & 0o077, 0, name)
 
     def test_libmpv_is_not_loaded_for_the_file_list(self):
-        program = self.start(self.start_drive().base)
+        program = self.start(self.start_drive().addresses)
         main = program.window(MAIN_TITLE)
         program.wait_said("video quality menu init")
         self.assertFalse(program.has_loaded("libmpv"))

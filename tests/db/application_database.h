@@ -2,20 +2,15 @@
 
 #include <memory>
 
-#include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include "app/environment/app_settings.h"
 #include "db/tables/database.h"
 #include "db/tables/operations.h"
+#include "support/temporary_home.h"
 
-inline QString utf8(const char *text)
-{
-    return QString::fromUtf8(text);
-}
-
-/// The application's database in a home directory of its own, opened as start-up does it, with
-/// "u1" as the current user.
+// The application's database in a home folder of its own, opened as start-up does it, with "u1" as
+// the current user.
 class ApplicationDatabase final
 {
     Q_DISABLE_COPY_MOVE(ApplicationDatabase)
@@ -23,89 +18,82 @@ class ApplicationDatabase final
 public:
     ApplicationDatabase()
     {
-        qputenv("HOME", m_home.path().toUtf8());
+        AppSettings().setCurUserId("u1");
         open();
-        AppSettings().setCurUserId(utf8("u1"));
     }
     ~ApplicationDatabase() = default;
 
-    void reopen()
-    {
-        m_database.reset();
-        open();
-    }
-
-    void close() { m_database->close(); }
-
-    bool execute(const QString &sql)
-    {
-        DQConnection connection = m_database->connection();
-        return connection.exec(sql);
-    }
-
-    /// From now on every transaction that writes a row of `table` fails when it is committed.
-    void letCommitsFail(const char *table)
-    {
-        const QStringList statements{
-            utf8("PRAGMA foreign_keys=ON"), utf8("CREATE TABLE Missing (id INTEGER PRIMARY KEY)"),
-            utf8("CREATE TABLE Broken (missing INTEGER REFERENCES Missing(id) "
-                 "DEFERRABLE INITIALLY DEFERRED)"),
-            utf8("CREATE TRIGGER breakCommit AFTER INSERT ON %1 "
-                 "BEGIN INSERT INTO Broken VALUES (1); END")
-                .arg(utf8(table))};
-        for (const QString &statement : statements)
-            QVERIFY(execute(statement));
-    }
-
-    [[nodiscard]] QString home() const { return m_home.path(); }
-
-private:
     void open()
     {
+        m_database.reset();
         openDatabase();
         m_database.reset(database());
     }
 
-    const QTemporaryDir m_home;
+    // Others then find no database published.
+    void close() { m_database.reset(); }
+
+    bool execute(const QString &sql) { return DQConnection(m_database->connection()).exec(sql); }
+
+    [[nodiscard]] QString path() const { return m_home.filePath("moravu/moravu.db"); }
+    [[nodiscard]] QString home() const { return m_home.path(); }
+
+private:
+    const TemporaryHome m_home;
     std::unique_ptr<Database> m_database;
 };
 
-inline UserInfo user(const char *userId, const char *accessToken = "a",
-                     const char *refreshToken = "r")
+inline UserInfo user(const QString &userId, const QString &accessToken = "a",
+                     const QString &refreshToken = "r")
 {
     UserInfo info;
-    info.userId = utf8(userId);
-    info.nickname = utf8("用户");
-    info.accessToken = utf8(accessToken);
-    info.refreshToken = utf8(refreshToken);
+    info.userId = userId;
+    info.nickname = QString("用户");
+    info.accessToken = accessToken;
+    info.refreshToken = refreshToken;
     return info;
 }
 
-inline UserInfo storedUser(const char *userId)
+inline UserInfo store(UserInfo info)
 {
-    UserInfo info;
-    loadUserInfo(utf8(userId), info);
+    saveUserInfo(info);
     return info;
 }
 
-inline PlayHistory played(const char *fileId, const char *userId = "u1")
+inline UserInfo storedUser(const QString &userId)
+{
+    UserInfo info;
+    loadUserInfo(userId, info);
+    return info;
+}
+
+inline PlayHistory played(const QString &fileId, const QString &userId = "u1")
 {
     PlayHistory history;
-    history.fileId = utf8(fileId);
-    history.userId = utf8(userId);
+    history.fileId = fileId;
+    history.userId = userId;
     return history;
 }
 
-/// The files of the current user's history, in the order of the list.
+inline PlayHistory store(PlayHistory history)
+{
+    savePlayHistory(history);
+    return history;
+}
+
+// The files of the current user's history, in the order of the list.
 inline QString listedFiles()
 {
     DQList<PlayHistory> list;
     listPlayHistory(list);
     QStringList files;
-    for (const PlayHistory &history : list)
+    for (const PlayHistory &history : list) {
         files.append(history.fileId.value());
-    return files.join(QLatin1Char(' '));
+    }
+    return files.join(' ');
 }
+
+inline const QString LongAgo = "2020-02-03 04:05:06";
 
 inline bool isNow(const QDateTime &dateTime)
 {

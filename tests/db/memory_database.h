@@ -4,16 +4,16 @@
 
 #include "db/dq/dq_connection.h"
 
-/// A connection on a fresh database in memory, gone with the object.
+// A connection on a fresh database in memory, gone with the object.
 class MemoryDatabase final
 {
     Q_DISABLE_COPY_MOVE(MemoryDatabase)
 
 public:
-    explicit MemoryDatabase(const QString &name = QStringLiteral("memory")) : m_name(name)
+    explicit MemoryDatabase(const QString &name = "memory") : m_name(name)
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
-        database.setDatabaseName(QStringLiteral(":memory:"));
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", m_name);
+        database.setDatabaseName(":memory:");
         database.open();
         connection.open(database);
     }
@@ -23,7 +23,7 @@ public:
         QSqlDatabase::removeDatabase(m_name);
     }
 
-    /// Registers the models and creates their tables.
+    // Registers the models and creates their tables.
     template <class... Models>
     bool create()
     {

@@ -15,6 +15,7 @@ public:
     static constexpr DQNames names{"Director"};
 
     DQField<QString> name{this, "name", DQNotNull | DQUnique};
+    DQField<int> teacher{this, "teacher", DQForeignKey<Director>};
 };
 
 class Film final : public DQTable<Film>
@@ -24,17 +25,10 @@ public:
 
     DQField<QString> title{this, "title", DQUnique | DQNotNull};
     DQField<int> year{this, "year", DQDefault(1895)};
-    DQField<double> rating{this, "rating"};
-    DQField<QDateTime> added{this, "added", DQDefault("CURRENT_TIMESTAMP") | DQNotNull};
-    DQField<int> director{this, "director", DQForeignKey<Director>};
-};
-
-class Person final : public DQTable<Person>
-{
-public:
-    static constexpr DQNames names{"Person"};
-
-    DQField<int> parent{this, "parent", DQForeignKey<Person>};
+    DQField<double> rating{this, "rating", DQClause()};
+    DQField<QDateTime> added{this, "added", DQNotNull | DQDefault("CURRENT_TIMESTAMP")};
+    DQField<int> director{this, "director", DQForeignKey<Director> | DQDefault(0)};
+    DQField<int> second{this, "second", DQDefault(0.5) | DQForeignKey<Director>};
 };
 
 class EveryType final : public DQTable<EveryType>
@@ -56,36 +50,20 @@ public:
     DQField<QDateTime> moment{this, "moment"};
 };
 
-class OnlyKey final : public DQTable<OnlyKey>
-{
-public:
-    static constexpr DQNames names{"OnlyKey"};
-};
-
 class Genre final : public DQTable<Genre>
 {
 public:
     static constexpr DQNames names{"Genre"};
 
-    [[nodiscard]] bool clean() override { return name.value() != QLatin1String("forbidden"); }
+    [[nodiscard]] bool clean() override { return name.value() != "forbidden"; }
 
     [[nodiscard]] DQSharedList initialData() const override
     {
         DQList<Genre> list;
-        DQStream(dqMetaInfo<Genre>(), list) << QStringLiteral("drama") << 2 //
-                                            << QStringLiteral("comedy") << 1;
+        DQStream(dqMetaInfo<Genre>(), list) << "drama" << 2 << "comedy" << 1;
         return list;
     }
 
     DQField<QString> name{this, "name", DQNotNull};
     DQField<int> rank{this, "rank"};
-};
-
-/// Its default is no SQL, so its table can not be created.
-class Unbuildable final : public DQTable<Unbuildable>
-{
-public:
-    static constexpr DQNames names{"UnbuildableModel", "Unbuildable"};
-
-    DQField<QString> name{this, "name", DQDefault("two words")};
 };

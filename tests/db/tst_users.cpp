@@ -1,11 +1,19 @@
-#include <QtTest>
+#include <QTest>
 
 #include "application_database.h"
-#include "warnings.h"
+#include "support/log_capture.h"
 
 namespace {
-const QString kLongAgo = QStringLiteral("2020-02-03 04:05:06");
+
+// All that belongs to a token: "access refresh type seconds".
+QString tokens(const UserInfo &info)
+{
+    return QStringList{info.accessToken.value(), info.refreshToken.value(), info.tokenType.value(),
+                       info.tokenExpiresIn.get().toString()}
+        .join(' ');
 }
+
+} // namespace
 
 class TestUsers final : public QObject
 {
@@ -13,246 +21,202 @@ class TestUsers final : public QObject
 
 private slots:
     void init() { m_database = std::make_unique<ApplicationDatabase>(); }
-    void cleanup();
+    void cleanup()
+    {
+        m_database.reset();
+        QVERIFY(!database());
+    }
 
-    void savingAKnownUserKeepsOneRow();
-    void listsUsersInRowOrder();
-    void findsTheUserOfAToken();
-    void theTokensClock_data();
-    void theTokensClock();
-    void aStaleUserRecordKeepsTheRenewedTokens();
-    void aStaleUserRecordIsKnownWhateverTheClock_data();
-    void aStaleUserRecordIsKnownWhateverTheClock();
-    void aLoginWithTheSameTokensStartsTheClock();
-    void aUserThatIsNotStoredKeepsItsKey();
-    void storesRenewedTokens();
-    void removesOneUser();
+    void aKnownUserKeepsOneRow()
+    {
+        UserInfo info = store(user("u1"));
+        QCOMPARE(info.id.value(), 1);
+        info.nickname = QString("新名");
+        saveUserInfo(info);
+        QCOMPARE(info.id.value(), 1);
+        UserInfo sameUser = user("u1");
+        sameUser.nickname.clear();
+        saveUserInfo(sameUser);
+        QCOMPARE(countUsers(), 1);
+        QCOMPARE(sameUser.id.value(), 2);
+        QVERIFY(storedUser("u1").nickname.isNull());
+        UserInfo stranger = user("u2");
+        stranger.id = 2; // of another row
+        saveUserInfo(stranger);
+        QCOMPARE(stranger.id.value(), 3);
+        QCOMPARE(countUsers(), 2);
+    }
+
+    void usersAreListedFoundAndRemoved()
+    {
+        for (const char *userId : {"u3", "u1", "u2", "u3"}) {
+            UserInfo info = store(user(userId, QString("token ") + userId));
+        }
+        store(user("u4", QString()));
+        QCOMPARE(userIdForAccessToken("token u2"), "u2");
+        QCOMPARE(userIdForAccessToken("TOKEN U2"), "");
+        QCOMPARE(userIdForAccessToken(QVariant()), "");
+        removeUser("u1");
+        removeUser("nobody");
+        removeUser(QString());
+        QStringList ids;
+        for (const UserInfo &info : listUsers()) {
+            ids.append(info.userId.value());
+        }
+        QCOMPARE(ids, (QStringList{"u2", "u3", "u4"}));
+    }
+
+    void theTokensClock_data()
+    {
+        QTest::addColumn<bool>("isLoaded"); // before it is saved; else made anew, as login does
+        QTest::addColumn<QVariant>("expiresIn");
+        QTest::addColumn<QString>("accessToken");
+        QTest::addColumn<bool>("startsAnew");
+        const auto row = [](const char *name, bool isLoaded, const QVariant &expiresIn,
+                            const QString &token, bool startsAnew) {
+            QTest::newRow(name) << isLoaded << expiresIn << token << startsAnew;
+        };
+        row("a loaded record with the same tokens", true, QVariant(), "a", false);
+        row("a new record with the same tokens", false, QVariant(), "a", false);
+        row("a loaded record with new tokens", true, QVariant(), "b", true);
+        row("a new record with new tokens", false, QVariant(), "b", true);
+        row("a login with the same tokens", false, 7200, "a", true);
+    }
+    void theTokensClock()
+    {
+        QFETCH(bool, isLoaded);
+        QFETCH(QVariant, expiresIn);
+        QFETCH(QString, accessToken);
+        QFETCH(bool, startsAnew);
+        store(user("u1"));
+        QVERIFY(isNow(storedUser("u1").updateTime.value()));
+        setClock(LongAgo);
+
+        UserInfo saved = isLoaded ? storedUser("u1") : user("u1");
+        saved.tokenExpiresIn = expiresIn;
+        saved.nickname = QString("新名");
+        saved.accessToken = accessToken;
+        saveUserInfo(saved);
+        const QDateTime clock = storedUser("u1").updateTime.value();
+        QCOMPARE(clock == dqDateTimeFromText(LongAgo), !startsAnew);
+        QCOMPARE(isNow(clock), startsAnew);
+        saveUserInfo(saved); // written once more
+        const UserInfo stored = storedUser("u1");
+        QCOMPARE(stored.updateTime.value(), clock);
+        QCOMPARE(stored.nickname.value(), "新名");
+        QCOMPARE(stored.accessToken.value(), accessToken);
+    }
+
+    void aStaleRecordKeepsTheRenewedTokens_data()
+    {
+        QTest::addColumn<QString>("clock"); // of the tokens that the record was loaded with
+        QTest::addColumn<bool>("isLogin");  // what stores the new ones, else a renewal
+        const QString now = QDateTime::currentDateTimeUtc().toString("yyyy-MM-dd hh:mm:ss.zzz");
+        QTest::newRow("renewed long after") << LongAgo << false;
+        QTest::newRow("renewed in the same second") << now << false;
+        QTest::newRow("logged in within the same second") << now << true;
+        QTest::newRow("renewed after the clock was set back") << "2096-01-01 00:00:00" << false;
+        QTest::newRow("logged in after the clock was set back") << "2096-01-01 00:00:00" << true;
+    }
+    void aStaleRecordKeepsTheRenewedTokens()
+    {
+        QFETCH(QString, clock);
+        QFETCH(bool, isLogin);
+        UserInfo info = user("u1", "old", "used up");
+        info.tokenType = QString("Basic");
+        info.tokenExpiresIn = 60;
+        saveUserInfo(info);
+        setClock(clock);
+        UserInfo copy = storedUser("u1");
+        if (isLogin) {
+            UserInfo login = user("u1", "new", "unused");
+            login.tokenType = QString("Bearer");
+            login.tokenExpiresIn = 7200;
+            saveUserInfo(login);
+        } else {
+            QVERIFY(storeTokens("u1", "new", "unused", "Bearer", 7200));
+        }
+        const QDateTime renewed = storedUser("u1").updateTime.value();
+        QVERIFY(renewed > copy.updateTime.value());
+        copy.nickname = QString("新名");
+        saveUserInfo(copy);
+        for (const UserInfo &record : {copy, storedUser("u1")}) {
+            QCOMPARE(record.nickname.value(), "新名");
+            QCOMPARE(tokens(record), "new unused Bearer 7200");
+            QCOMPARE(record.updateTime.value(), renewed);
+        }
+        copy.accessToken = QString("newest"); // by a record that is up to date
+        saveUserInfo(copy);
+        QCOMPARE(storedUser("u1").accessToken.value(), "newest");
+        QVERIFY(storedUser("u1").updateTime.value() > renewed);
+    }
+
+    void aUserThatIsNotStoredKeepsItsKey()
+    {
+        store(user("u1"));
+        for (const char *sql :
+             {"PRAGMA foreign_keys=ON", "CREATE TABLE Missing (id INTEGER PRIMARY KEY)",
+              "CREATE TABLE Broken (missing REFERENCES Missing(id) DEFERRABLE INITIALLY DEFERRED)",
+              "CREATE TRIGGER refuse AFTER INSERT ON UserInfo "
+              "BEGIN INSERT INTO Broken VALUES (1); END"}) { // which the commit finds out
+            QVERIFY(m_database->execute(sql));
+        }
+        const LogCapture log;
+        UserInfo info = store(user("u2"));
+        QVERIFY(info.id.isNull() && info.updateTime.isNull());
+        info.id = 4711;
+        saveUserInfo(info);
+        QCOMPARE(info.id.value(), 4711);
+        QVERIFY(!storeTokens("u1", "new", "r", "Bearer", 1));
+        QCOMPARE(countUsers(), 1);
+        QCOMPARE(storedUser("u1").accessToken.value(), "a");
+        QCOMPARE(log.warnings().count("Failed : COMMIT TRANSACTION"), 3);
+    }
+
+    void renewedTokensChangeNothingElse()
+    {
+        QVERIFY(!storeTokens("u1", "a", "r", "Bearer", 7200));
+        UserInfo info = user("u1");
+        info.createTime = dqDateTimeFromText(LongAgo);
+        saveUserInfo(info);
+        setClock(LongAgo);
+        QVERIFY(storeTokens("u1", "a2", "r2", "Bearer", 7200));
+        const UserInfo stored = storedUser("u1");
+        QCOMPARE(stored.id.value(), info.id.value());
+        QCOMPARE(stored.nickname.value(), "用户");
+        QCOMPARE(stored.createTime.value(), dqDateTimeFromText(LongAgo));
+        QCOMPARE(tokens(stored), "a2 r2 Bearer 7200");
+        QVERIFY(isNow(stored.updateTime.value()));
+        QVERIFY(storeTokens("u1", "a3", QString(), QString(), 0));
+        QCOMPARE(tokens(storedUser("u1")), "a3 r2 Bearer 0");
+    }
+
+    void oneFieldOfARowChanges()
+    {
+        UserInfo info = store(user("u1"));
+        setClock(LongAgo);
+        UserInfo changed;
+        const int id = info.id.value();
+        QVERIFY(changeFieldById(id, "nickname", "新名", changed));
+        QVERIFY(loadRowById(id, info));
+        QCOMPARE(info.nickname.value(), "新名");
+        QCOMPARE(info.accessToken.value(), "a");
+        QCOMPARE(info.updateTime.value(), dqDateTimeFromText(LongAgo));
+        QVERIFY(!changeFieldById(id, "colour", 1, changed));
+        QVERIFY(!changeFieldById(id, "status", "normal", changed));
+        QVERIFY(!changeFieldById(4711, "nickname", "x", changed));
+        QVERIFY(!loadRowById(4711, info));
+    }
 
 private:
-    /// Sets the clock of all stored tokens.
+    // Sets the clock of all stored tokens.
     void setClock(const QString &utc)
     {
-        QVERIFY(m_database->execute(utf8("UPDATE UserInfo SET updateTime='%1'").arg(utc)));
+        QVERIFY(m_database->execute("UPDATE UserInfo SET updateTime='" + utc + '\''));
     }
 
     std::unique_ptr<ApplicationDatabase> m_database;
 };
-
-void TestUsers::cleanup()
-{
-    m_database.reset();
-    QVERIFY(!database());
-}
-
-void TestUsers::savingAKnownUserKeepsOneRow()
-{
-    UserInfo info = user("u1");
-    saveUserInfo(info);
-    QCOMPARE(info.id.value(), 1);
-    info.nickname = utf8("新名");
-    saveUserInfo(info);
-    QCOMPARE(info.id.value(), 1);
-    UserInfo sameUser = user("u1");
-    sameUser.nickname.clear();
-    saveUserInfo(sameUser);
-    QCOMPARE(countUsers(), 1);
-    QCOMPARE(sameUser.id.value(), 2);
-    QVERIFY(storedUser("u1").nickname.isNull());
-    UserInfo removed = user("u2");
-    removed.id = 2; // of another row
-    saveUserInfo(removed);
-    QCOMPARE(removed.id.value(), 3);
-    QCOMPARE(countUsers(), 2);
-}
-
-void TestUsers::listsUsersInRowOrder()
-{
-    for (const char *userId : {"u3", "u1", "u2", "u3"}) {
-        UserInfo info = user(userId);
-        saveUserInfo(info);
-    }
-    QStringList ids;
-    const QList<UserInfo> users = listUsers();
-    for (const UserInfo &info : users)
-        ids.append(info.userId.value());
-    QCOMPARE(ids, (QStringList{utf8("u1"), utf8("u2"), utf8("u3")}));
-}
-
-void TestUsers::findsTheUserOfAToken()
-{
-    UserInfo first = user("u1", "token one");
-    UserInfo second = user("u2", "token two");
-    UserInfo loggedOut = user("u3");
-    loggedOut.accessToken.clear();
-    saveUserInfo(first);
-    saveUserInfo(second);
-    saveUserInfo(loggedOut);
-    QCOMPARE(userIdForAccessToken(utf8("token two")), utf8("u2"));
-    QCOMPARE(userIdForAccessToken(utf8("TOKEN TWO")), QString());
-    QCOMPARE(userIdForAccessToken(QVariant()), QString());
-}
-
-void TestUsers::theTokensClock_data()
-{
-    QTest::addColumn<bool>("isLoaded"); // before it is saved; else made anew, as login does
-    QTest::addColumn<QString>("accessToken");
-    QTest::addColumn<bool>("startsAnew");
-    QTest::newRow("a loaded record with the same tokens") << true << utf8("a") << false;
-    QTest::newRow("a new record with the same tokens") << false << utf8("a") << false;
-    QTest::newRow("a loaded record with new tokens") << true << utf8("b") << true;
-    QTest::newRow("a new record with new tokens") << false << utf8("b") << true;
-}
-
-void TestUsers::theTokensClock()
-{
-    QFETCH(bool, isLoaded);
-    QFETCH(QString, accessToken);
-    QFETCH(bool, startsAnew);
-    UserInfo info = user("u1");
-    saveUserInfo(info);
-    QVERIFY(isNow(storedUser("u1").updateTime.value()));
-    setClock(kLongAgo);
-
-    UserInfo saved = isLoaded ? storedUser("u1") : user("u1");
-    saved.nickname = utf8("新名");
-    saved.accessToken = accessToken;
-    saveUserInfo(saved);
-    saveUserInfo(saved);
-    const UserInfo stored = storedUser("u1");
-    QCOMPARE(stored.nickname.value(), utf8("新名"));
-    QCOMPARE(stored.accessToken.value(), accessToken);
-    QCOMPARE(stored.updateTime.value() == dqDateTimeFromText(kLongAgo), !startsAnew);
-    QCOMPARE(isNow(stored.updateTime.value()), startsAnew);
-}
-
-void TestUsers::aStaleUserRecordKeepsTheRenewedTokens()
-{
-    UserInfo info = user("u1", "old", "used up");
-    saveUserInfo(info);
-    setClock(kLongAgo);
-    UserInfo copy = storedUser("u1");
-    QVERIFY(storeTokens(utf8("u1"), utf8("new"), utf8("unused"), QString(), 7200));
-    const QDateTime clock = storedUser("u1").updateTime.value();
-
-    copy.nickname = utf8("新名");
-    saveUserInfo(copy);
-    const UserInfo stored = storedUser("u1");
-    QCOMPARE(stored.nickname.value(), utf8("新名"));
-    QCOMPARE(stored.accessToken.value(), utf8("new"));
-    QCOMPARE(stored.refreshToken.value(), utf8("unused"));
-    QCOMPARE(stored.updateTime.value(), clock);
-    QCOMPARE(copy.accessToken.value(), utf8("new"));
-}
-
-void TestUsers::aStaleUserRecordIsKnownWhateverTheClock_data()
-{
-    QTest::addColumn<QString>("clock"); // of the tokens that the record was loaded with
-    QTest::addColumn<bool>("isLogin");  // what stores the new ones, else a renewal
-    const QString now = QDateTime::currentDateTimeUtc().toString(utf8("yyyy-MM-dd hh:mm:ss.zzz"));
-    const QString future = utf8("2096-01-01 00:00:00");
-    QTest::newRow("renewed in the same second") << now << false;
-    QTest::newRow("logged in within the same second") << now << true;
-    QTest::newRow("renewed after the clock was set back") << future << false;
-    QTest::newRow("logged in after the clock was set back") << future << true;
-}
-
-void TestUsers::aStaleUserRecordIsKnownWhateverTheClock()
-{
-    QFETCH(QString, clock);
-    QFETCH(bool, isLogin);
-    UserInfo info = user("u1", "old", "used up");
-    saveUserInfo(info);
-    setClock(clock);
-    UserInfo copy = storedUser("u1");
-    if (isLogin) {
-        UserInfo login = user("u1", "new", "unused");
-        login.tokenExpiresIn = 7200;
-        saveUserInfo(login);
-    } else {
-        QVERIFY(storeTokens(utf8("u1"), utf8("new"), utf8("unused"), QString(), 7200));
-    }
-    QVERIFY(storedUser("u1").updateTime.value() > copy.updateTime.value());
-    saveUserInfo(copy);
-    QCOMPARE(storedUser("u1").accessToken.value(), utf8("new"));
-    QCOMPARE(storedUser("u1").refreshToken.value(), utf8("unused"));
-
-    copy.accessToken = utf8("newest"); // by a record that is up to date
-    const QDateTime before = copy.updateTime.value();
-    saveUserInfo(copy);
-    QCOMPARE(storedUser("u1").accessToken.value(), utf8("newest"));
-    QVERIFY(storedUser("u1").updateTime.value() > before);
-}
-
-void TestUsers::aLoginWithTheSameTokensStartsTheClock()
-{
-    UserInfo first = user("u1");
-    first.tokenExpiresIn = 7200;
-    saveUserInfo(first);
-    setClock(kLongAgo);
-    UserInfo again = user("u1");
-    again.tokenExpiresIn = 7200;
-    saveUserInfo(again);
-    const QDateTime clock = storedUser("u1").updateTime.value();
-    QVERIFY(isNow(clock));
-    again.nickname = utf8("新名");
-    saveUserInfo(again); // the same login, written once more
-    QCOMPARE(storedUser("u1").updateTime.value(), clock);
-}
-
-void TestUsers::aUserThatIsNotStoredKeepsItsKey()
-{
-    UserInfo known = user("u1");
-    saveUserInfo(known);
-    m_database->letCommitsFail("UserInfo");
-    const Warnings warnings;
-    UserInfo info = user("u2");
-    saveUserInfo(info);
-    QVERIFY(info.id.isNull());
-    info.id = 4711;
-    saveUserInfo(info);
-    QCOMPARE(info.id.value(), 4711);
-    QVERIFY(!storeTokens(utf8("u1"), utf8("new"), utf8("r"), utf8("Bearer"), 1));
-    QCOMPARE(countUsers(), 1);
-    QCOMPARE(storedUser("u1").accessToken.value(), utf8("a"));
-    const QStringList failed = Warnings::texts().filter(utf8("Failed : "));
-    QCOMPARE(failed, QVector<QString>(3, utf8("Failed : COMMIT TRANSACTION")).toList());
-}
-
-void TestUsers::storesRenewedTokens()
-{
-    QVERIFY(!storeTokens(utf8("u1"), utf8("a"), utf8("r"), utf8("Bearer"), 7200));
-    UserInfo info = user("u1");
-    info.createTime = dqDateTimeFromText(kLongAgo);
-    saveUserInfo(info);
-    setClock(kLongAgo);
-    QVERIFY(storeTokens(utf8("u1"), utf8("a2"), utf8("r2"), utf8("Bearer"), 7200));
-    UserInfo stored = storedUser("u1");
-    QCOMPARE(stored.id.value(), info.id.value());
-    QCOMPARE(stored.nickname.value(), utf8("用户"));
-    QCOMPARE(stored.createTime.value(), dqDateTimeFromText(kLongAgo));
-    QCOMPARE(stored.accessToken.value(), utf8("a2"));
-    QCOMPARE(stored.refreshToken.value(), utf8("r2"));
-    QCOMPARE(stored.tokenType.value(), utf8("Bearer"));
-    QCOMPARE(stored.tokenExpiresIn.value(), 7200);
-    QVERIFY(isNow(stored.updateTime.value()));
-    QVERIFY(storeTokens(utf8("u1"), utf8("a3"), QString(), QString(), 0));
-    stored = storedUser("u1");
-    QCOMPARE(stored.refreshToken.value(), utf8("r2"));
-    QCOMPARE(stored.tokenType.value(), utf8("Bearer"));
-}
-
-void TestUsers::removesOneUser()
-{
-    UserInfo first = user("u1");
-    UserInfo second = user("u2");
-    saveUserInfo(first);
-    saveUserInfo(second);
-    removeUser(utf8("u1"));
-    removeUser(utf8("nobody"));
-    removeUser(QString());
-    QCOMPARE(countUsers(), 1);
-    QVERIFY(!storedUser("u2").id.isNull());
-}
 
 QTEST_GUILESS_MAIN(TestUsers)
 #include "tst_users.moc"

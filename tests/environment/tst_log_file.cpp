@@ -1,3 +1,5 @@
+#include <ctime>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -10,7 +12,13 @@ namespace {
 
 QString logPath()
 {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/error.log");
+    return QCoreApplication::applicationDirPath() + "/error.log";
+}
+
+QString logged()
+{
+    QFile file(logPath());
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
 }
 
 // What the handler wrote for one message, its time replaced by "TIME".
@@ -18,105 +26,82 @@ QString recordOf(QtMsgType type, const QMessageLogContext &context, const QStrin
 {
     QFile::remove(logPath());
     fileMessageHandler(type, context, message);
-    QFile file(logPath());
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    static const QRegularExpression time(
-        QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} "));
-    return QString::fromLocal8Bit(file.readAll()).replace(time, QStringLiteral("TIME "));
+    static const QRegularExpression time("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} ");
+    return logged().replace(time, "TIME ");
 }
 
-// How often this thread has written to any file, or -1 where that cannot be learnt.
+// How often this thread has written to any file.
 int writeCalls()
 {
-    QFile file(QStringLiteral("/proc/thread-self/io"));
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    static const QRegularExpression calls(QStringLiteral("syscw: (\\d+)"));
-    const QRegularExpressionMatch match = calls.match(QString::fromLatin1(file.readAll()));
-    return match.hasMatch() ? match.captured(1).toInt() : -1;
+    QFile file("/proc/thread-self/io");
+    static const QRegularExpression calls("syscw: (\\d+)");
+    return file.open(QIODevice::ReadOnly) ? calls.match(file.readAll()).captured(1).toInt() : 0;
 }
+
+const QMessageLogContext NoContext(nullptr, 0, nullptr, "default");
 
 } // namespace
 
-Q_DECLARE_METATYPE(QtMsgType)
-
-class tst_LogFile final : public QObject
+class TestLogFile final : public QObject
 {
     Q_OBJECT
 
 private slots:
     void cleanup() { QFile::remove(logPath()); }
-    void everyTypeHasItsTemplate_data();
-    void everyTypeHasItsTemplate();
-    void namesThePositionWhenThereIsOne();
-    void messagesOfThisProgramCarryNoPosition();
-    void recordsAreAppendedInOneWriteEach();
-    void anUnwritableFileDropsTheMessage();
+
+    void everyTypeHasItsTemplate()
+    {
+        const QString text = "text 青柚";
+        QCOMPARE(recordOf(QtDebugMsg, NoContext, text), "TIME Debug: text 青柚 (:0, )\n\n");
+        QCOMPARE(recordOf(QtWarningMsg, NoContext, text), "TIME Warning: text 青柚 (:0, )\n\n");
+        QCOMPARE(recordOf(QtCriticalMsg, NoContext, text), "TIME Critical: text 青柚 (:0, )\n\n");
+        QCOMPARE(recordOf(QtFatalMsg, NoContext, text), "TIME Fatal: text 青柚 (:0, )\n\n");
+        QCOMPARE(recordOf(QtInfoMsg, NoContext, text), "TIME \n");
+        const QMessageLogContext position("a.cpp", 7, "void f()", "default");
+        QCOMPARE(recordOf(QtDebugMsg, position, "x"), "TIME Debug: x (a.cpp:7, void f())\n\n");
+    }
+
+    void messagesCarryTheLocalTimeAndNoPosition()
+    {
+        qputenv("TZ", "Asia/Kathmandu"); // no other zone's minutes
+        tzset();
+        const QtMessageHandler previous = qInstallMessageHandler(fileMessageHandler);
+        const QString before = QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm:");
+        qDebug() << "video total time:" << 5;
+        qWarning() << "two";
+        const QString after = QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm:");
+        qInstallMessageHandler(previous);
+        qunsetenv("TZ");
+        tzset();
+        const QStringList lines = logged().split('\n');
+        QCOMPARE(lines.size(), 5);
+        QVERIFY(lines.at(0).startsWith(before) || lines.at(0).startsWith(after));
+        QVERIFY(lines.at(0).endsWith(" Debug: video total time: 5 (:0, )"));
+        QVERIFY(lines.at(2).endsWith(" Warning: two (:0, )"));
+        QCOMPARE(lines.at(1) + lines.at(3), "");
+    }
+
+    void recordsAreAppendedInOneWriteEach()
+    {
+        // Longer than any stream's buffer: a second write would let another process in between.
+        const QString text(100000, 'x');
+        const int before = writeCalls();
+        if (before == 0) {
+            QSKIP("the kernel does not count the calls");
+        }
+        QCOMPARE(recordOf(QtDebugMsg, NoContext, text), "TIME Debug: " + text + " (:0, )\n\n");
+        QCOMPARE(writeCalls() - before, 1);
+        fileMessageHandler(QtInfoMsg, NoContext, QString());
+        QVERIFY(logged().contains(text));
+    }
+
+    void anUnwritableFileDropsTheMessage()
+    {
+        QVERIFY(QDir().mkpath(logPath()));
+        fileMessageHandler(QtWarningMsg, NoContext, "lost");
+        QVERIFY(QDir().rmdir(logPath()));
+    }
 };
 
-void tst_LogFile::everyTypeHasItsTemplate_data()
-{
-    QTest::addColumn<QtMsgType>("type");
-    QTest::addColumn<QString>("record");
-
-    QTest::newRow("debug") << QtDebugMsg << "TIME Debug: text 青柚 (:0, )\n\n";
-    QTest::newRow("warning") << QtWarningMsg << "TIME Warning: text 青柚 (:0, )\n\n";
-    QTest::newRow("critical") << QtCriticalMsg << "TIME Critical: text 青柚 (:0, )\n\n";
-    QTest::newRow("fatal") << QtFatalMsg << "TIME Fatal: text 青柚 (:0, )\n\n";
-    QTest::newRow("info has the time only") << QtInfoMsg << "TIME \n";
-}
-
-void tst_LogFile::everyTypeHasItsTemplate()
-{
-    QFETCH(QtMsgType, type);
-    const QMessageLogContext context(nullptr, 0, nullptr, "default");
-    QTEST(recordOf(type, context, QStringLiteral("text 青柚")), "record");
-}
-
-void tst_LogFile::namesThePositionWhenThereIsOne()
-{
-    const QMessageLogContext context("a.cpp", 7, "void f()", "default");
-    QCOMPARE(recordOf(QtDebugMsg, context, QStringLiteral("x")),
-             QStringLiteral("TIME Debug: x (a.cpp:7, void f())\n\n"));
-}
-
-void tst_LogFile::messagesOfThisProgramCarryNoPosition()
-{
-    const QtMessageHandler previous = qInstallMessageHandler(fileMessageHandler);
-    qDebug() << "video total time:" << 5;
-    qWarning() << QStringLiteral("two");
-    qInstallMessageHandler(previous);
-    QFile file(logPath());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-    QCOMPARE(lines.size(), 5);
-    QVERIFY(lines.at(0).endsWith(QStringLiteral(" Debug: video total time: 5 (:0, )")));
-    QCOMPARE(lines.at(1), QString());
-    QVERIFY(lines.at(2).endsWith(QStringLiteral(" Warning: \"two\" (:0, )")));
-    QCOMPARE(lines.at(3), QString());
-}
-
-void tst_LogFile::recordsAreAppendedInOneWriteEach()
-{
-    // Longer than any stream's buffer: a second write would let another process in between.
-    const QString text(100000, QLatin1Char('x'));
-    const QMessageLogContext context(nullptr, 0, nullptr, "default");
-    const int before = writeCalls();
-    if (before < 0)
-        QSKIP("the kernel does not count the calls");
-    QCOMPARE(recordOf(QtDebugMsg, context, text),
-             QStringLiteral("TIME Debug: ") + text + QStringLiteral(" (:0, )\n\n"));
-    QCOMPARE(writeCalls() - before, 1);
-}
-
-void tst_LogFile::anUnwritableFileDropsTheMessage()
-{
-    QVERIFY(QDir().mkpath(logPath()));
-    const QMessageLogContext context(nullptr, 0, nullptr, "default");
-    fileMessageHandler(QtWarningMsg, context, QStringLiteral("lost"));
-    QVERIFY(QDir().rmdir(logPath()));
-}
-
-QTEST_GUILESS_MAIN(tst_LogFile)
+QTEST_GUILESS_MAIN(TestLogFile)
 #include "tst_log_file.moc"

@@ -12,6 +12,7 @@
 #include <QString>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 // A request as it came over the wire; header names in lower case.
 struct ReceivedRequest
@@ -23,10 +24,10 @@ struct ReceivedRequest
 };
 
 // What the server does with one request: it writes these bytes as they stand, then keeps the
-// connection, closes it, or resets it.
+// connection, closes it, resets it, or sends a blank every 40 ms.
 struct ScriptedAnswer
 {
-    enum class Ending { Keep, Close, Reset };
+    enum class Ending { Keep, Close, Reset, Trickle };
 
     QByteArray bytes;
     Ending ending = Ending::Keep;
@@ -76,6 +77,7 @@ public:
     }
 
     const QList<ReceivedRequest> &requests() const { return m_requests; }
+    int openConnections() const { return int(findChildren<QTcpSocket *>().size()); }
 
     // Measurements must not grow with a log.
     void keepNoRequests() { m_keepsRequests = false; }
@@ -98,16 +100,19 @@ private:
         QByteArray &buffer = m_buffers[socket];
         buffer += socket->readAll();
         const int headEnd = buffer.indexOf("\r\n\r\n");
-        if (headEnd < 0)
+        if (headEnd < 0) {
             return;
+        }
         ReceivedRequest request = parseHead(buffer.left(headEnd));
         const int length = request.headers.value("content-length").toInt();
-        if (buffer.size() < headEnd + 4 + length)
+        if (buffer.size() < headEnd + 4 + length) {
             return;
+        }
         request.body = buffer.mid(headEnd + 4, length);
         buffer.clear();
-        if (m_keepsRequests)
+        if (m_keepsRequests) {
             m_requests.append(request);
+        }
         reply(socket, m_script(request));
     }
 
@@ -141,6 +146,10 @@ private:
             socket->disconnectFromHost();
         } else if (scripted.ending == ScriptedAnswer::Ending::Reset) {
             socket->abort();
+        } else if (scripted.ending == ScriptedAnswer::Ending::Trickle) {
+            auto *timer = new QTimer(socket);
+            connect(timer, &QTimer::timeout, socket, [socket] { socket->write(" "); });
+            timer->start(40);
         }
     }
 

@@ -5,21 +5,27 @@
 
 #include "net/file_size_limit.h"
 #include "net/http_downloader.h"
+#include "net/reply_guard.h"
 #include "net/scripted_server.h"
+#include "support/log_capture.h"
 
 namespace {
+
+using Ending = ScriptedAnswer::Ending;
+using Ranges = QList<QByteArray>;
 
 QByteArray fileContent(int size)
 {
     QByteArray content(size, Qt::Uninitialized);
-    for (int i = 0; i < size; ++i)
+    for (int i = 0; i < size; ++i) {
         content[i] = char(i * 31 + i / 251);
+    }
     return content;
 }
 
-ScriptedAnswer headAnswer(const QByteArray &length, const QByteArray &status = "200 OK")
+ScriptedServer::Script fileServer(const QByteArray &content)
 {
-    return {"HTTP/1.1 " + status + "\r\nContent-Length: " + length + "\r\n\r\n"};
+    return [content](const ReceivedRequest &request) { return fileAnswer(request, content); };
 }
 
 QByteArray readFile(const QString &path)
@@ -34,11 +40,12 @@ struct Download
     explicit Download(const QString &url) : loader(url, target())
     {
         QFile file(target());
-        if (file.open(QIODevice::WriteOnly))
+        if (file.open(QIODevice::WriteOnly)) {
             file.write("older");
+        }
     }
 
-    QString target() const { return dir.filePath(QStringLiteral("target")); }
+    QString target() const { return dir.filePath("target"); }
     QStringList files() const { return QDir(dir.path()).entryList(QDir::Files | QDir::Hidden); }
     bool hasEnded() const { return !errors.isEmpty() || !finished.isEmpty(); }
 
@@ -49,265 +56,217 @@ struct Download
     QSignalSpy finished{&loader, &HttpDownLoader::downFinished};
 };
 
+QString errorWithCode(int code)
+{
+    return QString("Recv Data Error, Error Code is %1").arg(code);
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(ScriptedAnswer)
 Q_DECLARE_METATYPE(ScriptedServer::Script)
 
-namespace {
-
-QString errorWithCode(int code)
-{
-    return QStringLiteral("Recv Data Error, Error Code is %1").arg(code);
-}
-
-// The server answers HEAD as the row says.
-void addHeadRow(const char *name, const ScriptedAnswer &scripted)
-{
-    QTest::newRow(name) << ScriptedServer::Script(
-                               [scripted](const ReceivedRequest &) { return scripted; })
-                        << QStringLiteral("Failed to get file size.") << 1;
-}
-
-void addHeadRows()
-{
-    addHeadRow("no length", {"HTTP/1.1 200 OK\r\n\r\n", ScriptedAnswer::Ending::Close});
-    addHeadRow("a length that is no number", headAnswer("many"));
-    addHeadRow("a negative length", headAnswer("-5"));
-    addHeadRow("a length beyond 32 bits", headAnswer("2147483648"));
-    addHeadRow("HEAD refused, with a length", headAnswer("100", "403 Forbidden"));
-    addHeadRow("HEAD redirected, with a length", headAnswer("100", "302 Found"));
-}
-
-// An honest server up to the second range, which it answers as the row says.
-void addSecondRangeRow(const char *name, const ScriptedAnswer &scripted, const QString &error)
-{
-    const auto script = [scripted, content = fileContent(25000)](const ReceivedRequest &request) {
-        return request.headers.value("range") == "bytes=10241-20481" ? scripted
-                                                                     : fileAnswer(request, content);
-    };
-    QTest::newRow(name) << ScriptedServer::Script(script) << error << 3;
-}
-
-void addSecondRangeRows()
-{
-    using Ending = ScriptedAnswer::Ending;
-    const QByteArray half = "HTTP/1.1 206 Partial Content\r\n"
-                            "Content-Range: bytes 10241-20481/25000\r\n"
-                            "Content-Length: 10241\r\n\r\nhalf";
-    const QString noData = QStringLiteral("Fail Recv File Data");
-    const QByteArray wholeFile = fileContent(25000);
-    addSecondRangeRow("refused with a body", answer("403 Forbidden", "go away"),
-                      errorWithCode(201));
-    addSecondRangeRow("not found", answer("404 Not Found", ""), errorWithCode(203));
-    addSecondRangeRow("server error", answer("500 Internal Server Error", "sorry"),
-                      errorWithCode(401));
-    addSecondRangeRow("redirected", answer("302 Found", "moved", "Location: /x\r\n"),
-                      errorWithCode(399));
-    addSecondRangeRow("redirected without a body", answer("302 Found", "", "Location: /x\r\n"),
-                      noData);
-    addSecondRangeRow(
-        "an empty range",
-        answer("206 Partial Content", "", "Content-Range: bytes 10241-10240/25000\r\n"), noData);
-    addSecondRangeRow("the whole file again", answer("200 OK", wholeFile), errorWithCode(399));
-    addSecondRangeRow(
-        "another range",
-        answer("206 Partial Content", wholeFile.left(10), "Content-Range: bytes 0-9/25000\r\n"),
-        errorWithCode(399));
-    addSecondRangeRow("a range without its place",
-                      answer("206 Partial Content", wholeFile.left(10)), errorWithCode(399));
-    addSecondRangeRow(
-        "more than the file holds",
-        answer("206 Partial Content", wholeFile, "Content-Range: bytes 10241-35240/25000\r\n"),
-        errorWithCode(399));
-    addSecondRangeRow("closed inside the range", {half, Ending::Close}, errorWithCode(2));
-    addSecondRangeRow("reset inside the range", {half, Ending::Reset}, errorWithCode(2));
-}
-
-void addWrongFileRow()
-{
-    const auto script = [](const ReceivedRequest &request) {
-        return request.method == "HEAD" ? headAnswer("25000") : answer("200 OK", "another file");
-    };
-    QTest::newRow("the first range answered with a file of another size")
-        << ScriptedServer::Script(script) << errorWithCode(399) << 2;
-}
-
-} // namespace
-
-class tst_HttpDownLoader final : public QObject
+class TestHttpDownLoader final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void asksForTheRangesAsTheyFollow_data();
-    void asksForTheRangesAsTheyFollow();
-    void takesTheWholeFileInPlaceOfItsFirstRange();
-    void endsInOneErrorAndLeavesTheTargetAlone_data();
-    void endsInOneErrorAndLeavesTheTargetAlone();
-    void anUnwritableTargetIsAnError();
-    void aFullDiskIsAnError();
-    void canBeStartedAnewFromItsError_data();
-    void canBeStartedAnewFromItsError();
-    void destroyingItLeavesNothingBehind();
+    void asksForTheRangesAsTheyFollow_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<Ranges>("ranges");
+        QTest::newRow("empty file") << 0 << Ranges{};
+        QTest::newRow("what one request asks for") << 10241 << Ranges{"bytes=0-10240"};
+        QTest::newRow("one byte more") << 10242 << Ranges{"bytes=0-10240", "bytes=10241-20481"};
+    }
+    void asksForTheRangesAsTheyFollow()
+    {
+        QFETCH(int, size);
+        const QByteArray content = fileContent(size);
+        ScriptedServer server(fileServer(content));
+        Download download(server.url());
+        LogCapture log;
+        download.loader.start();
+        QTRY_VERIFY(download.hasEnded());
+        Ranges ranges;
+        for (const ReceivedRequest &request : server.requests()) {
+            QCOMPARE(request.headers.value("user-agent"), QByteArray("QtApp-HttpDownLoader"));
+            QCOMPARE(request.headers.value("accept"), QByteArray("application/octet-stream"));
+            QCOMPARE(request.headers.value("accept-encoding"), QByteArray("identity"));
+            if (request.method == "GET") {
+                ranges += request.headers.value("range");
+            }
+        }
+        QTEST(ranges, "ranges");
+        QCOMPARE(server.requests().value(0).method, QByteArray("HEAD"));
+        QCOMPARE(log.lines(), QStringList("[结束] 成功: " + download.target()));
+        QCOMPARE(download.errors.size(), 0);
+        QCOMPARE(download.finished.size(), 1);
+        QVERIFY(download.written.size() >= ranges.size());
+        QCOMPARE(download.loader.received(), size);
+        QCOMPARE(readFile(download.target()), content);
+        QCOMPARE(download.files(), QStringList("target"));
+    }
+    void takesTheWholeFileInPlaceOfItsFirstRange()
+    {
+        const QByteArray content = fileContent(300000);
+        ScriptedServer server([&](const ReceivedRequest &r) {
+            return r.method == "HEAD" ? fileAnswer(r, content) : answer("200 OK", content);
+        });
+        Download download(server.url());
+        download.loader.start();
+        QTRY_VERIFY(download.hasEnded());
+        QCOMPARE(server.requests().size(), 2);
+        QCOMPARE(readFile(download.target()), content);
+    }
+    void endsInOneErrorAndLeavesTheTargetAlone_data()
+    {
+        QTest::addColumn<ScriptedServer::Script>("script");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<int>("requests");
+        const auto head = [](const char *status, const QByteArray &headers) {
+            const ScriptedAnswer scripted{"HTTP/1.1 " + QByteArray(status) + "\r\n" + headers +
+                                              "\r\n\r\n",
+                                          headers.isEmpty() ? Ending::Close : Ending::Keep};
+            QTest::addRow("HEAD: %s %s", status, headers.constData())
+                << ScriptedServer::Script([scripted](const ReceivedRequest &) { return scripted; })
+                << "Failed to get file size." << 1;
+        };
+        head("200 OK", "");
+        for (const char *length : {"many", "-5", "2147483648"}) {
+            head("200 OK", QByteArray("Content-Length: ") + length);
+        }
+        head("403 Forbidden", "Content-Length: 100");
+        head("302 Found", "Content-Length: 100");
+
+        // An honest server up to the second range, which it answers as the row says.
+        const QByteArray whole = fileContent(25000);
+        const auto row = [&](const char *name, const ScriptedAnswer &scripted,
+                             const QString &error) {
+            const auto script = [scripted, whole](const ReceivedRequest &request) {
+                const bool isSecond = request.headers.value("range") == "bytes=10241-20481";
+                return isSecond ? scripted : fileAnswer(request, whole);
+            };
+            QTest::newRow(name) << ScriptedServer::Script(script) << error << 3;
+        };
+        const auto range = [&](const char *name, const QByteArray &place, const QByteArray &bytes,
+                               const QString &error) {
+            row(name, answer("206 Partial Content", bytes, "Content-Range: " + place + "\r\n"),
+                error);
+        };
+        const QString noData = "Fail Recv File Data";
+        row("refused with a body", answer("403 Forbidden", "go away"), errorWithCode(201));
+        row("server error", answer("500 Internal Server Error", "sorry"), errorWithCode(401));
+        row("redirected", answer("302 Found", "moved", "Location: /x\r\n"), errorWithCode(399));
+        row("redirected without a body", answer("302 Found", ""), noData);
+        row("the whole file again", answer("200 OK", whole), errorWithCode(399));
+        row("a range without its place", answer("206 Partial Content", "x"), errorWithCode(399));
+        range("an empty range", "bytes 10241-10240/25000", "", noData);
+        range("another range", "bytes 0-9/25000", "0123456789", errorWithCode(399));
+        range("a file that was replaced", "bytes 10241-10250/24999", "0123456789",
+              errorWithCode(399));
+        range("more than the file holds", "bytes 10241-35240/25000", whole, errorWithCode(399));
+        const QByteArray half = "HTTP/1.1 206 Partial Content\r\nContent-Length: 10241\r\n"
+                                "Content-Range: bytes 10241-20481/25000\r\n\r\nhalf";
+        row("closed inside the range", {half, Ending::Close}, errorWithCode(2));
+        row("silent inside the range", {half}, errorWithCode(4));
+        QTest::newRow("the first range answered with a file of another size")
+            << ScriptedServer::Script([whole](const ReceivedRequest &request) {
+                   return request.method == "HEAD" ? fileAnswer(request, whole)
+                                                   : answer("200 OK", "another file");
+               })
+            << errorWithCode(399) << 2;
+    }
+    void endsInOneErrorAndLeavesTheTargetAlone()
+    {
+        QFETCH(ScriptedServer::Script, script);
+        QFETCH(QString, error);
+        ScriptedServer server(script);
+        Download download(server.url());
+        ReplyGuard::setPatience({std::chrono::milliseconds(300), {}});
+        LogCapture log;
+        download.loader.start();
+        QTRY_VERIFY(download.hasEnded());
+        QTest::qWait(20);
+        QCOMPARE(download.errors, QList<QVariantList>{{error}});
+        QCOMPARE(log.lines(), QStringList("[结束] 失败: " + error));
+        QCOMPARE(download.finished.size(), 0);
+        QTEST(server.requests().size(), "requests");
+        QCOMPARE(download.files(), QStringList("target"));
+        QCOMPARE(readFile(download.target()), QByteArray("older"));
+    }
+    void whatCannotBeAskedWrittenOrHeldIsAnError()
+    {
+        ScriptedServer server(fileServer(fileContent(100)));
+        const QString nowhere = "/nonexistent/folder/target";
+        for (const auto &[url, error] :
+             {std::pair(QString("file:///etc/hostname"), errorWithCode(301)),
+              std::pair(server.url(), "[错误] 打开文件出错: " + nowhere)}) {
+            HttpDownLoader loader(url, nowhere);
+            QSignalSpy errors(&loader, &HttpDownLoader::error);
+            loader.start();
+            QCOMPARE(errors.size(), 0);
+            QTRY_COMPARE(errors, QList<QVariantList>{{error}});
+        }
+        QCOMPARE(server.requests().size(), 1);
+
+        Download download(server.url());
+        download.loader.setLargest(99);
+        download.loader.start();
+        QTRY_COMPARE(download.errors, QList<QVariantList>{{"The file is larger than 99 bytes"}});
+        download.loader.setLargest(100);
+        download.loader.start();
+        QTRY_COMPARE(download.finished.size(), 1);
+    }
+    void aFullDiskIsAnError()
+    {
+        ScriptedServer server(fileServer(fileContent(100000)));
+        Download download(server.url());
+        const FileSizeLimit limit(50000);
+        download.loader.start();
+        QTRY_VERIFY(download.hasEnded());
+        QTest::qWait(20);
+        QCOMPARE(download.errors, QList<QVariantList>{{"File too large"}});
+        QCOMPARE(server.requests().size(), 6);
+        QCOMPARE(download.files(), QStringList("target"));
+        QCOMPARE(readFile(download.target()), QByteArray("older"));
+    }
+    void canBeStartedAnewFromItsError_data()
+    {
+        QTest::addColumn<ScriptedAnswer>("failure");
+        QTest::newRow("refused") << answer("403 Forbidden", "later");
+        QTest::newRow("another range, aborted half-way")
+            << ScriptedAnswer{"HTTP/1.1 206 Partial Content\r\nContent-Length: 5\r\n"
+                              "Content-Range: bytes 5-9/25000\r\n\r\nhal"};
+    }
+    void canBeStartedAnewFromItsError()
+    {
+        QFETCH(ScriptedAnswer, failure);
+        const QByteArray content = fileContent(25000);
+        int failures = 2;
+        ScriptedServer server([&](const ReceivedRequest &r) {
+            return r.method == "GET" && failures-- > 0 ? failure : fileAnswer(r, content);
+        });
+        Download download(server.url());
+        connect(&download.loader, &HttpDownLoader::error, &download.loader, &HttpDownLoader::start);
+        download.loader.start();
+        QTRY_VERIFY(!download.finished.isEmpty());
+        QCOMPARE(download.errors.size(), 2);
+        QCOMPARE(readFile(download.target()), content);
+    }
+    void destroyingItLeavesNothingBehind()
+    {
+        ScriptedServer server(fileServer(fileContent(5000000)));
+        const QTemporaryDir dir;
+        auto loader = std::make_unique<HttpDownLoader>(server.url(), dir.filePath("t"));
+        QSignalSpy errors(loader.get(), &HttpDownLoader::error);
+        loader->start();
+        QTRY_VERIFY(loader->received() > 0);
+        loader.reset();
+        QCOMPARE(errors.size(), 0);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
+    }
 };
 
-void tst_HttpDownLoader::asksForTheRangesAsTheyFollow_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::addColumn<QList<QByteArray>>("ranges");
-
-    using Ranges = QList<QByteArray>;
-    QTest::newRow("empty file") << 0 << Ranges{};
-    QTest::newRow("smaller than a chunk") << 100 << Ranges{"bytes=0-10240"};
-    QTest::newRow("what one request asks for") << 10241 << Ranges{"bytes=0-10240"};
-    QTest::newRow("one byte more") << 10242 << Ranges{"bytes=0-10240", "bytes=10241-20481"};
-    QTest::newRow("three requests")
-        << 25000 << Ranges{"bytes=0-10240", "bytes=10241-20481", "bytes=20482-30722"};
-}
-
-void tst_HttpDownLoader::asksForTheRangesAsTheyFollow()
-{
-    QFETCH(int, size);
-    const QByteArray content = fileContent(size);
-    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
-    Download download(server.url());
-    const QString message = QStringLiteral("[结束] 成功: ") + download.target();
-    QTest::ignoreMessage(QtDebugMsg, qPrintable(message));
-    download.loader.start();
-    QTRY_VERIFY(download.hasEnded());
-
-    QList<QByteArray> ranges;
-    for (const ReceivedRequest &request : server.requests()) {
-        QCOMPARE(request.headers.value("user-agent"), QByteArray("QtApp-HttpDownLoader"));
-        QCOMPARE(request.headers.value("accept"), QByteArray("application/octet-stream"));
-        if (request.method == "GET")
-            ranges += request.headers.value("range");
-    }
-    QTEST(ranges, "ranges");
-    QCOMPARE(server.requests().value(0).method, QByteArray("HEAD"));
-    QCOMPARE(download.errors.size(), 0);
-    QCOMPARE(download.finished.size(), 1);
-    QVERIFY(download.written.size() >= ranges.size());
-    QCOMPARE(download.loader.received(), size);
-    QCOMPARE(readFile(download.target()), content);
-    QCOMPARE(download.files(), QStringList({QStringLiteral("target")}));
-}
-
-void tst_HttpDownLoader::takesTheWholeFileInPlaceOfItsFirstRange()
-{
-    const QByteArray content = fileContent(300000);
-    ScriptedServer server([&](const ReceivedRequest &r) {
-        return r.method == "HEAD" ? fileAnswer(r, content) : answer("200 OK", content);
-    });
-    Download download(server.url());
-    download.loader.start();
-    QTRY_VERIFY(download.hasEnded());
-    QCOMPARE(download.finished.size(), 1);
-    QCOMPARE(server.requests().size(), 2);
-    QCOMPARE(readFile(download.target()), content);
-}
-
-void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone_data()
-{
-    QTest::addColumn<ScriptedServer::Script>("script");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<int>("requests");
-
-    addHeadRows();
-    addSecondRangeRows();
-    addWrongFileRow();
-}
-
-void tst_HttpDownLoader::endsInOneErrorAndLeavesTheTargetAlone()
-{
-    QFETCH(ScriptedServer::Script, script);
-    QFETCH(QString, error);
-    ScriptedServer server(script);
-    Download download(server.url());
-    QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("[结束] 失败: ") + error));
-    download.loader.start();
-    QTRY_VERIFY(download.hasEnded());
-    QTest::qWait(20);
-    QCOMPARE(download.errors.size(), 1);
-    QCOMPARE(download.errors.value(0).value(0).toString(), error);
-    QCOMPARE(download.finished.size(), 0);
-    QTEST(server.requests().size(), "requests");
-    QCOMPARE(download.files(), QStringList({QStringLiteral("target")}));
-    QCOMPARE(readFile(download.target()), QByteArray("older"));
-}
-
-void tst_HttpDownLoader::anUnwritableTargetIsAnError()
-{
-    const QByteArray content = fileContent(10);
-    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
-    const QString target = QStringLiteral("/nonexistent/folder/target");
-    HttpDownLoader loader(server.url(), target);
-    QSignalSpy errors(&loader, &HttpDownLoader::error);
-    const QString message = QStringLiteral("[错误] 打开文件出错: ") + target;
-    QTest::ignoreMessage(QtDebugMsg, qPrintable(message));
-    loader.start();
-    QTRY_COMPARE(errors.size(), 1);
-    QCOMPARE(errors.value(0).value(0).toString(), message);
-    QTest::qWait(20);
-    QCOMPARE(server.requests().size(), 1);
-}
-
-void tst_HttpDownLoader::aFullDiskIsAnError()
-{
-    const QByteArray content = fileContent(100000);
-    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
-    Download download(server.url());
-    const FileSizeLimit limit(50000);
-    download.loader.start();
-    QTRY_VERIFY(download.hasEnded());
-    QTest::qWait(20);
-    QCOMPARE(download.errors.size(), 1);
-    QCOMPARE(download.errors.value(0).value(0).toString(), QStringLiteral("File too large"));
-    QCOMPARE(server.requests().size(), 6);
-    QCOMPARE(download.files(), QStringList({QStringLiteral("target")}));
-    QCOMPARE(readFile(download.target()), QByteArray("older"));
-}
-
-void tst_HttpDownLoader::canBeStartedAnewFromItsError_data()
-{
-    QTest::addColumn<ScriptedAnswer>("failure");
-
-    QTest::newRow("refused") << answer("403 Forbidden", "later");
-    QTest::newRow("another range, aborted half-way")
-        << ScriptedAnswer{"HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 5-9/25000\r\n"
-                          "Content-Length: 5\r\n\r\nhal"};
-}
-
-void tst_HttpDownLoader::canBeStartedAnewFromItsError()
-{
-    QFETCH(ScriptedAnswer, failure);
-    const QByteArray content = fileContent(25000);
-    int failures = 2;
-    ScriptedServer server([&](const ReceivedRequest &r) {
-        return r.method == "GET" && failures-- > 0 ? failure : fileAnswer(r, content);
-    });
-    Download download(server.url());
-    connect(&download.loader, &HttpDownLoader::error, &download.loader, &HttpDownLoader::start);
-    download.loader.start();
-    QTRY_VERIFY(!download.finished.isEmpty());
-    QCOMPARE(download.errors.size(), 2);
-    QCOMPARE(readFile(download.target()), content);
-}
-
-void tst_HttpDownLoader::destroyingItLeavesNothingBehind()
-{
-    const QByteArray content = fileContent(5000000);
-    ScriptedServer server([&](const ReceivedRequest &r) { return fileAnswer(r, content); });
-    QTemporaryDir dir;
-    auto loader = std::make_unique<HttpDownLoader>(server.url(), dir.filePath(QStringLiteral("t")));
-    QSignalSpy errors(loader.get(), &HttpDownLoader::error);
-    loader->start();
-    QTRY_VERIFY(loader->received() > 0);
-    loader.reset();
-    QCOMPARE(errors.size(), 0);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
-}
-
-QTEST_GUILESS_MAIN(tst_HttpDownLoader)
+QTEST_GUILESS_MAIN(TestHttpDownLoader)
 #include "tst_http_downloader.moc"

@@ -33,8 +33,9 @@ bool make(const QString &path, const Clip &clip)
     arguments += path;
     QProcess ffmpeg;
     ffmpeg.start(QStringLiteral("ffmpeg"), arguments);
-    if (ffmpeg.waitForFinished(60000) && ffmpeg.exitCode() == 0)
+    if (ffmpeg.waitForFinished(180000) && ffmpeg.exitCode() == 0) {
         return true;
+    }
     qWarning().noquote() << ffmpeg.errorString() << ffmpeg.readAllStandardError();
     return false;
 }
@@ -45,8 +46,9 @@ int secondShown(const QImage &picture)
     for (int stripe = 0; stripe < 8; ++stripe) {
         const int x = picture.width() * (2 * stripe + 1) / 16;
         const int level = qGray(picture.pixel(x, picture.height() / 2));
-        if (level < 20)
+        if (level < 20) {
             return -1; // neither stripe colour: nothing was drawn here
+        }
         second |= (level > 140 ? 1 : 0) << stripe;
     }
     return second;

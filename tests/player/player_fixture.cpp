@@ -11,8 +11,9 @@
 #include <QtTest>
 
 #include "db/tables/operations.h"
-#include "player/mpv_widget.h"
-#include "player/player_window.h"
+#include "player/mpv/mpv_widget.h"
+#include "player/window/player_window.h"
+#include "support/fault_on.h"
 
 namespace {
 
@@ -21,18 +22,14 @@ QString madeClip(const QString &suffix, const clips::Clip &clip)
 {
     static QTemporaryDir folder;
     static QMap<QString, QString> made;
-    const QString key =
-        QStringLiteral("%1 %2 %3 %4 %5 %6")
-            .arg(suffix)
-            .arg(clip.seconds)
-            .arg(clip.width)
-            .arg(clip.height)
-            .arg(clip.inputs.join(QLatin1Char(' ')), clip.outputs.join(QLatin1Char(' ')));
+    const QString key = QString("%1 %2 %3 ").arg(suffix).arg(clip.seconds).arg(clip.width) +
+                        (clip.inputs + clip.outputs).join(' ');
     if (!made.contains(key)) {
         const QString path =
             folder.filePath(QString::number(made.size()) + QLatin1Char('.') + suffix);
-        if (!clips::make(path, clip))
+        if (!clips::make(path, clip)) {
             qFatal("no clip could be made");
+        }
         made.insert(key, path);
     }
     return made.value(key);
@@ -67,8 +64,9 @@ void PlayerFixture::addClip(const QString &path, const clips::Clip &clip)
     const QDir root(QString::fromStdString(server().rootPath()));
     root.mkpath(folderOf(path));
     const QString suffix = QFileInfo(path).suffix();
-    if (!QFile::copy(madeClip(suffix, clip), root.filePath(path)))
+    if (!QFile::copy(madeClip(suffix, clip), root.filePath(path))) {
         qFatal("the clip could not be put on the drive");
+    }
     m_videos.append(path);
 }
 
@@ -81,12 +79,8 @@ void PlayerFixture::addFile(const QString &path, const QByteArray &content)
 
 void PlayerFixture::setPlayInfo(const QByteArray &reply)
 {
-    localdrive::Fault fault;
-    fault.path = "getVideoPreviewPlayInfo";
-    fault.count = -1;
-    fault.status = 200;
-    fault.body = reply.toStdString();
-    server().addFault(fault);
+    FaultOn fault("getVideoPreviewPlayInfo");
+    server().addFault(fault.always().status(200).body(reply.toStdString()));
 }
 
 FileItem PlayerFixture::item(const QString &path)
@@ -94,8 +88,7 @@ FileItem PlayerFixture::item(const QString &path)
     FileItem item;
     item.file_id = QString::fromStdString(server().fileId(path.toStdString()));
     const std::string folder = folderOf(path).toStdString();
-    item.parent_file_id =
-        folder.empty() ? QStringLiteral("root") : QString::fromStdString(server().fileId(folder));
+    item.parent_file_id = folder.empty() ? "root" : QString::fromStdString(server().fileId(folder));
     item.drive_id = QString::fromStdString(server().driveId());
     item.name = path.section(QLatin1Char('/'), -1);
     return item;
@@ -107,8 +100,9 @@ PlayRequest PlayerFixture::request(const QString &path)
     request.user = m_user;
     request.file = item(path);
     for (const QString &video : qAsConst(m_videos)) {
-        if (folderOf(video) == folderOf(path))
+        if (folderOf(video) == folderOf(path)) {
             request.videos.append(item(video));
+        }
     }
     if (!loadPlayHistory(request.file.file_id, request.history)) {
         request.history.fileId = request.file.file_id;
@@ -142,8 +136,9 @@ void PlayerFixture::storePosition(const QString &path, int position, int duratio
 MpvPlayerWindow *PlayerFixture::window() const
 {
     for (QWidget *widget : QApplication::topLevelWidgets()) {
-        if (auto *player = qobject_cast<MpvPlayerWindow *>(widget))
+        if (auto *player = qobject_cast<MpvPlayerWindow *>(widget)) {
             return player;
+        }
     }
     return nullptr;
 }
@@ -160,35 +155,40 @@ QWidget *PlayerFixture::part(const QString &objectName) const
 
 QString PlayerFixture::timeText() const
 {
-    const auto *label = qobject_cast<QLabel *>(part(QStringLiteral("timeLabel")));
+    const auto *label = qobject_cast<QLabel *>(part("timeLabel"));
     return label ? label->text() : QString();
+}
+
+QList<QAction *> PlayerFixture::entries(const QString &button) const
+{
+    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
+    return menu ? menu->actions() : QList<QAction *>();
 }
 
 QStringList PlayerFixture::menuTexts(const QString &button) const
 {
     QStringList texts;
-    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
-    for (const QAction *action : menu ? menu->actions() : QList<QAction *>()) {
-        if (!action->isSeparator())
+    for (const QAction *action : entries(button)) {
+        if (!action->isSeparator()) {
             texts.append(action->text());
+        }
     }
     return texts;
 }
 
 QString PlayerFixture::checkedText(const QString &button) const
 {
-    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
-    for (const QAction *action : menu ? menu->actions() : QList<QAction *>()) {
-        if (action->isChecked())
+    for (const QAction *action : entries(button)) {
+        if (action->isChecked()) {
             return action->text();
+        }
     }
     return {};
 }
 
 bool PlayerFixture::choose(const QString &button, const QString &text)
 {
-    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
-    for (QAction *action : menu ? menu->actions() : QList<QAction *>()) {
+    for (QAction *action : entries(button)) {
         if (action->text() == text && action->isEnabled()) {
             action->trigger();
             return true;
@@ -200,8 +200,9 @@ bool PlayerFixture::choose(const QString &button, const QString &text)
 int PlayerFixture::secondShown() const
 {
     const MpvWidget *video = mpv();
-    if (!video)
+    if (!video) {
         return -1;
+    }
     // What the user sees, whatever the window's surface is at the moment.
     const QImage screen = QGuiApplication::primaryScreen()->grabWindow(0).toImage();
     return clips::secondShown(screen.copy(pictureOf(*video)));
@@ -209,12 +210,38 @@ int PlayerFixture::secondShown() const
 
 int PlayerFixture::secondLabelled() const
 {
-    const QTime time =
-        QTime::fromString(timeText().section(QLatin1Char('/'), 0, 0), QStringLiteral("hh:mm:ss"));
+    const QTime time = QTime::fromString(timeText().section(QLatin1Char('/'), 0, 0), "hh:mm:ss");
     return QTime(0, 0).secsTo(time);
 }
 
 bool PlayerFixture::hasReached(int second) const
 {
     return window() && secondLabelled() >= second;
+}
+
+bool PlayerFixture::waitFor(int second) const
+{
+    return QTest::qWaitFor([this, second] { return hasReached(second); }, 20000);
+}
+
+void PlayerFixture::press(const char *button) const
+{
+    QTest::mouseClick(part(QLatin1String(button)), Qt::LeftButton);
+}
+
+bool PlayerFixture::isOn(const char *control) const
+{
+    return part(QLatin1String(control))->isEnabled();
+}
+
+bool PlayerFixture::step(const char *button, const QString &title) const
+{
+    press(button);
+    return QTest::qWaitFor([this, &title] { return window()->windowTitle() == title; }, 15000);
+}
+
+void PlayerFixture::close() const
+{
+    window()->close();
+    QTRY_VERIFY(!window());
 }

@@ -9,13 +9,13 @@
 #include "api/records/file_records.h"
 #include "db/tables/play_history.h"
 #include "player/clips.h"
-#include "player/play_request.h"
-#include "player/player_host.h"
+#include "player/session/play_request.h"
+#include "player/window/player_host.h"
 #include "session/drive_fixture.h"
 
 class MpvPlayerWindow;
 class MpvWidget;
-class QToolButton;
+class QAction;
 
 // A local drive with clips, a logged-in user and a player host.
 class PlayerFixture final
@@ -56,6 +56,16 @@ public:
     // Chooses the entry with this text; false where there is none.
     bool choose(const QString &button, const QString &text);
 
+    // Waits until the window has played to this second.
+    [[nodiscard]] bool waitFor(int second) const;
+    // Presses a button of the open player.
+    void press(const char *button) const;
+    // Presses it and waits for the title.
+    [[nodiscard]] bool step(const char *button, const QString &title) const;
+    void close() const;
+    // Whether the control can be used.
+    bool isOn(const char *control) const;
+
     // The second that the picture in the window shows; -1 without a picture.
     int secondShown() const;
     // Whether the window plays: its position label has gone beyond `second`.
@@ -64,6 +74,8 @@ public:
     int secondLabelled() const;
 
 private:
+    QList<QAction *> entries(const QString &button) const;
+
     DriveFixture m_drive;
     UserInfo m_user;
     std::unique_ptr<PlayerHost> m_host;

@@ -1,10 +1,20 @@
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
 
-#include "player/mpv_node.h"
-#include "player/track_info.h"
-#include "player/track_labels.h"
+#include "player/mpv/mpv_node.h"
+#include "player/mpv/track_info.h"
+#include "player/session/track_labels.h"
+
+namespace {
+
+TrackInfo parsed(const char *tracks)
+{
+    return parseTrackList(QJsonDocument::fromJson(tracks).array());
+}
+
+} // namespace
 
 // Values on their way to and from libmpv, and the track list made of them.
 class TestMpvValues final : public QObject
@@ -12,173 +22,102 @@ class TestMpvValues final : public QObject
     Q_OBJECT
 
 private slots:
-    void formats_data();
-    void formats();
-    void survivesTheWayThereAndBack_data();
-    void survivesTheWayThereAndBack();
-    void readsEveryKeyOfATrack();
-    void lacksWhatIsMissing();
-    void sortsByType();
-    void namesLanguages_data();
-    void namesLanguages();
-    void tellsEqualTracksApart();
-};
-
-void TestMpvValues::formats_data()
-{
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<int>("format");
-    QTest::newRow("text") << QVariant(QStringLiteral("中")) << int(MPV_FORMAT_STRING);
-    QTest::newRow("bool") << QVariant(true) << int(MPV_FORMAT_FLAG);
-    QTest::newRow("int") << QVariant(5) << int(MPV_FORMAT_INT64);
-    QTest::newRow("64 bit") << QVariant(Q_INT64_C(5) << 40) << int(MPV_FORMAT_INT64);
-    QTest::newRow("double") << QVariant(0.5) << int(MPV_FORMAT_DOUBLE);
-    QTest::newRow("list") << QVariant(QVariantList{1}) << int(MPV_FORMAT_NODE_ARRAY);
-    QTest::newRow("map") << QVariant(QVariantMap()) << int(MPV_FORMAT_NODE_MAP);
-    QTest::newRow("anything else") << QVariant(QSize(1, 2)) << int(MPV_FORMAT_NONE);
-    QTest::newRow("nothing") << QVariant() << int(MPV_FORMAT_NONE);
-}
-
-void TestMpvValues::formats()
-{
-    QFETCH(QVariant, value);
-    QFETCH(int, format);
-    QCOMPARE(int(MpvNode(value).get()->format), format);
-}
-
-void TestMpvValues::survivesTheWayThereAndBack_data()
-{
-    QTest::addColumn<QVariant>("value");
-    QTest::newRow("text") << QVariant(QStringLiteral("字幕 \"x\""));
-    QTest::newRow("empty text") << QVariant(QStringLiteral(""));
-    QTest::newRow("false") << QVariant(false);
-    QTest::newRow("negative") << QVariant(Q_INT64_C(-7));
-    QTest::newRow("double") << QVariant(57.9);
-    const QVariantMap inner{{QStringLiteral("a"), Q_INT64_C(1)}, {QStringLiteral("b"), true}};
-    QTest::newRow("nested") << QVariant(
-        QVariantList{QStringLiteral("x"), inner, QVariantList{0.5, inner}});
-    QTest::newRow("empty list") << QVariant(QVariantList());
-}
-
-void TestMpvValues::survivesTheWayThereAndBack()
-{
-    QFETCH(QVariant, value);
-    QCOMPARE(variantFromNode(*MpvNode(value).get()), value);
-}
-
-void TestMpvValues::readsEveryKeyOfATrack()
-{
-    const QJsonObject track{
-        {QStringLiteral("type"), QStringLiteral("audio")},
-        {QStringLiteral("id"), 2},
-        {QStringLiteral("src-id"), 3},
-        {QStringLiteral("lang"), QStringLiteral("jpn")},
-        {QStringLiteral("codec"), QStringLiteral("flac")},
-        {QStringLiteral("decoder-desc"), QStringLiteral("flac (FLAC)")},
-        {QStringLiteral("audio-channels"), 6},
-        {QStringLiteral("demux-channel-count"), 6},
-        {QStringLiteral("demux-channels"), QStringLiteral("5.1")},
-        {QStringLiteral("demux-samplerate"), 48000},
-        {QStringLiteral("ff-index"), 1},
-        {QStringLiteral("main-selection"), 1},
-        {QStringLiteral("default"), true},
-        {QStringLiteral("selected"), true},
-        {QStringLiteral("visual-impaired"), true},
-        {QStringLiteral("external"), true},
-    };
-    const QJsonObject video{
-        {QStringLiteral("type"), QStringLiteral("video")},
-        {QStringLiteral("demux-w"), 1920},
-        {QStringLiteral("demux-h"), 1080},
-        {QStringLiteral("demux-fps"), 23.976},
-        {QStringLiteral("demux-par"), 1.5},
-    };
-    const QJsonObject sub{
-        {QStringLiteral("type"), QStringLiteral("sub")},
-        {QStringLiteral("title"), QStringLiteral("Signs")},
-        {QStringLiteral("forced"), true},
-    };
-    const TrackInfo info = parseTrackList({track, video, sub});
-    const AudioTrack &audio = info.audioTracks.at(0);
-    QCOMPARE(audio.id, 2);
-    QCOMPARE(audio.srcId, 3);
-    QCOMPARE(audio.lang, QStringLiteral("jpn"));
-    QCOMPARE(audio.codec, QStringLiteral("flac"));
-    QCOMPARE(audio.decoderDesc, QStringLiteral("flac (FLAC)"));
-    QCOMPARE(audio.audioChannels, 6);
-    QCOMPARE(audio.demuxChannelCount, 6);
-    QCOMPARE(audio.demuxChannels, QString(QChar(0)));
-    QCOMPARE(audio.demuxSamplerate, 48000);
-    QCOMPARE(audio.ffIndex, 1);
-    QCOMPARE(audio.mainSelection, 1);
-    QVERIFY(audio.isDefault && audio.selected && audio.visualImpaired && audio.external);
-    QVERIFY(!audio.albumart && !audio.forced && !audio.image && !audio.dependent);
-    QCOMPARE(info.videoTracks.at(0).demuxPar, 1.0);
-    QCOMPARE(info.videoTracks.at(0).demuxFps, 23.976);
-    QCOMPARE(info.videoTracks.at(0).demuxW, 1920);
-    QCOMPARE(info.videoTracks.at(0).demuxH, 1080);
-    QCOMPARE(info.subTracks.at(0).title, QString(QChar(0)));
-    QVERIFY(info.subTracks.at(0).forced);
-}
-
-void TestMpvValues::lacksWhatIsMissing()
-{
-    const TrackInfo info =
-        parseTrackList({QJsonObject{{QStringLiteral("type"), QStringLiteral("sub")}}});
-    QCOMPARE(info.subTracks.at(0).id, 0);
-    QCOMPARE(info.subTracks.at(0).lang, QString());
-    QVERIFY(!info.subTracks.at(0).selected);
-}
-
-void TestMpvValues::sortsByType()
-{
-    const auto track = [](const char *type, int id) {
-        return QJsonObject{{QStringLiteral("type"), QLatin1String(type)},
-                           {QStringLiteral("id"), id}};
-    };
-    const TrackInfo info = parseTrackList(
-        {track("sub", 2), track("data", 1), track("audio", 1), track("sub", 1), QJsonValue(7)});
-    QCOMPARE(info.videoTracks.size(), 0);
-    QCOMPARE(info.audioTracks.size(), 1);
-    QCOMPARE(info.subTracks.size(), 2);
-    QCOMPARE(info.subTracks.at(0).id, 2);
-}
-
-void TestMpvValues::namesLanguages_data()
-{
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("name");
-    for (const char *tag : {"chi", "zho", "zh", "zh-Hans", "ZH-tw"})
-        QTest::newRow(tag) << QString::fromLatin1(tag) << QStringLiteral("中文");
-    QTest::newRow("eng") << QStringLiteral("eng") << QStringLiteral("英语");
-    QTest::newRow("jpn") << QStringLiteral("jpn") << QStringLiteral("日语");
-    QTest::newRow("unknown") << QStringLiteral("tlh") << QStringLiteral("tlh");
-    QTest::newRow("part of a known one") << QStringLiteral("h") << QStringLiteral("h");
-    QTest::newRow("none") << QString() << QStringLiteral("未知语言");
-}
-
-void TestMpvValues::namesLanguages()
-{
-    QFETCH(QString, tag);
-    QFETCH(QString, name);
-    QCOMPARE(languageName(tag), name);
-}
-
-void TestMpvValues::tellsEqualTracksApart()
-{
-    TrackInfo info;
-    for (const int id : {1, 2, 3}) {
-        AudioTrack track;
-        track.id = id;
-        track.lang = QStringLiteral("jpn");
-        track.codec = QStringLiteral("aac");
-        track.audioChannels = id == 3 ? 6 : 2;
-        info.audioTracks.append(track);
+    void survivesTheWayThereAndBack_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<int>("format");
+        const QVariantMap inner{{"a", 1LL}, {"b", true}};
+        const QVariantList outer{"x", inner, QVariantList{0.5, inner}};
+        QTest::newRow("text") << QVariant("字幕 \"x\"") << int(MPV_FORMAT_STRING);
+        QTest::newRow("empty text") << QVariant("") << int(MPV_FORMAT_STRING);
+        QTest::newRow("false") << QVariant(false) << int(MPV_FORMAT_FLAG);
+        QTest::newRow("int") << QVariant(-7) << int(MPV_FORMAT_INT64);
+        QTest::newRow("64 bit") << QVariant(5LL << 40) << int(MPV_FORMAT_INT64);
+        QTest::newRow("double") << QVariant(57.9) << int(MPV_FORMAT_DOUBLE);
+        QTest::newRow("nested") << QVariant(outer) << int(MPV_FORMAT_NODE_ARRAY);
+        QTest::newRow("empty list") << QVariant(QVariantList()) << int(MPV_FORMAT_NODE_ARRAY);
+        QTest::newRow("nothing") << QVariant() << int(MPV_FORMAT_NONE);
     }
-    QCOMPARE(audioTrackLabels(info),
-             (QStringList{QStringLiteral("日语 AAC 立体声 #1"),
-                          QStringLiteral("日语 AAC 立体声 #2"), QStringLiteral("日语 AAC 6声道")}));
-}
+    void survivesTheWayThereAndBack()
+    {
+        QFETCH(QVariant, value);
+        MpvNode node(value);
+        QTEST(int(node.get()->format), "format");
+        QCOMPARE(variantFromNode(*node.get()), value);
+    }
+    void whatLibmpvDoesNotKnowHasNoFormat()
+    {
+        QCOMPARE(int(MpvNode(QSize(1, 2)).get()->format), int(MPV_FORMAT_NONE));
+    }
+
+    void readsEveryKeyOfATrack()
+    {
+        const TrackInfo info = parsed(
+            R"([{"type": "audio", "id": 2, "src-id": 3, "lang": "jpn", "codec": "flac",
+                 "decoder-desc": "flac decoder", "audio-channels": 6, "demux-channel-count": 5,
+                 "demux-channels": "5.1", "demux-samplerate": 48000, "ff-index": 1,
+                 "main-selection": 4, "default": true, "selected": true, "visual-impaired": true,
+                 "external": true},
+                {"type": "video", "demux-w": 1920, "demux-h": 1080, "demux-fps": 23.976,
+                 "demux-par": 1.5},
+                {"type": "sub", "title": "Signs", "forced": true}])");
+        const AudioTrack &audio = info.audioTracks.at(0);
+        QCOMPARE(audio.id, 2);
+        QCOMPARE(audio.srcId, 3);
+        QCOMPARE(audio.lang, QString("jpn"));
+        QCOMPARE(audio.codec, QString("flac"));
+        QCOMPARE(audio.decoderDesc, QString("flac decoder"));
+        QCOMPARE(audio.audioChannels, 6);
+        QCOMPARE(audio.demuxChannelCount, 5);
+        QCOMPARE(audio.demuxChannels, QString(QChar(0)));
+        QCOMPARE(audio.demuxSamplerate, 48000);
+        QCOMPARE(audio.ffIndex, 1);
+        QCOMPARE(audio.mainSelection, 4);
+        QVERIFY(audio.isDefault && audio.selected && audio.visualImpaired && audio.external);
+        QVERIFY(!audio.albumart && !audio.forced && !audio.image && !audio.dependent);
+        const VideoTrack &video = info.videoTracks.at(0);
+        QCOMPARE(video.demuxPar, 1.0);
+        QCOMPARE(video.demuxFps, 23.976);
+        QCOMPARE(video.demuxW, 1920);
+        QCOMPARE(video.demuxH, 1080);
+        QCOMPARE(info.subTracks.at(0).title, QString(QChar(0)));
+        QVERIFY(info.subTracks.at(0).forced);
+        QCOMPARE(info.subTracks.at(0).id, 0);
+        QCOMPARE(info.subTracks.at(0).lang, QString());
+    }
+
+    void sortsByType()
+    {
+        const TrackInfo info = parsed(R"([{"type": "sub", "id": 2}, {"type": "data", "id": 1},
+                                          {"type": "audio"}, {"type": "sub", "id": 1}, 7])");
+        QCOMPARE(info.videoTracks.size(), 0);
+        QCOMPARE(info.audioTracks.size(), 1);
+        QCOMPARE(info.subTracks.size(), 2);
+        QCOMPARE(info.subTracks.at(0).id, 2);
+    }
+
+    void namesLanguages_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("zh-Hans") << "中文";
+        QTest::newRow("CHI") << "中文";
+        QTest::newRow("jpn") << "日语";
+        QTest::newRow("tlh") << "tlh"; // nobody's
+        QTest::newRow("h") << "h";     // a part of one
+        QTest::newRow("") << "未知语言";
+    }
+    void namesLanguages() { QTEST(languageName(QTest::currentDataTag()), "name"); }
+
+    void tellsEqualTracksApart()
+    {
+        const TrackInfo info = parsed(
+            R"([{"type": "audio", "id": 1, "lang": "jpn", "codec": "aac", "audio-channels": 2},
+                       {"type": "audio", "id": 2, "lang": "jpn", "codec": "aac", "audio-channels": 2},
+                       {"type": "audio", "id": 3, "lang": "jpn", "codec": "aac", "audio-channels": 6}])");
+        QCOMPARE(audioTrackLabels(info),
+                 (QStringList{"日语 AAC 立体声 #1", "日语 AAC 立体声 #2", "日语 AAC 6声道"}));
+    }
+};
 
 QTEST_APPLESS_MAIN(TestMpvValues)
 #include "tst_mpv_values.moc"

@@ -1,15 +1,15 @@
-#include "player/mpv_widget.h"
-
 #include <clocale>
 #include <stdexcept>
 
-#include <QApplication>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtTest>
 
 #include "player/clips.h"
-#include "player/track_info.h"
+#include "player/mpv/mpv_widget.h"
+#include "player/mpv/track_info.h"
+#include "support/test_main.h"
 
 // The widget with the real libmpv, on a display.
 class TestMpvWidget final : public QObject
@@ -27,6 +27,10 @@ private slots:
     void addsASubtitleFile();
     void reportsHowAFileEnded_data();
     void reportsHowAFileEnded();
+    void tellsOnlyOfTheFileLoadedLast();
+    void knowsWhetherTheDurationIsSettled_data();
+    void knowsWhetherTheDurationIsSettled();
+    void letsGoWhenLibmpvQuits();
     void refusedPropertiesAreZero();
     void emitsOnlyTheLeftButton();
     void drawsWhileMinimised();
@@ -41,15 +45,13 @@ private:
 
 void TestMpvWidget::initTestCase()
 {
-    m_clip = m_folder.filePath(QStringLiteral("clip.mkv"));
+    m_clip = m_folder.filePath("clip.mkv");
     clips::Clip clip;
     clip.seconds = 20;
-    clip.inputs = QStringList{QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                              QStringLiteral("sine=duration=20")};
-    clip.outputs = QStringList{QStringLiteral("-c:a"), QStringLiteral("aac"),
-                               QStringLiteral("-metadata:s:a:0"), QStringLiteral("language=jpn")};
+    clip.inputs = QStringList{"-f", "lavfi", "-i", "sine=duration=20"};
+    clip.outputs = QStringList{"-c:a", "aac", "-metadata:s:a:0", "language=jpn"};
     QVERIFY(clips::make(m_clip, clip));
-    QVERIFY(clips::make(m_folder.filePath(QStringLiteral("short.mkv")), {2}));
+    QVERIFY(clips::make(m_folder.filePath("short.mkv"), {2}));
 }
 
 void TestMpvWidget::loadsWhatWasAskedForBeforeTheContext()
@@ -57,12 +59,11 @@ void TestMpvWidget::loadsWhatWasAskedForBeforeTheContext()
     MpvWidget widget;
     QSignalSpy durations(&widget, &MpvWidget::durationChanged);
     widget.loadFile(m_clip);
-    QTest::qWait(200);
-    QCOMPARE(widget.getProperty(QStringLiteral("idle-active")).toBool(), true);
+    QVERIFY(widget.getProperty("idle-active").toBool());
     widget.show();
     QTRY_COMPARE(durations.value(0).value(0).toInt(), 20);
     QCOMPARE(widget.duration(), 20);
-    QCOMPARE(widget.getProperty(QStringLiteral("current-vo")).toString(), QStringLiteral("libmpv"));
+    QCOMPARE(widget.getProperty("current-vo").toString(), QString("libmpv"));
 }
 
 void TestMpvWidget::showsTheFrameOfItsPosition()
@@ -97,10 +98,8 @@ void TestMpvWidget::pausesAndPlays()
     widget.pause();
     QTRY_COMPARE(pauses.value(pauses.count() - 1).value(0), QVariant(true));
     QVERIFY(widget.isPaused());
-    QTest::qWait(100);
+    QTRY_VERIFY(widget.getProperty("core-idle").toBool());
     positions.clear();
-    QTest::qWait(300);
-    QCOMPARE(positions.count(), 0);
     widget.play();
     QTRY_VERIFY(positions.count() > 2);
     QVERIFY(!widget.isPaused());
@@ -110,7 +109,7 @@ void TestMpvWidget::reportsVolume()
 {
     MpvWidget widget;
     QSignalSpy volumes(&widget, &MpvWidget::volumeChanged);
-    widget.setProperty(QStringLiteral("volume"), 57.9);
+    widget.setProperty("volume", 57.9);
     QTRY_COMPARE(volumes.value(volumes.count() - 1).value(0), QVariant(57));
     widget.setVolume(40);
     QCOMPARE(widget.volume(), 40);
@@ -128,8 +127,8 @@ void TestMpvWidget::reportsTracks()
     widget.show();
     widget.loadFile(m_clip);
     QTRY_COMPARE(tracks.audioTracks.size(), 1);
-    QCOMPARE(tracks.audioTracks[0].lang, QStringLiteral("jpn"));
-    QCOMPARE(tracks.audioTracks[0].codec, QStringLiteral("aac"));
+    QCOMPARE(tracks.audioTracks[0].lang, QString("jpn"));
+    QCOMPARE(tracks.audioTracks[0].codec, QString("aac"));
     QCOMPARE(tracks.videoTracks.size(), 1);
     QCOMPARE(tracks.videoTracks[0].demuxW, 320);
     QCOMPARE(tracks.subTracks.size(), 0);
@@ -137,7 +136,7 @@ void TestMpvWidget::reportsTracks()
 
 void TestMpvWidget::addsASubtitleFile()
 {
-    const QString path = m_folder.filePath(QStringLiteral("words.subtitle"));
+    const QString path = m_folder.filePath("words.subtitle");
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("1\n00:00:00,000 --> 00:00:20,000\n字幕\n");
@@ -153,7 +152,7 @@ void TestMpvWidget::addsASubtitleFile()
     widget.addSubtitle(path);
     QTRY_COMPARE(tracks.subTracks.size(), 1);
     QTRY_VERIFY(tracks.subTracks[0].selected);
-    QCOMPARE(widget.getProperty(QStringLiteral("sub-text")).toString(), QStringLiteral("字幕"));
+    QCOMPARE(widget.getProperty("sub-text").toString(), QString("字幕"));
 }
 
 void TestMpvWidget::reportsHowAFileEnded_data()
@@ -165,8 +164,7 @@ void TestMpvWidget::reportsHowAFileEnded_data()
     QTest::newRow("replaced by another file")
         << m_clip << false << MpvWidget::EndReason::Superseded;
     QTest::newRow("replaced by one that cannot be opened")
-        << m_folder.filePath(QStringLiteral("none.mkv")) << false
-        << MpvWidget::EndReason::Superseded;
+        << m_folder.filePath("none.mkv") << false << MpvWidget::EndReason::Superseded;
 }
 
 void TestMpvWidget::reportsHowAFileEnded()
@@ -180,15 +178,91 @@ void TestMpvWidget::reportsHowAFileEnded()
     QSignalSpy ends(&widget, &MpvWidget::playEnd);
     QSignalSpy loaded(&widget, &MpvWidget::fileLoaded);
     widget.show();
-    widget.loadFile(m_folder.filePath(QStringLiteral("short.mkv")));
+    widget.loadFile(m_folder.filePath("short.mkv"));
     QTRY_COMPARE(loaded.count(), 1);
-    if (!second.isEmpty())
+    if (!second.isEmpty()) {
         widget.loadFile(second);
+    }
     QTRY_VERIFY(!ends.isEmpty());
     QCOMPARE(ends.value(0).value(0).toBool(), finished);
     QCOMPARE(reasons.value(0), reason);
-    if (second.endsWith(QStringLiteral("none.mkv")))
+    if (second.endsWith("none.mkv")) {
         QTRY_COMPARE(reasons.value(1), MpvWidget::EndReason::Failed);
+    }
+}
+
+void TestMpvWidget::tellsOnlyOfTheFileLoadedLast()
+{
+    MpvWidget widget;
+    const QSignalSpy restarts(&widget, &MpvWidget::playbackRestarted);
+    widget.show();
+    widget.loadFile(m_clip);
+    QTRY_COMPARE(restarts.size(), 1);
+    widget.seekAbsolute(13);
+    QTRY_COMPARE(restarts.size(), 2);
+    QSignalSpy positions(&widget, &MpvWidget::positionChanged);
+    QSignalSpy pauses(&widget, &MpvWidget::paused);
+    QSignalSpy volumes(&widget, &MpvWidget::volumeChanged);
+    QThread::msleep(200); // libmpv holds back a position meanwhile
+    widget.loadFile(m_folder.filePath("short.mkv"));
+    QCOMPARE(widget.knownPosition(), std::nullopt);
+    QCOMPARE(widget.duration(), 0);
+    widget.on_mpv_events();
+    QTRY_COMPARE(restarts.size(), 3);
+    QCOMPARE(widget.duration(), 2);
+    QTRY_COMPARE(positions.value(positions.size() - 1).value(0), QVariant(1));
+    for (const QList<QVariant> &position : qAsConst(positions)) {
+        QVERIFY(position.at(0).toInt() < 2);
+    }
+    QCOMPARE(pauses.size() + volumes.size(), 0);
+}
+
+void TestMpvWidget::knowsWhetherTheDurationIsSettled_data()
+{
+    QTest::addColumn<QStringList>("outputs");
+    QTest::addColumn<bool>("settled");
+    QTest::newRow("the file says how long it is") << QStringList() << true;
+    QTest::newRow("the file does not say how long it is") << QStringList{"-live", "1"} << false;
+}
+
+void TestMpvWidget::knowsWhetherTheDurationIsSettled()
+{
+    QFETCH(QStringList, outputs);
+    QFETCH(bool, settled);
+    const QString path = m_folder.filePath("long.mkv");
+    QVERIFY(clips::make(path, {12, 320, 180, {}, outputs}));
+    MpvWidget widget;
+    QVERIFY(!widget.isDurationSettled());
+    const QSignalSpy restarts(&widget, &MpvWidget::playbackRestarted);
+    widget.show();
+    widget.loadFile(path);
+    QTRY_COMPARE(restarts.size(), 1);
+    QCOMPARE(widget.isDurationSettled(), settled);
+    widget.seekAbsolute(8);
+    QTRY_COMPARE(restarts.size(), 2);
+    widget.seekAbsolute(2); // what was read until now ends after the cache
+    QTRY_COMPARE(restarts.size(), 3);
+    QCOMPARE(widget.isDurationSettled(), settled);
+    QTRY_VERIFY(widget.duration() > 8);
+    widget.seekAbsolute(11);
+    QTRY_VERIFY(widget.isDurationSettled());
+    QTRY_VERIFY(!widget.isDurationSettled()); // the file is over
+    QCOMPARE(widget.knownPosition(), std::nullopt);
+}
+
+void TestMpvWidget::letsGoWhenLibmpvQuits()
+{
+    MpvWidget widget;
+    const QSignalSpy loaded(&widget, &MpvWidget::fileLoaded);
+    widget.show();
+    widget.loadFile(m_clip);
+    QTRY_COMPARE(loaded.size(), 1);
+    widget.command(QVariantList{"quit"});
+    constexpr int Uninitialized = -3;
+    QTRY_COMPARE(widget.getProperty("pause").value<MpvError>().status, Uninitialized);
+    widget.update();
+    widget.loadFile(m_clip);
+    QCOMPARE(widget.position(), 0);
 }
 
 void TestMpvWidget::refusedPropertiesAreZero()
@@ -196,7 +270,7 @@ void TestMpvWidget::refusedPropertiesAreZero()
     MpvWidget widget;
     QCOMPARE(widget.position(), 0);
     QCOMPARE(widget.duration(), 0);
-    const QVariant refused = widget.getProperty(QStringLiteral("no-such-property"));
+    const QVariant refused = widget.getProperty("no-such-property");
     QCOMPARE(refused.userType(), qMetaTypeId<MpvError>());
     QCOMPARE(refused.value<MpvError>().status, -8);
     QCOMPARE(refused.toInt(), 0);
@@ -207,8 +281,9 @@ void TestMpvWidget::emitsOnlyTheLeftButton()
 {
     MpvWidget widget;
     QSignalSpy released(&widget, &MpvWidget::mouseReleased);
-    for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton, Qt::LeftButton})
+    for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton, Qt::LeftButton}) {
         QTest::mouseRelease(&widget, button);
+    }
     QCOMPARE(released.count(), 1);
 }
 
@@ -223,13 +298,14 @@ void TestMpvWidget::drawsWhileMinimised()
     QTRY_VERIFY(widget.isMinimized());
     const int before = widget.position();
     QTRY_VERIFY(widget.position() >= before + 2);
-    QVERIFY(widget.getProperty(QStringLiteral("frame-drop-count")).toInt() < 10);
+    QVERIFY(widget.getProperty("frame-drop-count").toInt() < 10);
 }
 
 void TestMpvWidget::failsWithoutTheLocale()
 {
-    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "zh_CN.UTF-8"))
+    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "zh_CN.UTF-8")) {
         QSKIP("no other locale is installed");
+    }
     QString error;
     try {
         MpvWidget widget;
@@ -237,37 +313,30 @@ void TestMpvWidget::failsWithoutTheLocale()
         error = QString::fromUtf8(thrown.what());
     }
     std::setlocale(LC_NUMERIC, "C");
-    QCOMPARE(error, QStringLiteral("could not create mpv context"));
+    QCOMPARE(error, QString("could not create mpv context"));
 }
 
 void TestMpvWidget::isTornDownInEveryState_data()
 {
-    QTest::addColumn<int>("milliseconds");
-    QTest::newRow("never shown") << -1;
-    QTest::newRow("loading") << 0;
-    QTest::newRow("playing") << 400;
+    QTest::addColumn<bool>("shown");
+    QTest::addColumn<bool>("playing");
+    QTest::newRow("never shown") << false << false;
+    QTest::newRow("loading") << true << false;
+    QTest::newRow("playing") << true << true;
 }
 
 void TestMpvWidget::isTornDownInEveryState()
 {
-    QFETCH(int, milliseconds);
+    QFETCH(bool, shown);
+    QFETCH(bool, playing);
     for (int i = 0; i < 10; ++i) {
         MpvWidget widget;
+        const QSignalSpy positions(&widget, &MpvWidget::positionChanged);
         widget.loadFile(m_clip);
-        if (milliseconds < 0)
-            continue;
-        widget.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&widget));
-        QTest::qWait(milliseconds);
+        widget.setVisible(shown);
+        QTRY_VERIFY(!playing || positions.size() > 2);
     }
 }
 
-int main(int argc, char *argv[])
-{
-    QApplication application(argc, argv);
-    std::setlocale(LC_NUMERIC, "C");
-    TestMpvWidget test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+MORAVU_TEST(TestMpvWidget)
 #include "tst_mpv_widget.moc"

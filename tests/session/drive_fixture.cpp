@@ -9,15 +9,6 @@
 
 namespace {
 
-QStringList captured;
-
-void capture(QtMsgType type, const QMessageLogContext &context, const QString &message)
-{
-    Q_UNUSED(type)
-    Q_UNUSED(context)
-    captured.append(message);
-}
-
 localdrive::Options optionsFor(int accounts)
 {
     localdrive::Options options;
@@ -30,7 +21,6 @@ localdrive::Options optionsFor(int accounts)
 DriveFixture::DriveFixture(int accounts)
     : m_server(std::make_unique<localdrive::Server>(optionsFor(accounts)))
 {
-    qputenv("HOME", m_home.path().toLocal8Bit());
     if (!m_server->start()) {
         qFatal("The local drive found no port");
     }
@@ -65,22 +55,6 @@ UserInfo DriveFixture::logIn(int account, int secondsAgo)
 std::vector<localdrive::RequestRecord> DriveFixture::requests(const QString &path) const
 {
     return m_server->requestsTo(path.toStdString());
-}
-
-LogCapture::LogCapture()
-{
-    captured.clear();
-    m_previous = qInstallMessageHandler(capture);
-}
-
-LogCapture::~LogCapture()
-{
-    qInstallMessageHandler(m_previous);
-}
-
-QStringList LogCapture::lines() const
-{
-    return captured;
 }
 
 QString text(const std::string &utf8)

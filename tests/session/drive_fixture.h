@@ -3,11 +3,11 @@
 #include <memory>
 
 #include <QJsonObject>
-#include <QStringList>
-#include <QTemporaryDir>
 
 #include "db/tables/user_info.h"
 #include "localdrive/server.h"
+#include "support/log_capture.h"
+#include "support/temporary_home.h"
 
 class Database;
 
@@ -30,24 +30,9 @@ public:
     std::vector<localdrive::RequestRecord> requests(const QString &path) const;
 
 private:
-    QTemporaryDir m_home;
+    TemporaryHome m_home;
     std::unique_ptr<localdrive::Server> m_server;
     std::unique_ptr<Database> m_database;
-};
-
-// Collects what the program logs while it lives.
-class LogCapture final
-{
-    Q_DISABLE_COPY_MOVE(LogCapture)
-
-public:
-    LogCapture();
-    ~LogCapture();
-
-    QStringList lines() const;
-
-private:
-    QtMessageHandler m_previous = nullptr;
 };
 
 QString text(const std::string &utf8);

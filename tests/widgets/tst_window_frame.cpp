@@ -1,10 +1,8 @@
 #include <QAbstractButton>
-#include <QApplication>
 #include <QLabel>
-#include <QSignalSpy>
-#include <QTest>
 #include <QVBoxLayout>
 
+#include "support/test_main.h"
 #include "ui/widgets/base_dialog.h"
 #include "ui/widgets/base_window.h"
 #include "ui/widgets/custom_pop_up_menu.h"
@@ -12,29 +10,42 @@
 
 namespace {
 
-QAbstractButton *button(const QWidget *window, const QString &name)
+QAbstractButton *button(const QWidget &window, const char *name)
 {
-    return window->findChild<QAbstractButton *>(name);
+    return window.findChild<QAbstractButton *>(name);
 }
 
-TitleBar *titleBar(const QWidget *window)
+TitleBar *titleBar(const QWidget &window)
 {
-    return window->findChild<TitleBar *>();
+    return window.findChild<TitleBar *>();
 }
 
-void drag(QWidget *target, const QPoint &from, const QPoint &to)
+void showAt(QWidget &window, const QRect &place)
+{
+    window.setGeometry(place);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+}
+
+void drag(QWidget *target, const QPoint &from, const QPoint &by)
 {
     const QPoint start = target->mapToGlobal(from);
-    const QPoint end = target->mapToGlobal(to);
     const auto send = [target](QEvent::Type type, const QPoint &global, Qt::MouseButtons buttons) {
         QMouseEvent event(type, target->mapFromGlobal(global), global, Qt::LeftButton, buttons,
                           Qt::NoModifier);
         QApplication::sendEvent(target, &event);
     };
     send(QEvent::MouseButtonPress, start, Qt::LeftButton);
-    send(QEvent::MouseMove, (start + end) / 2, Qt::LeftButton);
-    send(QEvent::MouseMove, end, Qt::LeftButton);
-    send(QEvent::MouseButtonRelease, end, Qt::NoButton);
+    send(QEvent::MouseMove, start + by / 2, Qt::LeftButton);
+    send(QEvent::MouseMove, start + by, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, start + by, Qt::NoButton);
+    send(QEvent::MouseMove, start + 2 * by, Qt::NoButton);
+}
+
+// The colour in the middle of what the widget paints.
+QColor colourOf(QWidget *widget)
+{
+    return widget->grab().toImage().pixelColor(widget->rect().center());
 }
 
 } // namespace
@@ -44,199 +55,148 @@ class TestWindowFrame final : public QObject
     Q_OBJECT
 
 private slots:
-    void aDialogHasTheButtonsOfItsFlags_data();
-    void aDialogHasTheButtonsOfItsFlags();
-    void aDialogStartsWithItsFlagsCleared();
-    void theTitleBarFollowsItsWindow();
-    void theMaximizeButtonTellsTheState();
-    void theButtonsAct();
-    void theContentsLieBelowTheTitleBar();
-    void aDragMovesTheWindow_data();
-    void aDragMovesTheWindow();
-    void aMaximizedWindowIsNotDragged();
-    void aDialogUsedAsAPageHasNoFrame();
-    void theMenuOpensAboveItsButton();
+    void aDialogHasTheButtonsOfItsFlags()
+    {
+        for (const bool maximizable : {false, true}) {
+            BaseDialog dialog(maximizable ? BaseDialog::Maximizing::Allowed
+                                          : BaseDialog::Maximizing::Refused);
+            dialog.show();
+            QVERIFY(!dialog.closedByUser() && !dialog.quitOnCancel());
+            QVERIFY(dialog.windowFlags().testFlag(Qt::FramelessWindowHint));
+            QVERIFY(!dialog.windowFlags().testFlag(Qt::WindowContextHelpButtonHint));
+            QVERIFY(button(dialog, "minimizeButton")->isVisible());
+            QVERIFY(button(dialog, "closeButton")->isVisible());
+            QCOMPARE(button(dialog, "maximizeButton")->isVisible(), maximizable);
+        }
+    }
+
+    void theTitleBarFollowsItsWindow()
+    {
+        BaseDialog dialog;
+        dialog.setWindowTitle("重命名");
+        QCOMPARE(dialog.findChild<QLabel *>("labelTitle")->text(), QString("重命名"));
+        QPixmap picture(64, 64);
+        picture.fill(Qt::red);
+        dialog.setWindowIcon(QIcon(picture));
+        auto *icon = dialog.findChild<QLabel *>("labelIcon");
+        QCOMPARE(icon->pixmap(Qt::ReturnByValue).size(), icon->size());
+        QCOMPARE(colourOf(icon), QColor(Qt::red));
+    }
+
+    void theButtonsActAndTellTheState()
+    {
+        qApp->setStyleSheet("#maximizeButton { background: red; border: none; }"
+                            "#maximizeButton[maximizeProperty=\"restore\"] { background: blue; }"
+                            "BaseWindow { background: yellow; }");
+        BaseWindow window;
+        showAt(window, {0, 0, 400, 300});
+        const QImage image = window.grab().toImage();
+        QCOMPARE(image.pixelColor(200, 200).name(), QColor(Qt::yellow).name());
+        QCOMPARE(image.pixelColor(0, 200).name(), window.palette().color(QPalette::Mid).name());
+        QAbstractButton *maximize = button(window, "maximizeButton");
+        const auto told = [maximize] {
+            return maximize->property("maximizeProperty").toString() + maximize->toolTip() +
+                   maximize->accessibleName() + colourOf(maximize).name();
+        };
+        const QString maximizes = "maximizeMaximizeMaximize#ff0000";
+        const QString restores = "restoreRestoreRestore#0000ff";
+        QCOMPARE(told(), maximizes);
+        maximize->click();
+        QTRY_COMPARE(told(), restores);
+        maximize->click();
+        QTRY_COMPARE(told(), maximizes);
+        QTest::mouseDClick(titleBar(window), Qt::LeftButton, Qt::NoModifier, QPoint(100, 10));
+        QTRY_COMPARE(told(), restores);
+        button(window, "minimizeButton")->click();
+        QTRY_VERIFY(window.isMinimized());
+        button(window, "closeButton")->click();
+        QVERIFY(!window.isVisible());
+        qApp->setStyleSheet(QString());
+    }
+
+    void theContentsLieBelowTheTitleBar()
+    {
+        BaseDialog dialog(BaseDialog::Maximizing::Allowed);
+        auto *layout = new QVBoxLayout(&dialog);
+        layout->setContentsMargins(0, 0, 0, 0);
+        auto *contents = new QWidget;
+        layout->addWidget(contents);
+        showAt(dialog, {0, 0, 400, 300});
+        const QRect bar = titleBar(dialog)->geometry();
+        QCOMPARE(contents->geometry().top(), bar.bottom() + 1);
+        dialog.setTitleBarVisible(false);
+        QTRY_VERIFY(contents->geometry().top() < bar.bottom());
+        dialog.setTitleBarVisible(true);
+        dialog.showFullScreen();
+        QTRY_COMPARE(contents->geometry(), dialog.rect());
+        QVERIFY(!titleBar(dialog)->isVisible());
+        dialog.showNormal();
+        QTRY_COMPARE(contents->geometry().top(), titleBar(dialog)->geometry().bottom() + 1);
+    }
+
+    void aDragMovesTheWindow_data()
+    {
+        QTest::addColumn<QPoint>("by");
+        QTest::addColumn<QPoint>("moved");
+        QTest::newRow("down and to the right") << QPoint(40, 30) << QPoint(40, 30);
+        QTest::newRow("up and to the left") << QPoint(-50, -20) << QPoint(-50, -20);
+        QTest::newRow("a twitch is a click") << QPoint(2, 1) << QPoint(0, 0);
+    }
+    void aDragMovesTheWindow()
+    {
+        QFETCH(QPoint, by);
+        QFETCH(QPoint, moved);
+        BaseWindow window;
+        showAt(window, {100, 100, 400, 300});
+        const QPoint before = window.pos();
+        drag(&window, QPoint(200, 200), by);
+        QTRY_COMPARE(window.pos() - before, moved);
+        // Through the title bar, which leaves its presses to the window.
+        drag(titleBar(window), QPoint(150, 10), by);
+        QTRY_COMPARE(window.pos() - before, 2 * moved);
+        window.showMaximized();
+        QTRY_VERIFY(window.isMaximized());
+        const QPoint maximized = window.pos();
+        drag(&window, QPoint(200, 200), by);
+        QCOMPARE(window.pos(), maximized);
+    }
+
+    void aDialogUsedAsAPageHasNoFrame()
+    {
+        BaseWindow window;
+        auto *layout = new QVBoxLayout(&window);
+        auto *page = new BaseDialog;
+        layout->addWidget(page);
+        showAt(window, {100, 100, 400, 300});
+        page->show();
+        QVERIFY(!titleBar(*page)->isVisible());
+        QCOMPARE(page->contentsMargins(), QMargins());
+        const QPoint place = page->pos();
+        const QPoint before = window.pos();
+        drag(page, QPoint(50, 50), QPoint(40, 30));
+        QCOMPARE(page->pos(), place);
+        QCOMPARE(window.pos(), before);
+    }
+
+    void theMenuOpensAboveItsButton()
+    {
+        QWidget window;
+        QWidget anchor(&window);
+        anchor.setGeometry(180, 20, 40, 30);
+        showAt(window, {100, 300, 400, 100});
+        CustomPopUpMenu menu;
+        menu.addAction("1080P");
+        menu.popUpAt(&anchor);
+        const QRect place(anchor.mapToGlobal(QPoint(0, 0)), anchor.size());
+        QTRY_VERIFY(menu.isVisible());
+        QVERIFY(menu.geometry().bottom() < place.top());
+        QVERIFY(qAbs(menu.geometry().center().x() - place.center().x()) <= 1);
+        menu.close();
+        window.move(0, 0);
+        menu.popUpAt(&anchor);
+        QTRY_VERIFY(menu.geometry().top() > anchor.mapToGlobal(QPoint(0, 29)).y());
+    }
 };
 
-void TestWindowFrame::aDialogHasTheButtonsOfItsFlags_data()
-{
-    QTest::addColumn<bool>("maximizable");
-    QTest::newRow("plain") << false;
-    QTest::newRow("maximizable") << true;
-}
-
-void TestWindowFrame::aDialogHasTheButtonsOfItsFlags()
-{
-    QFETCH(bool, maximizable);
-    BaseDialog dialog(maximizable ? BaseDialog::Maximizing::Allowed
-                                  : BaseDialog::Maximizing::Refused);
-    dialog.show();
-    QCOMPARE(dialog.parentWidget(), nullptr);
-    const Qt::WindowFlags flags = dialog.windowFlags();
-    QVERIFY(flags.testFlag(Qt::FramelessWindowHint));
-    QVERIFY(flags.testFlag(Qt::WindowMinimizeButtonHint));
-    QVERIFY(!flags.testFlag(Qt::WindowContextHelpButtonHint));
-    QCOMPARE(flags.testFlag(Qt::WindowMaximizeButtonHint), maximizable);
-    QVERIFY(button(&dialog, QStringLiteral("minimizeButton"))->isVisible());
-    QVERIFY(button(&dialog, QStringLiteral("closeButton"))->isVisible());
-    QCOMPARE(button(&dialog, QStringLiteral("maximizeButton"))->isVisible(), maximizable);
-}
-
-void TestWindowFrame::aDialogStartsWithItsFlagsCleared()
-{
-    BaseDialog dialog;
-    QVERIFY(!dialog.closedByUser());
-    QVERIFY(!dialog.quitOnCancel());
-    dialog.setQuitOnCancel(true);
-    QVERIFY(dialog.quitOnCancel());
-}
-
-void TestWindowFrame::theTitleBarFollowsItsWindow()
-{
-    BaseDialog dialog;
-    dialog.setWindowTitle(QStringLiteral("重命名"));
-    const auto *title = dialog.findChild<QLabel *>(QStringLiteral("labelTitle"));
-    QCOMPARE(title->text(), QStringLiteral("重命名"));
-    QPixmap picture(64, 64);
-    picture.fill(Qt::red);
-    dialog.setWindowIcon(QIcon(picture));
-    const auto *icon = dialog.findChild<QLabel *>(QStringLiteral("labelIcon"));
-    QCOMPARE(icon->pixmap(Qt::ReturnByValue).size(), icon->size());
-}
-
-void TestWindowFrame::theMaximizeButtonTellsTheState()
-{
-    BaseWindow window;
-    window.resize(400, 300);
-    window.show();
-    QWidget *maximize = button(&window, QStringLiteral("maximizeButton"));
-    QCOMPARE(maximize->property("maximizeProperty").toString(), QStringLiteral("maximize"));
-    QCOMPARE(maximize->toolTip(), QStringLiteral("Maximize"));
-    window.showMaximized();
-    QTRY_COMPARE(maximize->property("maximizeProperty").toString(), QStringLiteral("restore"));
-    QCOMPARE(maximize->toolTip(), QStringLiteral("Restore"));
-    window.showNormal();
-    QTRY_COMPARE(maximize->property("maximizeProperty").toString(), QStringLiteral("maximize"));
-}
-
-void TestWindowFrame::theButtonsAct()
-{
-    BaseWindow window;
-    window.resize(400, 300);
-    window.show();
-    QAbstractButton *maximize = button(&window, QStringLiteral("maximizeButton"));
-    maximize->click();
-    QTRY_VERIFY(window.isMaximized());
-    maximize->click();
-    QTRY_VERIFY(!window.isMaximized());
-    QTest::mouseDClick(titleBar(&window), Qt::LeftButton, Qt::NoModifier, QPoint(100, 10));
-    QTRY_VERIFY(window.isMaximized());
-    button(&window, QStringLiteral("minimizeButton"))->click();
-    QTRY_VERIFY(window.isMinimized());
-    button(&window, QStringLiteral("closeButton"))->click();
-    QVERIFY(!window.isVisible());
-}
-
-void TestWindowFrame::theContentsLieBelowTheTitleBar()
-{
-    BaseDialog dialog(BaseDialog::Maximizing::Allowed);
-    auto *layout = new QVBoxLayout(&dialog);
-    layout->setContentsMargins(0, 0, 0, 0);
-    auto *contents = new QWidget;
-    layout->addWidget(contents);
-    dialog.resize(400, 300);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    const QRect bar = titleBar(&dialog)->geometry();
-    QCOMPARE(contents->geometry().top(), bar.bottom() + 1);
-    dialog.setTitleBarVisible(false);
-    QTRY_VERIFY(contents->geometry().top() < bar.bottom());
-    dialog.setTitleBarVisible(true);
-    dialog.showFullScreen();
-    QTRY_COMPARE(contents->geometry(), dialog.rect());
-    QVERIFY(!titleBar(&dialog)->isVisible());
-    dialog.showNormal();
-    QTRY_COMPARE(contents->geometry().top(), titleBar(&dialog)->geometry().bottom() + 1);
-}
-
-void TestWindowFrame::aDragMovesTheWindow_data()
-{
-    QTest::addColumn<QPoint>("from");
-    QTest::addColumn<QPoint>("by");
-    QTest::addColumn<QPoint>("moved");
-    QTest::newRow("by the free area") << QPoint(200, 200) << QPoint(40, 30) << QPoint(40, 30);
-    QTest::newRow("up and to the left") << QPoint(200, 200) << QPoint(-50, -20) << QPoint(-50, -20);
-    QTest::newRow("a twitch is a click") << QPoint(200, 200) << QPoint(2, 1) << QPoint(0, 0);
-}
-
-void TestWindowFrame::aDragMovesTheWindow()
-{
-    QFETCH(QPoint, from);
-    QFETCH(QPoint, by);
-    QFETCH(QPoint, moved);
-    BaseWindow window;
-    window.setGeometry(100, 100, 400, 300);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    const QPoint before = window.pos();
-    drag(&window, from, from + by);
-    QTRY_COMPARE(window.pos() - before, moved);
-    // Through the title bar, which leaves its presses to the window.
-    const QPoint start = window.pos();
-    drag(titleBar(&window), QPoint(150, 10), QPoint(150, 10) + by);
-    QTRY_COMPARE(window.pos() - start, moved);
-}
-
-void TestWindowFrame::aMaximizedWindowIsNotDragged()
-{
-    BaseWindow window;
-    window.resize(400, 300);
-    window.showMaximized();
-    QTRY_VERIFY(window.isMaximized());
-    const QPoint before = window.pos();
-    drag(&window, QPoint(200, 200), QPoint(300, 260));
-    QCOMPARE(window.pos(), before);
-}
-
-void TestWindowFrame::aDialogUsedAsAPageHasNoFrame()
-{
-    BaseWindow window;
-    window.setGeometry(100, 100, 400, 300);
-    auto *layout = new QVBoxLayout(&window);
-    auto *page = new BaseDialog;
-    layout->addWidget(page);
-    window.show();
-    page->show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QVERIFY(!titleBar(page)->isVisible());
-    QCOMPARE(page->contentsMargins(), QMargins());
-    const QPoint place = page->pos();
-    const QPoint before = window.pos();
-    drag(page, QPoint(50, 50), QPoint(90, 80));
-    QCOMPARE(page->pos(), place);
-    QCOMPARE(window.pos(), before);
-}
-
-void TestWindowFrame::theMenuOpensAboveItsButton()
-{
-    QWidget window;
-    window.setGeometry(100, 300, 400, 100);
-    QWidget anchor(&window);
-    anchor.setGeometry(180, 20, 40, 30);
-    window.show();
-    CustomPopUpMenu menu;
-    menu.addAction(QStringLiteral("1080P"));
-    menu.addAction(QStringLiteral("720P"));
-    menu.popUpAt(&anchor);
-    const QRect button(anchor.mapToGlobal(QPoint(0, 0)), anchor.size());
-    QTRY_VERIFY(menu.isVisible());
-    QVERIFY(menu.geometry().bottom() < button.top());
-    QVERIFY(qAbs(menu.geometry().center().x() - button.center().x()) <= 1);
-    menu.close();
-    window.move(0, 0);
-    menu.popUpAt(&anchor);
-    QTRY_VERIFY(menu.geometry().top() > anchor.mapToGlobal(QPoint(0, 29)).y());
-}
-
-QTEST_MAIN(TestWindowFrame)
+MORAVU_TEST(TestWindowFrame)
 #include "tst_window_frame.moc"

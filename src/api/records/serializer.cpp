@@ -7,8 +7,9 @@ QSerializer::PropertyTable::PropertyTable(const QMetaObject &metaObject) : m_met
 {
     for (int index = 0; index < metaObject.propertyCount(); ++index) {
         const QMetaProperty property = metaObject.property(index);
-        if (property.userType() == QMetaType::QJsonValue)
+        if (property.userType() == QMetaType::QJsonValue) {
             m_entries.push_back({QString::fromLatin1(property.name()), index});
+        }
     }
 }
 
@@ -31,8 +32,9 @@ QJsonObject QSerializer::toJson() const
 
 void QSerializer::fromJson(const QJsonValue &value)
 {
-    if (!value.isObject())
+    if (!value.isObject()) {
         return;
+    }
     const QJsonObject object = value.toObject();
     const PropertyTable &table = propertyTable();
     for (const PropertyTable::Entry &entry : table.m_entries) {

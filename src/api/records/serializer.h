@@ -79,12 +79,12 @@ QJsonValue plainToJson(const QVariant &value);
 QVariant jsonToPlain(const QJsonValue &value, int metaTypeId);
 
 template <class T>
-constexpr bool isRecord = std::is_base_of_v<QSerializer, T>;
+constexpr bool IsRecord = std::is_base_of_v<QSerializer, T>;
 
 template <class T>
 QJsonValue toJson(const T &member)
 {
-    if constexpr (isRecord<T>) {
+    if constexpr (IsRecord<T>) {
         return member.toJson();
     } else if constexpr (std::is_same_v<T, QString> || std::is_same_v<T, bool>) {
         return QJsonValue(member);
@@ -97,17 +97,19 @@ template <class T>
 QJsonValue toJson(const QList<T> &members)
 {
     QJsonArray array;
-    for (const T &member : members)
+    for (const T &member : members) {
         array.append(toJson(member));
+    }
     return array;
 }
 
 template <class T>
 void fromJson(const QJsonValue &value, T &member)
 {
-    if constexpr (isRecord<T>) {
-        if (value.isNull())
+    if constexpr (IsRecord<T>) {
+        if (value.isNull()) {
             member = T();
+        }
         member.fromJson(value);
     } else {
         if constexpr (std::is_same_v<T, QString>) {
@@ -123,8 +125,9 @@ void fromJson(const QJsonValue &value, T &member)
 template <class T>
 void fromJson(const QJsonValue &value, QList<T> &members)
 {
-    if (value.isNull())
+    if (value.isNull()) {
         members.clear();
+    }
     const QJsonArray array = value.toArray();
     members.reserve(members.size() + array.size());
     for (const QJsonValue element : array) {

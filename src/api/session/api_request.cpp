@@ -1,7 +1,5 @@
 #include "api/session/api_request.h"
 
-#include <memory>
-
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QNetworkAccessManager>
@@ -14,7 +12,6 @@
 #include "app/environment/endpoints.h"
 #include "db/tables/operations.h"
 #include "db/tables/user_info.h"
-#include "net/http_client.h"
 
 namespace {
 
@@ -28,118 +25,154 @@ QNetworkAccessManager *openApiManager()
     return manager;
 }
 
-void callFail(const ApiRequest &request, const QString &error, int code)
+} // namespace
+
+PendingReply ApiRequest::send(const ApiCall &call)
 {
-    if (request.fail) {
-        request.fail(error, code);
+    const auto request = std::make_shared<ApiRequest>(call);
+    request->start();
+    return PendingReply(request);
+}
+
+void ApiRequest::giveUp()
+{
+    m_sent.giveUp();
+}
+
+void ApiRequest::abandon()
+{
+    m_pending = false;
+    m_sent.abandon();
+}
+
+void ApiRequest::start()
+{
+    UserInfo user;
+    if (m_call.userId.isEmpty()) {
+        exchange(m_call.accessToken);
+    } else if (!loadUserInfo(m_call.userId, user) ||
+               accessTokenValid(user, QDateTime::currentDateTime())) {
+        m_mayRenew = true;
+        sendWithStoredToken();
+    } else {
+        // With or without a new token: a failed renewal leaves the old one, and the server decides.
+        // It is not tried again for the same operation, nor its failure shown twice.
+        Session::instance().renewTokens(m_call.userId, [self = shared_from_this()](bool renewed) {
+            self->m_mayRenew = renewed;
+            self->sendWithStoredToken();
+        });
+    }
+}
+
+void ApiRequest::sendWithStoredToken()
+{
+    const auto send = [self = shared_from_this()] {
+        UserInfo user;
+        if (!self->m_pending) {
+            return false;
+        }
+        if (!loadUserInfo(self->m_call.userId, user)) {
+            self->failLater(QStringLiteral("The user is not logged in"), HttpClient::LocalFailure);
+            return false;
+        }
+        self->exchange(user.accessToken.value());
+        return true;
+    };
+    Session::instance().pacing().whenAllowed(m_call.userId, send);
+}
+
+void ApiRequest::exchange(const QString &token)
+{
+    HttpClient http(endpoints().openApi + m_call.path);
+    const auto self = shared_from_this();
+    http.manager(openApiManager())
+        .header(QStringLiteral("Authorization"), QStringLiteral("Bearer ") + token)
+        .limit(m_call.limit)
+        .success([self](const QString &reply) { self->onReply(reply); })
+        .refused([self](const HttpRefusal &refusal) { self->onRefused(refusal); })
+        .fail([self, token, weak = http.weak()](const QString &error, int code) {
+            self->onFailed({HttpClient(weak), token, error, code});
+        });
+    m_sent = m_call.body ? http.json(*m_call.body).post() : http.get();
+}
+
+void ApiRequest::onReply(const QString &reply)
+{
+    m_pending = false;
+    if (m_call.success) {
+        m_call.success(reply);
+    }
+}
+
+void ApiRequest::onRefused(const HttpRefusal &refusal)
+{
+    m_refusal = apiRefusal(refusal);
+    if (m_refusal->trouble == ApiTrouble::TooFast) {
+        Session::instance().pacing().hold(m_call.userId, refusal.retryAfter);
+    }
+}
+
+void ApiRequest::onFailed(const Rejection &rejection)
+{
+    if (rejection.code == QNetworkReply::AuthenticationRequiredError && m_mayRenew) {
+        m_mayRenew = false;
+        renewAndRepeat(rejection);
+    } else {
+        fail(rejection.error, rejection.code);
+    }
+}
+
+void ApiRequest::renewAndRepeat(const Rejection &rejection)
+{
+    UserInfo user;
+    const bool stored = loadUserInfo(m_call.userId, user);
+    if (stored && user.accessToken.value() != rejection.token) {
+        repeatOrFail(rejection, true);
+        return;
+    }
+    Session::instance().renewTokens(m_call.userId,
+                                    [self = shared_from_this(), rejection](bool renewed) {
+                                        self->repeatOrFail(rejection, renewed);
+                                    });
+}
+
+// The repetition of a request takes the current user's token; for other users it is built anew.
+void ApiRequest::repeatOrFail(Rejection rejection, bool renewed)
+{
+    if (!m_pending) {
+        return;
+    }
+    if (!renewed) {
+        failLater(rejection.error, rejection.code);
+        return;
+    }
+    m_refusal.reset();
+    if (AppSettings().curUserId() == m_call.userId) {
+        m_sent = rejection.http.repeat();
+    } else {
+        sendWithStoredToken();
     }
 }
 
 // From the event loop: a caller may open a dialog, which must not hold up others.
-void failLater(const ApiRequest &request, const QString &error, int code)
+void ApiRequest::failLater(const QString &error, int code)
 {
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [request, error, code] { callFail(request, error, code); },
+        QCoreApplication::instance(),
+        [self = shared_from_this(), error, code] { self->fail(error, code); },
         Qt::QueuedConnection);
 }
 
-void failWithoutUser(const ApiRequest &request)
+void ApiRequest::fail(const QString &error, int code)
 {
-    failLater(request, QStringLiteral("The user is not logged in"), -1);
-}
-
-// A repetition takes the current user's token, so only that user's request may be repeated.
-bool repeatableFor(const QString &userId)
-{
-    return !userId.isEmpty() && AppSettings().curUserId() == userId;
-}
-
-enum class OnRejection { RenewAndRepeat, Fail };
-
-// What the repetition needs to know of the first exchange.
-struct Rejection
-{
-    HttpClient http;
-    QString token;
-    QString error;
-    int code;
-};
-
-void repeatOrFail(const ApiRequest &request, Rejection rejection, bool renewed)
-{
-    if (renewed && repeatableFor(request.userId)) {
-        rejection.http.repeat();
-    } else {
-        failLater(request, rejection.error, rejection.code);
-    }
-}
-
-void repeatWithNewToken(const ApiRequest &request, const Rejection &rejection)
-{
-    UserInfo user;
-    const bool stored = loadUserInfo(request.userId, user);
-    if (stored && user.accessToken.value() != rejection.token) {
-        repeatOrFail(request, rejection, true);
+    if (!m_pending) {
         return;
     }
-    Session::instance().renewTokens(request.userId, [request, rejection](bool renewed) {
-        repeatOrFail(request, rejection, renewed);
-    });
-}
-
-void exchange(const ApiRequest &request, const QString &token, OnRejection onRejection)
-{
-    HttpClient http(endpoints().openApi + request.path);
-    const auto repeatable = std::make_shared<bool>(onRejection == OnRejection::RenewAndRepeat);
-    http.manager(openApiManager())
-        .header(QStringLiteral("Authorization"), QStringLiteral("Bearer ") + token)
-        .success(request.success)
-        .fail([request, token, repeatable, weak = http.weak()](const QString &error, int code) {
-            const bool rejected = code == QNetworkReply::AuthenticationRequiredError;
-            if (rejected && *repeatable && repeatableFor(request.userId)) {
-                *repeatable = false;
-                repeatWithNewToken(request, {HttpClient(weak), token, error, code});
-            } else {
-                callFail(request, error, code);
-            }
-        });
-    if (request.body) {
-        http.json(*request.body).post();
-    } else {
-        http.get();
+    m_pending = false;
+    if (m_refusal && m_call.refused) {
+        m_call.refused(*m_refusal);
     }
-}
-
-void exchangeWithStoredToken(const ApiRequest &request, OnRejection onRejection)
-{
-    UserInfo user;
-    if (loadUserInfo(request.userId, user)) {
-        exchange(request, user.accessToken.value(), onRejection);
-    } else {
-        failWithoutUser(request);
+    if (m_call.fail) {
+        m_call.fail(error, code);
     }
-}
-
-} // namespace
-
-void sendApiRequest(const ApiRequest &request)
-{
-    if (request.userId.isEmpty()) {
-        exchange(request, request.accessToken, OnRejection::Fail);
-        return;
-    }
-    UserInfo user;
-    if (!loadUserInfo(request.userId, user)) {
-        failWithoutUser(request);
-        return;
-    }
-    if (accessTokenValid(user, QDateTime::currentDateTime())) {
-        exchange(request, user.accessToken.value(), OnRejection::RenewAndRepeat);
-        return;
-    }
-    // With or without a new token: a failed renewal leaves the old one, and the server decides. It
-    // is not tried again for the same operation, nor its failure shown twice.
-    Session::instance().renewTokens(request.userId, [request](bool renewed) {
-        exchangeWithStoredToken(request, renewed ? OnRejection::RenewAndRepeat : OnRejection::Fail);
-    });
 }

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include <QString>
+
+#include "net/pending_reply.h"
 
 class CreateFileResp;
 class DriveInfo;
@@ -20,9 +23,13 @@ class UserInfo;
 class UserInfoResp;
 class VideoPreviewPlayInfoResp;
 class VipInfo;
+struct ApiRefusal;
 
 // The error's text and Qt's numeric network error, -1 for a failure before anything was sent.
 using ApiFailure = std::function<void(const QString &error, int code)>;
+
+// Why the server refused, for callers who tell the user more than that it failed.
+using ApiRefusalHandler = std::function<void(const ApiRefusal &refusal)>;
 
 // The reply; fields that it lacked, or all when it was no JSON object, are empty.
 template <class Response>
@@ -32,10 +39,11 @@ using ApiSuccess = std::function<void(const Response &)>;
 //
 // Each operation posts its request and later calls exactly one of the two callbacks once, never
 // from inside the call, on the interface thread; either may be empty. The callbacks outlive their
-// caller unless they are guarded (net/guarded.h). The user's tokens are read anew at each
+// caller unless they are guarded, and wait for the server without end unless the reply that is
+// returned is awaited (net/reply_guard.h does both). The user's tokens are read anew at each
 // operation; one that has run out is renewed before the request is sent. A request that the server
-// turns away for its token is repeated once with a renewed one, when its user is the current user.
-// An operation of a user who is not stored (any more) fails.
+// turns away for its token is repeated once with a renewed one. A user whom the server refused as
+// too fast is held back for a while. An operation of a user who is not stored (any more) fails.
 class OpenApiClient final
 {
 public:
@@ -44,66 +52,76 @@ public:
     // For a token whose user is not known yet: it is sent as it is and never renewed.
     [[nodiscard]] static OpenApiClient forAccessToken(const QString &accessToken);
 
-    void userInfo(const ApiSuccess<UserInfoResp> &success, const ApiFailure &fail) const;
-    void driveInfo(const ApiSuccess<DriveInfo> &success, const ApiFailure &fail) const;
-    void spaceInfo(const ApiSuccess<SpaceInfo> &success, const ApiFailure &fail) const;
-    void vipInfo(const ApiSuccess<VipInfo> &success, const ApiFailure &fail) const;
+    // The same user's operations; `refused` runs just before `fail` when the server gave a reason.
+    [[nodiscard]] OpenApiClient whenRefused(const ApiRefusalHandler &refused) const;
+
+    PendingReply userInfo(const ApiSuccess<UserInfoResp> &success, const ApiFailure &fail) const;
+    PendingReply driveInfo(const ApiSuccess<DriveInfo> &success, const ApiFailure &fail) const;
+    PendingReply spaceInfo(const ApiSuccess<SpaceInfo> &success, const ApiFailure &fail) const;
+    PendingReply vipInfo(const ApiSuccess<VipInfo> &success, const ApiFailure &fail) const;
 
     // The drive information's reply as it came, for a caller that logs it.
-    void driveInfoText(const ApiSuccess<QString> &success, const ApiFailure &fail) const;
+    PendingReply driveInfoText(const ApiSuccess<QString> &success, const ApiFailure &fail) const;
 
     // A name that is taken is changed by the server.
-    void createFolder(const QString &parentFileId, const QString &name,
-                      const ApiSuccess<CreateFileResp> &success, const ApiFailure &fail) const;
+    PendingReply createFolder(const QString &parentFileId, const QString &name,
+                              const ApiSuccess<CreateFileResp> &success,
+                              const ApiFailure &fail) const;
 
     // The first 200 folders, in the file list's order.
-    void listFolders(const QString &parentFileId, const ApiSuccess<FileItems> &success,
-                     const ApiFailure &fail) const;
+    PendingReply listFolders(const QString &parentFileId, const ApiSuccess<FileItems> &success,
+                             const ApiFailure &fail) const;
     // 200 folders from `marker` on: empty for the first, then the last page's next_marker.
-    void listFoldersPaged(const QString &parentFileId, const QString &marker,
-                          const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
+    PendingReply listFoldersPaged(const QString &parentFileId, const QString &marker,
+                                  const ApiSuccess<FileItems> &success,
+                                  const ApiFailure &fail) const;
     // The first 200 videos, by name.
-    void listVideos(const QString &parentFileId, const ApiSuccess<FileItems> &success,
-                    const ApiFailure &fail) const;
+    PendingReply listVideos(const QString &parentFileId, const ApiSuccess<FileItems> &success,
+                            const ApiFailure &fail) const;
     // Videos by name; `marker` is empty for the first page, then the last page's next_marker.
-    void listVideosPaged(const QString &parentFileId, int limit, const QString &marker,
-                         const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
+    PendingReply listVideosPaged(const QString &parentFileId, int limit, const QString &marker,
+                                 const ApiSuccess<FileItems> &success,
+                                 const ApiFailure &fail) const;
     // The first 200 entries of any kind, by name.
-    void listAllByName(const QString &parentFileId, const ApiSuccess<FileItems> &success,
-                       const ApiFailure &fail) const;
+    PendingReply listAllByName(const QString &parentFileId, const ApiSuccess<FileItems> &success,
+                               const ApiFailure &fail) const;
     // One page of a folder in the order of the settings; `marker` as above.
-    void listFiles(const QString &parentFileId, int limit, const QString &marker,
-                   const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
+    PendingReply listFiles(const QString &parentFileId, int limit, const QString &marker,
+                           const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
 
-    void playInfo(const QString &fileId, const ApiSuccess<VideoPreviewPlayInfoResp> &success,
-                  const ApiFailure &fail) const;
-    void fileDetails(const QString &fileId, const ApiSuccess<FileItem> &success,
-                     const ApiFailure &fail) const;
-    void downloadUrl(const QString &fileId, const ApiSuccess<GetDownloadUrlResp> &success,
-                     const ApiFailure &fail) const;
+    PendingReply playInfo(const QString &fileId,
+                          const ApiSuccess<VideoPreviewPlayInfoResp> &success,
+                          const ApiFailure &fail) const;
+    PendingReply fileDetails(const QString &fileId, const ApiSuccess<FileItem> &success,
+                             const ApiFailure &fail) const;
+    PendingReply downloadUrl(const QString &fileId, const ApiSuccess<GetDownloadUrlResp> &success,
+                             const ApiFailure &fail) const;
 
-    void rename(const QString &fileId, const QString &name,
-                const ApiSuccess<FileUpdateResp> &success, const ApiFailure &fail) const;
-    void copy(const QString &fileId, const QString &toParentFileId,
-              const ApiSuccess<FileCopyResp> &success, const ApiFailure &fail) const;
-    void move(const QString &fileId, const QString &toParentFileId,
-              const ApiSuccess<FileMoveResp> &success, const ApiFailure &fail) const;
+    PendingReply rename(const QString &fileId, const QString &name,
+                        const ApiSuccess<FileUpdateResp> &success, const ApiFailure &fail) const;
+    PendingReply copy(const QString &fileId, const QString &toParentFileId,
+                      const ApiSuccess<FileCopyResp> &success, const ApiFailure &fail) const;
+    PendingReply move(const QString &fileId, const QString &toParentFileId,
+                      const ApiSuccess<FileMoveResp> &success, const ApiFailure &fail) const;
     // To the recycle bin.
-    void trash(const QString &fileId, const ApiSuccess<FileTrashResp> &success,
-               const ApiFailure &fail) const;
+    PendingReply trash(const QString &fileId, const ApiSuccess<FileTrashResp> &success,
+                       const ApiFailure &fail) const;
     // For good.
-    void remove(const QString &fileId, const ApiSuccess<FileDeleteResp> &success,
-                const ApiFailure &fail) const;
+    PendingReply remove(const QString &fileId, const ApiSuccess<FileDeleteResp> &success,
+                        const ApiFailure &fail) const;
 
 private:
     OpenApiClient() = default;
 
-    void post(const QString &path, const QSerializer &request, const ApiSuccess<QString> &success,
-              const ApiFailure &fail) const;
-    void postEmpty(const QString &path, const ApiSuccess<QString> &success,
-                   const ApiFailure &fail) const;
+    PendingReply post(const QString &path, const QSerializer &request,
+                      const ApiSuccess<QString> &success, const ApiFailure &fail) const;
+    PendingReply postEmpty(const QString &path, const ApiSuccess<QString> &success,
+                           const ApiFailure &fail) const;
+    PendingReply send(const QString &path, const std::optional<QString> &body,
+                      const ApiSuccess<QString> &success, const ApiFailure &fail) const;
 
     QString m_userId;
     QString m_driveId;
     QString m_accessToken;
+    ApiRefusalHandler m_refused;
 };

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int blockSize = 16;
-constexpr int keySize = 24;
+constexpr int BlockSize = 16;
+constexpr int KeySize = 24;
 
 const unsigned char *bytes(const QByteArray &data)
 {
@@ -20,11 +20,11 @@ const unsigned char *bytes(const QByteArray &data)
 
 QByteArray encryptAes192(const QByteArray &plain, const QByteArray &key)
 {
-    if (key.size() != keySize) {
-        qWarning() << "AES-192 needs a key of" << keySize << "bytes, got" << key.size();
+    if (key.size() != KeySize) {
+        qWarning() << "AES-192 needs a key of" << KeySize << "bytes, got" << key.size();
         return {};
     }
-    QByteArray cipher(plain.size() + blockSize, Qt::Uninitialized);
+    QByteArray cipher(plain.size() + BlockSize, Qt::Uninitialized);
     auto *out = reinterpret_cast<unsigned char *>(cipher.data());
     const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(
         EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);

@@ -2,11 +2,21 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QTimer>
 
 #include "api/session/token_request.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
 #include "db/tables/user_info.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds TimeBetweenLooks(200);
+constexpr int MostLooks = 10;
+// Failures that follow each other faster than this are one to the user.
+constexpr std::chrono::milliseconds QuietTime(10000);
+
+} // namespace
 
 Session &Session::instance()
 {
@@ -26,66 +36,108 @@ void Session::setCurrentUser(const UserInfo &user)
     AppSettings().setCurUserId(user.userId.value());
 }
 
+void Session::setNotifier(const Notifier &notifier)
+{
+    m_notifier = notifier;
+    m_lastFailure.invalidate();
+}
+
 void Session::renewTokens(const QString &userId, const Continuation &next)
 {
-    const auto [waiting, first] = m_waiting.try_emplace(userId);
+    const auto [waiting, isFirst] = m_waiting.try_emplace(userId);
     waiting->second.push_back(next);
-    if (first) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [this, userId] { runRenewal(userId); },
-            Qt::QueuedConnection);
+    if (isFirst) {
+        m_renewals.enqueue(userId);
+        if (m_renewals.size() == 1) {
+            startRenewal();
+        }
     }
 }
 
-void Session::runRenewal(const QString &userId)
+void Session::startRenewal()
 {
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [this] { runRenewal(); }, Qt::QueuedConnection);
+}
+
+void Session::runRenewal()
+{
+    const QString userId = m_renewals.head();
     UserInfo user;
     if (!loadUserInfo(userId, user)) {
         finishRenewal(userId, false);
         return;
     }
     const QString usedToken = user.refreshToken.value();
-    requestTokens(usedToken, [this, userId, usedToken](const AccessTokenResp &reply) {
-        finishRenewal(userId, storeReply(userId, usedToken, reply));
+    requestTokens(usedToken, [this, userId, usedToken](const TokenReply &reply) {
+        onTokens(userId, usedToken, reply);
     });
+}
+
+void Session::onTokens(const QString &userId, const QString &usedToken, const TokenReply &reply)
+{
+    // During the wait the user may have logged out, or in again with tokens newer than these.
+    UserInfo present;
+    if (!loadUserInfo(userId, present)) {
+        finishRenewal(userId, false);
+        return;
+    }
+    if (present.refreshToken.value() != usedToken) {
+        finishRenewal(userId, true);
+        return;
+    }
+    const AccessTokenResp &tokens = reply.tokens;
+    if (tokens.accessToken.isEmpty()) {
+        waitForOthersTokens(userId, usedToken, reply.isRefused ? MostLooks : 0);
+        return;
+    }
+    // What the reply lacks stays as it was.
+    const QString refreshToken = tokens.refreshToken.isEmpty() ? usedToken : tokens.refreshToken;
+    const QString type = tokens.tokenType.isEmpty() ? present.tokenType.value() : tokens.tokenType;
+    if (!storeTokens(userId, tokens.accessToken, refreshToken, type, tokens.expiresIn)) {
+        failRenewal(userId);
+        return;
+    }
+    qDebug() << "Refresh token success.";
+    finishRenewal(userId, true);
+}
+
+// A refresh token works once. One that is refused may have been used by another process a moment
+// ago, which is about to store the new pair for both.
+void Session::waitForOthersTokens(const QString &userId, const QString &usedToken, int looks)
+{
+    UserInfo present;
+    const bool isStored = loadUserInfo(userId, present);
+    if (isStored && present.refreshToken.value() != usedToken) {
+        finishRenewal(userId, true);
+    } else if (!isStored || looks == 0) {
+        failRenewal(userId);
+    } else {
+        QTimer::singleShot(TimeBetweenLooks, QCoreApplication::instance(),
+                           [this, userId, usedToken, looks] {
+                               waitForOthersTokens(userId, usedToken, looks - 1);
+                           });
+    }
 }
 
 void Session::finishRenewal(const QString &userId, bool renewed)
 {
+    m_renewals.dequeue();
+    if (!m_renewals.isEmpty()) {
+        startRenewal();
+    }
     const auto waiting = m_waiting.extract(userId);
     for (const Continuation &next : waiting.mapped()) {
         next(renewed);
     }
 }
 
-bool Session::storeReply(const QString &userId, const QString &usedToken,
-                         const AccessTokenResp &reply) const
+void Session::failRenewal(const QString &userId)
 {
-    // During the wait the user may have logged out, or in again with tokens newer than these.
-    UserInfo present;
-    if (!loadUserInfo(userId, present)) {
-        return false;
-    }
-    if (present.refreshToken.value() != usedToken) {
-        return true;
-    }
-    if (reply.accessToken.isEmpty()) {
-        return reportFailure();
-    }
-    // What the reply lacks stays as it was.
-    const QString refreshToken = reply.refreshToken.isEmpty() ? usedToken : reply.refreshToken;
-    const QString type = reply.tokenType.isEmpty() ? present.tokenType.value() : reply.tokenType;
-    if (!storeTokens(userId, reply.accessToken, refreshToken, type, reply.expiresIn)) {
-        return reportFailure();
-    }
-    qDebug() << "Refresh token success.";
-    return true;
-}
-
-bool Session::reportFailure() const
-{
-    if (m_notifier) {
+    const bool isSaid = m_lastFailure.isValid() && !m_lastFailure.hasExpired(QuietTime.count());
+    m_lastFailure.start();
+    finishRenewal(userId, false);
+    if (m_notifier && !isSaid) {
         m_notifier(QStringLiteral("获取授权信息失败"));
     }
-    return false;
 }

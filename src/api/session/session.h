@@ -4,14 +4,17 @@
 #include <map>
 #include <vector>
 
+#include <QElapsedTimer>
+#include <QQueue>
 #include <QString>
-#include <QtGlobal>
 
-class AccessTokenResp;
+#include "api/session/request_pacing.h"
+
 class UserInfo;
+struct TokenReply;
 
-// The program's one session: who the current user is, and the renewal of access tokens. All of it
-// belongs to the interface thread.
+// The program's one session: who the current user is, the renewal of access tokens, and how fast
+// the server may be asked. All of it belongs to the interface thread.
 class Session final
 {
     Q_DISABLE_COPY_MOVE(Session)
@@ -26,28 +29,36 @@ public:
 
     // The stored record of the user that the settings name; an empty one when there is none.
     [[nodiscard]] UserInfo currentUser() const;
-    // Names `user` in the settings. The record itself is not stored.
+    // Names `user` in the settings, or nobody if it is an empty record. The only function that
+    // does; the record itself is not stored.
     void setCurrentUser(const UserInfo &user);
 
     // Who shows "获取授权信息失败" when a renewal fails. Without a notifier nothing is shown.
-    void setNotifier(const Notifier &notifier) { m_notifier = notifier; }
+    // A row of failures, as when a selection's operations all need the same renewal, is shown once.
+    void setNotifier(const Notifier &notifier);
 
     // Renews the user's tokens, stores them with that user, then calls `next`. What asks while a
-    // renewal of the same user is under way shares it; all are called in the order of asking. The
-    // renewal waits while events go on, so it starts from the event loop: no caller is on the
-    // stack that the user might close meanwhile.
+    // renewal of the same user is under way shares it; all are called in the order of asking.
+    // Several users' renewals follow each other. A renewal waits while events go on, so it starts
+    // from the event loop: no caller is on the stack that the user might close meanwhile.
     void renewTokens(const QString &userId, const Continuation &next);
+
+    RequestPacing &pacing() { return m_pacing; }
 
 private:
     Session() = default;
     ~Session() = default;
 
-    void runRenewal(const QString &userId);
+    void startRenewal();
+    void runRenewal();
+    void onTokens(const QString &userId, const QString &usedToken, const TokenReply &reply);
+    void waitForOthersTokens(const QString &userId, const QString &usedToken, int looks);
     void finishRenewal(const QString &userId, bool renewed);
-    bool storeReply(const QString &userId, const QString &usedToken,
-                    const AccessTokenResp &reply) const;
-    bool reportFailure() const;
+    void failRenewal(const QString &userId);
 
     Notifier m_notifier;
+    QElapsedTimer m_lastFailure;
+    QQueue<QString> m_renewals; // the users whose turn it is, and comes
     std::map<QString, std::vector<Continuation>> m_waiting;
+    RequestPacing m_pacing;
 };

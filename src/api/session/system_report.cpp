@@ -9,15 +9,17 @@
 #include "api/session/report_cipher.h"
 #include "api/session/session.h"
 #include "app/environment/app_settings.h"
-#include "app/environment/data_dir.h"
 #include "app/environment/endpoints.h"
+#include "app/environment/machine_guid.h"
 #include "db/tables/user_info.h"
 #include "net/http_client.h"
+#include "net/log_failure.h"
+#include "net/reply_guard.h"
 
 namespace {
 
-const QByteArray reportKey = QByteArrayLiteral("Qm3vT8pLxR2nWk7ZcY4hJdFs");
-constexpr int desktopClient = 3;
+const QByteArray ReportKey = QByteArrayLiteral("Qm3vT8pLxR2nWk7ZcY4hJdFs");
+constexpr int DesktopClient = 3;
 
 ClientUserEntity systemInfo()
 {
@@ -32,7 +34,7 @@ ClientUserEntity systemInfo()
     info.token = user.accessToken.value();
     info.tokenExpiresIn = 0;
     info.appVersion = QStringLiteral("1.0");
-    info.osType = desktopClient;
+    info.osType = DesktopClient;
     info.osVersion = QSysInfo::prettyProductName();
     return info;
 }
@@ -43,15 +45,17 @@ void reportSystemInfo()
 {
     qDebug() << "report system info";
     const QByteArray plain = recordToText(systemInfo()).toUtf8();
-    const QByteArray data = encryptAes192(plain, reportKey).toHex();
+    const QByteArray data = encryptAes192(plain, ReportKey).toHex();
     if (data.isEmpty()) {
         return;
     }
     const QJsonObject body{{QStringLiteral("data"), QString::fromLatin1(data)}};
-    HttpClient(endpoints().backend + QStringLiteral("/app/cloudtv/pc/refresh"))
-        .json(QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)))
-        .fail([](const QString &error, int code) {
-            qDebug() << "report info fail :" << code << " =>" << error;
-        })
-        .post();
+    const auto failed = [](const QString &error, int code) {
+        logFailure(QStringLiteral("report info"), code, error);
+    };
+    ReplyGuard().await(
+        HttpClient(endpoints().backend + QStringLiteral("/app/cloudtv/pc/refresh"))
+            .json(QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)))
+            .fail(failed)
+            .post());
 }

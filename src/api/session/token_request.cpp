@@ -4,14 +4,17 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QTimer>
 #include <QUrl>
 #include <QUrlQuery>
 
 #include "app/environment/endpoints.h"
+#include "net/web_address.h"
 
 namespace {
 
-constexpr int transferTimeout = 15000;
+constexpr std::chrono::seconds LongestWait(15); // trickling included
+constexpr qint64 LongestReply = qint64(1) << 20;
 
 // QUrlQuery leaves a plus sign alone, which the backend would read as a blank.
 QString encoded(const QString &value)
@@ -27,30 +30,47 @@ QNetworkRequest tokenRequest(const QString &refreshToken)
     query.addQueryItem(QStringLiteral("alphaTestNum"), QStringLiteral(""));
     QUrl url(endpoints().backend + QStringLiteral("/app/oauth/accessToken"));
     url.setQuery(query);
-    QNetworkRequest request(url);
-    request.setTransferTimeout(transferTimeout);
-    return request;
+    return QNetworkRequest(url);
 }
 
-AccessTokenResp tokensOf(QNetworkReply *reply)
+// The body of an error says nothing about tokens, whatever it holds.
+TokenReply tokensOf(QNetworkReply *reply)
 {
-    const QByteArray body =
-        reply->error() == QNetworkReply::NoError ? reply->readAll() : QByteArray();
-    return recordFromText<AccessTokenResp>(QString::fromUtf8(body));
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (reply->error() != QNetworkReply::NoError) {
+        return {{}, status == 400 || status == 401 || status == 403};
+    }
+    return {recordFromText<AccessTokenResp>(QString::fromUtf8(reply->readAll())), false};
+}
+
+void cutOff(QNetworkReply *reply)
+{
+    QTimer::singleShot(LongestWait, reply, &QNetworkReply::abort);
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply] {
+        if (reply->bytesAvailable() > LongestReply) {
+            reply->abort();
+        }
+    });
 }
 
 } // namespace
 
 void requestTokens(const QString &refreshToken,
-                   const std::function<void(const AccessTokenResp &)> &received)
+                   const std::function<void(const TokenReply &)> &received)
 {
+    const QNetworkRequest request = tokenRequest(refreshToken);
+    if (!mayBeAsked(request.url())) {
+        received({});
+        return;
+    }
     QNetworkAccessManager manager;
-    QNetworkReply *reply = manager.get(tokenRequest(refreshToken));
+    QNetworkReply *reply = manager.get(request);
     bool finished = false;
     QObject::connect(reply, &QNetworkReply::finished, reply, [&] {
         finished = true;
         received(tokensOf(reply));
     });
+    cutOff(reply);
     while (!finished) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }

@@ -3,11 +3,13 @@
 #include <initializer_list>
 
 #include <QDebug>
+#include <QHash>
 #include <QJsonDocument>
 #include <QSettings>
 #include <QStringList>
 
 #include "app/environment/settings_file.h"
+#include "app/environment/video_quality.h"
 
 namespace {
 
@@ -24,30 +26,31 @@ struct BoolSetting
     bool byDefault;
 };
 
-const TextSetting userSetting{QLatin1String("curUserId"), QLatin1String(""), {}};
-const BoolSetting recycleSetting{QLatin1String("delToRecycle"), true};
-const QLatin1String geometryKey("geometry");
-const QLatin1String stateKey("state");
-const QLatin1String fileListStateKey("fileListState");
-const TextSetting orderBySetting{QLatin1String("fileListOrderBy"),
+const TextSetting UserSetting{QLatin1String("curUserId"), QLatin1String(""), {}};
+const BoolSetting RecycleSetting{QLatin1String("delToRecycle"), true};
+const QLatin1String GeometryKey("geometry");
+const QLatin1String StateKey("state");
+const QLatin1String FileListStateKey("fileListState");
+const TextSetting OrderBySetting{QLatin1String("fileListOrderBy"),
                                  QLatin1String("updated_at"),
                                  {"name", "updated_at", "created_at", "size"}};
-const TextSetting directionSetting{
+const TextSetting DirectionSetting{
     QLatin1String("fileOrderDirection"), QLatin1String("DESC"), {"ASC", "DESC"}};
-const TextSetting qualitySetting{
-    QLatin1String("videoQuality"), QLatin1String("FHD"), {"OrgHD", "QHD", "FHD", "HD", "SD", "LD"}};
-const QLatin1String playerGeometryKey("player_geometry");
-const QLatin1String splitterStateKey("video_splitter_state");
-const BoolSetting showVideoListSetting{QLatin1String("showVideoList"), false};
+const QLatin1String QualityKey("videoQuality");
+const QLatin1String PlayerGeometryKey("player_geometry");
+const QLatin1String SplitterStateKey("video_splitter_state");
+const BoolSetting ShowVideoListSetting{QLatin1String("showVideoList"), false};
 
 QString read(const QSettings &settings, const TextSetting &setting)
 {
     const QString text = settings.value(setting.key, setting.byDefault).toString();
-    if (setting.values.size() == 0)
+    if (setting.values.size() == 0) {
         return text;
+    }
     for (const char *value : setting.values) {
-        if (text == QLatin1String(value))
+        if (text == QLatin1String(value)) {
             return text;
+        }
     }
     return setting.byDefault;
 }
@@ -56,8 +59,9 @@ QString read(const QSettings &settings, const TextSetting &setting)
 bool read(const QSettings &settings, const BoolSetting &setting)
 {
     const QString text = settings.value(setting.key, setting.byDefault).toString();
-    if (text == QLatin1String("true") || text == QLatin1String("1"))
+    if (text == QLatin1String("true") || text == QLatin1String("1")) {
         return true;
+    }
     const bool isFalse = text == QLatin1String("false") || text == QLatin1String("0");
     return isFalse ? false : setting.byDefault;
 }
@@ -65,8 +69,17 @@ bool read(const QSettings &settings, const BoolSetting &setting)
 void read(const QSettings &settings, QLatin1String key, QByteArray &bytes)
 {
     const QVariant value = settings.value(key, bytes);
-    if (value.userType() == QMetaType::QByteArray)
+    if (value.userType() == QMetaType::QByteArray) {
         bytes = value.toByteArray();
+    }
+}
+
+// Who is the current user, by the settings' file. Another process on the same file may be another
+// user's: from the first question on it counts what this process says.
+QHash<QString, QString> &usersOfThisProcess()
+{
+    static QHash<QString, QString> users;
+    return users;
 }
 
 // The text passes through the locale's encoding when it is read; plain ASCII survives any.
@@ -91,93 +104,103 @@ AppSettings::~AppSettings() = default;
 
 QString AppSettings::curUserId() const
 {
-    return read(*m_settings, userSetting);
+    QHash<QString, QString> &users = usersOfThisProcess();
+    const auto known = users.constFind(m_settings->fileName());
+    if (known != users.constEnd()) {
+        return *known;
+    }
+    return *users.insert(m_settings->fileName(), read(*m_settings, UserSetting));
 }
 
 void AppSettings::setCurUserId(const QString &userId)
 {
+    usersOfThisProcess().insert(m_settings->fileName(), userId);
     // Writing waits for the disk; the start and each click on a tab name whom the file names
     // already.
-    if (m_settings->value(userSetting.key) != userId)
-        m_settings->setValue(userSetting.key, userId);
+    if (m_settings->value(UserSetting.key) != userId) {
+        m_settings->setValue(UserSetting.key, userId);
+    }
 }
 
 bool AppSettings::delToRecycle() const
 {
-    return read(*m_settings, recycleSetting);
+    return read(*m_settings, RecycleSetting);
 }
 
 void AppSettings::setDelToRecycle(bool toRecycle)
 {
-    m_settings->setValue(recycleSetting.key, toRecycle);
+    m_settings->setValue(RecycleSetting.key, toRecycle);
 }
 
 void AppSettings::readWindowState(QByteArray &geometry, QByteArray &state) const
 {
-    read(*m_settings, geometryKey, geometry);
-    read(*m_settings, stateKey, state);
+    read(*m_settings, GeometryKey, geometry);
+    read(*m_settings, StateKey, state);
 }
 
 void AppSettings::saveWindowState(const QByteArray &geometry, const QByteArray &state)
 {
-    m_settings->setValue(geometryKey, geometry);
-    m_settings->setValue(stateKey, state);
+    m_settings->setValue(GeometryKey, geometry);
+    m_settings->setValue(StateKey, state);
 }
 
 void AppSettings::readFileListState(FileListState &fileListState) const
 {
-    const QString text = m_settings->value(fileListStateKey).toString();
+    const QString text = m_settings->value(FileListStateKey).toString();
     qDebug() << text;
     const QJsonDocument document = QJsonDocument::fromJson(text.toLocal8Bit());
-    if (document.isObject())
+    if (document.isObject()) {
         fileListState.fromJson(document.object());
+    }
 }
 
 void AppSettings::saveFileListState(const FileListState &fileListState)
 {
-    m_settings->setValue(fileListStateKey, escapedJson(fileListState.toJson()));
+    m_settings->setValue(FileListStateKey, escapedJson(fileListState.toJson()));
 }
 
 QString AppSettings::fileListOrderBy() const
 {
-    return read(*m_settings, orderBySetting);
+    return read(*m_settings, OrderBySetting);
 }
 
 void AppSettings::setFileListOrderBy(const QString &field)
 {
-    m_settings->setValue(orderBySetting.key, field);
+    m_settings->setValue(OrderBySetting.key, field);
 }
 
 QString AppSettings::fileOrderDirection() const
 {
-    return read(*m_settings, directionSetting);
+    return read(*m_settings, DirectionSetting);
 }
 
 void AppSettings::setFileOrderDirection(const QString &direction)
 {
-    m_settings->setValue(directionSetting.key, direction);
+    m_settings->setValue(DirectionSetting.key, direction);
 }
 
 QString AppSettings::videoQuality() const
 {
-    return read(*m_settings, qualitySetting);
+    const QString byDefault = QStringLiteral("FHD");
+    const QString id = m_settings->value(QualityKey, byDefault).toString();
+    return isVideoQuality(id) ? id : byDefault;
 }
 
 void AppSettings::setVideoQuality(const QString &templateId)
 {
-    m_settings->setValue(qualitySetting.key, templateId);
+    m_settings->setValue(QualityKey, templateId);
 }
 
 void AppSettings::readPlayerState(PlayerState &playerState) const
 {
-    read(*m_settings, playerGeometryKey, playerState.geometry);
-    read(*m_settings, splitterStateKey, playerState.splitterState);
-    playerState.showVideoList = read(*m_settings, showVideoListSetting);
+    read(*m_settings, PlayerGeometryKey, playerState.geometry);
+    read(*m_settings, SplitterStateKey, playerState.splitterState);
+    playerState.showVideoList = read(*m_settings, ShowVideoListSetting);
 }
 
 void AppSettings::savePlayerState(const PlayerState &playerState)
 {
-    m_settings->setValue(playerGeometryKey, playerState.geometry);
-    m_settings->setValue(splitterStateKey, playerState.splitterState);
-    m_settings->setValue(showVideoListSetting.key, playerState.showVideoList);
+    m_settings->setValue(PlayerGeometryKey, playerState.geometry);
+    m_settings->setValue(SplitterStateKey, playerState.splitterState);
+    m_settings->setValue(ShowVideoListSetting.key, playerState.showVideoList);
 }

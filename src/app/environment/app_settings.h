@@ -23,7 +23,8 @@ public:
     AppSettings();
     ~AppSettings();
 
-    // The user whose token the session works with; empty when nobody has logged in.
+    // The user whose token this process works with; empty when nobody has logged in. It starts
+    // with the user whom a process named last; then each process has its own.
     QString curUserId() const;
     void setCurUserId(const QString &userId);
 

@@ -17,7 +17,7 @@ struct Address
 };
 
 // The web base stands before what lies below it.
-const Address addresses[] = {
+const Address Addresses[] = {
     {&Endpoints::openApi, "openApiBase", "MORAVU_OPENAPI_BASE",
      QStringLiteral("https://openapi.alipan.com")},
     {&Endpoints::backend, "backendBase", "MORAVU_BACKEND_BASE",
@@ -30,8 +30,9 @@ const Address addresses[] = {
 
 QString withoutTrailingSlashes(QString address)
 {
-    while (address.endsWith(QLatin1Char('/')))
+    while (address.endsWith(QLatin1Char('/'))) {
         address.chop(1);
+    }
     return address;
 }
 
@@ -49,10 +50,12 @@ QString configured(const Address &address, const QSettings &settings)
         settings.value(QLatin1String(address.settingsKey)).toString(),
     };
     for (const QString &candidate : candidates) {
-        if (isWebAddress(candidate.trimmed()))
+        if (isWebAddress(candidate.trimmed())) {
             return withoutTrailingSlashes(candidate.trimmed());
-        if (!candidate.isEmpty())
+        }
+        if (!candidate.isEmpty()) {
             qWarning() << "not a web address, ignored:" << address.settingsKey << candidate;
+        }
     }
     return {};
 }
@@ -63,7 +66,7 @@ Endpoints endpoints()
 {
     const auto settings = openSettingsFile();
     Endpoints result;
-    for (const Address &address : addresses) {
+    for (const Address &address : Addresses) {
         QString &value = result.*address.member;
         value = configured(address, *settings);
         if (value.isEmpty() && address.byDefault.startsWith(QLatin1Char('/'))) {

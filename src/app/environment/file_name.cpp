@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr int maximumBytes = 200;
-constexpr int maximumExtensionBytes = 32;
+constexpr int MaximumBytes = 200;
+constexpr int MaximumExtensionBytes = 32;
 
 // Text-direction marks, embeddings, overrides and isolates: they make a name read as another.
 bool isDirectionControl(QChar c)
@@ -21,8 +21,9 @@ bool isDirectionControl(QChar c)
 bool isLoneSurrogate(const QString &text, int index)
 {
     const QChar c = text.at(index);
-    if (c.isHighSurrogate())
+    if (c.isHighSurrogate()) {
         return index + 1 == text.size() || !text.at(index + 1).isLowSurrogate();
+    }
     return c.isLowSurrogate() && (index == 0 || !text.at(index - 1).isHighSurrogate());
 }
 
@@ -34,8 +35,9 @@ QString withoutForbiddenCharacters(const QString &text)
     for (int i = 0; i < text.size(); ++i) {
         const QChar c = text.at(i);
         if (c.category() == QChar::Other_Control || isDirectionControl(c) ||
-            isLoneSurrogate(text, i))
+            isLoneSurrogate(text, i)) {
             continue;
+        }
         result += forbidden.contains(c) ? QLatin1Char('_') : c;
     }
     return result;
@@ -68,15 +70,17 @@ bool isDeviceName(const QString &name)
 // The longest beginning of whole characters, as a reader counts them, that fits.
 QString truncated(const QString &text, int bytes)
 {
-    if (text.toUtf8().size() <= bytes)
+    if (text.toUtf8().size() <= bytes) {
         return text;
+    }
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
     int end = 0;
     int used = 0;
     for (int next = int(finder.toNextBoundary()); next > 0; next = int(finder.toNextBoundary())) {
         used += text.midRef(end, next - end).toUtf8().size();
-        if (used > bytes)
+        if (used > bytes) {
             break;
+        }
         end = next;
     }
     return text.left(end);
@@ -87,9 +91,10 @@ QString shortened(const QString &name)
     const QString suffix = QFileInfo(name).suffix();
     const QString extension = suffix.isEmpty() ? QString() : QLatin1Char('.') + suffix;
     const int extensionBytes = extension.toUtf8().size();
-    if (extensionBytes > maximumExtensionBytes)
-        return truncated(name, maximumBytes);
-    return truncated(name.chopped(extension.size()), maximumBytes - extensionBytes) + extension;
+    if (extensionBytes > MaximumExtensionBytes) {
+        return truncated(name, MaximumBytes);
+    }
+    return truncated(name.chopped(extension.size()), MaximumBytes - extensionBytes) + extension;
 }
 
 } // namespace
@@ -97,8 +102,9 @@ QString shortened(const QString &name)
 QString safeFileName(const QString &serverName)
 {
     QString name = trimmedName(withoutForbiddenCharacters(baseNameOf(serverName)));
-    if (isDeviceName(name))
+    if (isDeviceName(name)) {
         name.prepend(QLatin1Char('_'));
+    }
     name = trimmedName(shortened(name));
     return name.isEmpty() ? QStringLiteral("未命名") : name;
 }

@@ -13,7 +13,7 @@ struct SizeUnit
     const char *name;
 };
 
-constexpr SizeUnit sizeUnits[] = {
+constexpr SizeUnit SizeUnits[] = {
     {60, 50, "ER"}, {50, 40, "ER"}, {40, 30, "TB"}, {30, 20, "GB"}, {20, 10, "MB"}, {10, 0, "KB"},
 };
 
@@ -40,12 +40,14 @@ QString twoDigits(int number)
 
 QString formatSize(const QString &decimalBytes)
 {
-    if (decimalBytes.isEmpty())
+    if (decimalBytes.isEmpty()) {
         return {};
+    }
     const quint64 bytes = decimalBytes.toULongLong();
-    for (const SizeUnit &unit : sizeUnits) {
-        if (bytes >> unit.firstBit)
+    for (const SizeUnit &unit : SizeUnits) {
+        if (bytes >> unit.firstBit) {
             return sizeText(double(bytes >> unit.shift) / 1024, unit.name);
+        }
     }
     return sizeText(double(bytes), "B");
 }
@@ -58,14 +60,17 @@ QString formatClock(int seconds)
 
 QString formatDuration(int seconds, int referenceSeconds)
 {
-    constexpr int secondsPerDay = 24 * 60 * 60;
-    if (seconds < 0 || seconds >= secondsPerDay)
+    constexpr int SecondsPerDay = 24 * 60 * 60;
+    if (seconds < 0 || seconds >= SecondsPerDay) {
         return {};
+    }
     const QTime time = QTime::fromMSecsSinceStartOfDay(seconds * 1000);
-    if (referenceSeconds > 3599)
+    if (referenceSeconds > 3599) {
         return time.toString(QStringLiteral("h:mm:ss"));
-    if (referenceSeconds > 59)
+    }
+    if (referenceSeconds > 59) {
         return time.toString(QStringLiteral("mm:ss"));
+    }
     return time.toString(QStringLiteral("0:ss"));
 }
 

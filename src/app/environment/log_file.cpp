@@ -27,8 +27,9 @@ QString templateOf(QtMsgType type)
 
 QString textOf(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    if (type == QtInfoMsg)
+    if (type == QtInfoMsg) {
         return {};
+    }
     return templateOf(type)
         .arg(message)
         .arg(QString::fromUtf8(context.file))
@@ -47,6 +48,7 @@ void fileMessageHandler(QtMsgType type, const QMessageLogContext &context, const
     // Unbuffered appending writes a record in one call, so that records of several threads or
     // processes never mix.
     QFile file(QCoreApplication::applicationDirPath() + QStringLiteral("/error.log"));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
+    if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
         file.write(QTextCodec::codecForLocale()->fromUnicode(record));
+    }
 }

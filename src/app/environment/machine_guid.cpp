@@ -1,9 +1,27 @@
+#include "app/environment/machine_guid.h"
+
 #include <QSettings>
 #include <QSysInfo>
 #include <QUuid>
 
-#include "app/environment/data_dir.h"
 #include "app/environment/settings_file.h"
+
+namespace {
+
+QString storedGuid()
+{
+    const QString key = QStringLiteral("machineGuid");
+    const auto settings = openSettingsFile();
+    const QUuid stored(settings->value(key).toString());
+    if (!stored.isNull()) {
+        return stored.toString(QUuid::WithoutBraces);
+    }
+    const QString created = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    settings->setValue(key, created);
+    return created;
+}
+
+} // namespace
 
 #ifdef Q_OS_WIN
 
@@ -17,33 +35,21 @@ QString machineGuid()
 
 #else
 
-namespace {
-
-// For machines without an identifier, as containers often are.
-QString storedGuid()
-{
-    const QString key = QStringLiteral("machineGuid");
-    const auto settings = openSettingsFile();
-    const QUuid stored(settings->value(key).toString());
-    if (!stored.isNull())
-        return stored.toString(QUuid::WithoutBraces);
-    const QString created = QUuid::createUuid().toString(QUuid::WithoutBraces);
-    settings->setValue(key, created);
-    return created;
-}
-
-} // namespace
-
 QString machineGuid()
 {
-    const QByteArray machineId = QSysInfo::machineUniqueId();
-    if (machineId.isEmpty())
+    return guidForMachine(QSysInfo::machineUniqueId());
+}
+
+#endif
+
+QString guidForMachine(const QByteArray &systemId)
+{
+    if (systemId.isEmpty()) {
         return storedGuid();
+    }
     // systemd's machine id is confidential: it must reach a server only hashed together with a
     // value of the application's own (machine-id(5)).
     static const QUuid applicationNamespace(0x6b1f7a52, 0x0d3e, 0x4c8b, 0x9a, 0x47, 0x2e, 0xc5,
                                             0x81, 0xf0, 0x3d, 0x96);
-    return QUuid::createUuidV5(applicationNamespace, machineId).toString(QUuid::WithoutBraces);
+    return QUuid::createUuidV5(applicationNamespace, systemId).toString(QUuid::WithoutBraces);
 }
-
-#endif

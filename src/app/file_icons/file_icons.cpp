@@ -11,13 +11,13 @@
 namespace {
 
 // Far more than any extension that a platform knows.
-constexpr int maximumSuffixLength = 32;
+constexpr int MaximumSuffixLength = 32;
 
 QString temporaryFileTemplate(const QString &suffix)
 {
     const QString safeSuffix = suffix.isEmpty() ? suffix : safeFileName(suffix);
     return QDir::tempPath() + QDir::separator() + QCoreApplication::applicationName() +
-           QStringLiteral("_XXXXXX.") + safeSuffix.left(maximumSuffixLength);
+           QStringLiteral("_XXXXXX.") + safeSuffix.left(MaximumSuffixLength);
 }
 
 bool create(QTemporaryFile &file)
@@ -37,8 +37,9 @@ QIcon iconForExtension(const QString &suffix)
 {
     const QString path = temporaryFileTemplate(suffix);
     QTemporaryFile file(path);
-    if (!create(file))
+    if (!create(file)) {
         return {};
+    }
     return QFileIconProvider().icon(QFileInfo(path));
 }
 
@@ -46,7 +47,8 @@ QString typeForExtension(const QString &suffix)
 {
     QTemporaryFile file(temporaryFileTemplate(suffix));
     file.setAutoRemove(false);
-    if (!create(file))
+    if (!create(file)) {
         return {};
+    }
     return QFileIconProvider().type(QFileInfo(file.fileName()));
 }

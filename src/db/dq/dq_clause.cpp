@@ -19,12 +19,15 @@ DQClauseMap DQClause::toMap() const
     DQClauseMap map;
     for (const DQConstraint flag :
          {DQConstraint::Unique, DQConstraint::NotNull, DQConstraint::PrimaryKey}) {
-        if (has(flag))
+        if (has(flag)) {
             map.insert(flag, true);
+        }
     }
-    if (has(DQConstraint::Default))
+    if (has(DQConstraint::Default)) {
         map.insert(DQConstraint::Default, std::visit(ToVariant{}, m_default));
-    if (has(DQConstraint::ForeignKey))
+    }
+    if (has(DQConstraint::ForeignKey)) {
         map.insert(DQConstraint::ForeignKey, QVariant::fromValue(m_referenced()));
+    }
     return map;
 }

@@ -10,7 +10,7 @@ class DQModelMetaInfo;
 template <class Model>
 DQModelMetaInfo *dqMetaInfo();
 
-/// What a column promises. The numbers are part of the metadata's format.
+// What a column promises. The numbers are part of the metadata's format.
 enum class DQConstraint {
     Unique = 0,
     Default = 1, // value: the default's SQL text or value
@@ -21,8 +21,8 @@ enum class DQConstraint {
 
 using DQClauseMap = QMap<DQConstraint, QVariant>;
 
-/// The constraints in a field's declaration, united with `|` in any order. A literal type: a
-/// record is constructed often, and its declarations must cost nothing then.
+// The constraints in a field's declaration, united with `|` in any order. A literal type: a
+// record is constructed often, and its declarations must cost nothing then.
 class DQClause final
 {
 public:
@@ -43,16 +43,18 @@ public:
     friend constexpr DQClause operator|(DQClause left, const DQClause &right)
     {
         left.m_flags |= right.m_flags;
-        if (right.has(DQConstraint::Default))
+        if (right.has(DQConstraint::Default)) {
             left.m_default = right.m_default;
-        if (right.has(DQConstraint::ForeignKey))
+        }
+        if (right.has(DQConstraint::ForeignKey)) {
             left.m_referenced = right.m_referenced;
+        }
         return left;
     }
 
     [[nodiscard]] constexpr bool has(DQConstraint flag) const { return (m_flags & bit(flag)) != 0; }
 
-    /// The same as a map from flag to value; resolves the referenced model.
+    // The same as a map from flag to value; resolves the referenced model.
     [[nodiscard]] DQClauseMap toMap() const;
 
 private:
@@ -66,13 +68,13 @@ private:
 inline constexpr DQClause DQUnique{DQConstraint::Unique};
 inline constexpr DQClause DQNotNull{DQConstraint::NotNull};
 
-/// `value` goes into the statement as it is: DQDefault("CURRENT_TIMESTAMP") stays an SQL keyword,
-/// a text default carries its own quotes.
+// `value` goes into the statement as it is: DQDefault("CURRENT_TIMESTAMP") stays an SQL keyword,
+// a text default carries its own quotes.
 constexpr DQClause DQDefault(DQClause::DefaultValue value)
 {
     return DQClause(value);
 }
 
-/// References the `id` of another model.
+// References the `id` of another model.
 template <class Model>
 inline constexpr DQClause DQForeignKey{DQClause::Accessor(&dqMetaInfo<Model>)};

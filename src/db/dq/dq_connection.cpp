@@ -28,8 +28,9 @@ bool DQConnection::open(const QSqlDatabase &db)
 
 void DQConnection::close()
 {
-    if (!d)
+    if (!d) {
         return;
+    }
     const QMutexLocker lock(&d->mutex);
     d->lastQuery = QSqlQuery();
     d->models.clear();
@@ -48,11 +49,13 @@ QSqlDatabase DQConnection::database() const
 
 bool DQConnection::addModel(DQModelMetaInfo *model)
 {
-    if (!isOpen() || !model)
+    if (!isOpen() || !model) {
         return false;
+    }
     const QMutexLocker lock(&d->mutex);
-    if (d->models.contains(model))
+    if (d->models.contains(model)) {
         return false;
+    }
     d->models.append(model);
     model->m_connection = d;
     return true;
@@ -60,12 +63,14 @@ bool DQConnection::addModel(DQModelMetaInfo *model)
 
 bool DQConnection::createTables()
 {
-    if (!isOpen())
+    if (!isOpen()) {
         return false;
+    }
     const QVector<DQModelMetaInfo *> models = registeredModels();
-    for (DQModelMetaInfo *model : models) {
-        if (!hasTable(*model) && !createTable(*model))
+    for (const DQModelMetaInfo *model : models) {
+        if (!hasTable(*model) && !createTable(*model)) {
             return false;
+        }
     }
     return true;
 }
@@ -76,7 +81,7 @@ QVector<DQModelMetaInfo *> DQConnection::registeredModels() const
     return d->models;
 }
 
-bool DQConnection::createTable(DQModelMetaInfo &model)
+bool DQConnection::createTable(const DQModelMetaInfo &model)
 {
     QSqlQuery query = newQuery();
     if (!run(query, statement().createTableIfNotExists(model), {})) {
@@ -87,29 +92,23 @@ bool DQConnection::createTable(DQModelMetaInfo &model)
         qWarning().noquote() << query.lastQuery();
         return false;
     }
-    saveInitialData(model);
-    return true;
-}
-
-// Records go where their model was registered last. That may be another connection by now, whose
-// table is not the one to be filled.
-void DQConnection::saveInitialData(DQModelMetaInfo &model)
-{
-    const auto registered = std::exchange(model.m_connection, d);
     const DQSharedList records = model.initialData();
-    for (int i = 0; i < records.size(); ++i)
+    for (int i = 0; i < records.size(); ++i) {
         records.copyOf(i)->save(false, false);
-    model.m_connection = registered;
+    }
+    return true;
 }
 
 bool DQConnection::dropTables()
 {
-    if (!isOpen())
+    if (!isOpen()) {
         return false;
+    }
     const QVector<DQModelMetaInfo *> models = registeredModels();
     for (const DQModelMetaInfo *model : models) {
-        if (hasTable(*model) && !exec(statement().dropTable(*model)))
+        if (hasTable(*model) && !exec(statement().dropTable(*model))) {
             return false;
+        }
     }
     return true;
 }
@@ -122,20 +121,11 @@ bool DQConnection::hasTable(const DQModelMetaInfo &model)
     return found;
 }
 
-bool DQConnection::createIndex(const DQIndex &index)
-{
-    return isOpen() && exec(statement().createIndexIfNotExists(index));
-}
-
-bool DQConnection::dropIndex(const QString &name)
-{
-    return isOpen() && exec(statement().dropIndexIfExists(name));
-}
-
 QSqlQuery DQConnection::lastQuery() const
 {
-    if (!d)
+    if (!d) {
         return QSqlQuery(QSqlDatabase());
+    }
     const QMutexLocker lock(&d->mutex);
     return d->lastQuery;
 }
@@ -156,8 +146,9 @@ bool DQConnection::run(QSqlQuery &query, const QString &sql, const DQBindings &b
 {
     bool done = query.prepare(sql);
     if (done) {
-        for (const DQBinding &binding : bindings)
+        for (const DQBinding &binding : bindings) {
             query.bindValue(binding.placeholder, dqToSql(binding.value));
+        }
         done = query.exec();
     }
     const QMutexLocker lock(&d->mutex);
@@ -167,8 +158,9 @@ bool DQConnection::run(QSqlQuery &query, const QString &sql, const DQBindings &b
 
 bool DQConnection::exec(QSqlQuery &query, const QString &sql, const DQBindings &bindings)
 {
-    if (run(query, sql, bindings))
+    if (run(query, sql, bindings)) {
         return true;
+    }
     qWarning().noquote() << QStringLiteral("Failed : %1").arg(sql);
     qWarning().noquote() << query.lastError().text();
     return false;

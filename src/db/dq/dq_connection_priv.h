@@ -11,7 +11,7 @@
 
 class DQModelMetaInfo;
 
-/// What the copies of a DQConnection share.
+// What the copies of a DQConnection share.
 class DQConnectionPriv final
 {
 public:

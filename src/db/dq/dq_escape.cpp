@@ -4,10 +4,10 @@
 
 namespace {
 
-const QLatin1Char kQuote('"');
-const QLatin1String kAmpEntity("&amp;");
-const QLatin1String kQuoteEntity("&quot;");
-const QLatin1String kSeparator("\",\"");
+const QLatin1Char Quote('"');
+const QLatin1String AmpersandEntity("&amp;");
+const QLatin1String QuoteEntity("&quot;");
+const QLatin1String Separator("\",\"");
 
 void warnInvalid(const QString &text)
 {
@@ -16,13 +16,15 @@ void warnInvalid(const QString &text)
 
 bool isEscaped(const QString &text)
 {
-    if (text.contains(kQuote))
+    if (text.contains(Quote)) {
         return false;
+    }
     for (int at = text.indexOf(QLatin1Char('&')); at >= 0;
          at = text.indexOf(QLatin1Char('&'), at + 1)) {
         const QStringRef entity = text.midRef(at);
-        if (!entity.startsWith(kAmpEntity) && !entity.startsWith(kQuoteEntity))
+        if (!entity.startsWith(AmpersandEntity) && !entity.startsWith(QuoteEntity)) {
             return false;
+        }
     }
     return true;
 }
@@ -32,7 +34,7 @@ bool isEscaped(const QString &text)
 QString dqEscape(const QString &text)
 {
     QString escaped = text;
-    return escaped.replace(QLatin1Char('&'), kAmpEntity).replace(kQuote, kQuoteEntity);
+    return escaped.replace(QLatin1Char('&'), AmpersandEntity).replace(Quote, QuoteEntity);
 }
 
 QString dqUnescape(const QString &text)
@@ -42,30 +44,35 @@ QString dqUnescape(const QString &text)
         return text;
     }
     QString plain = text;
-    return plain.replace(kQuoteEntity, QLatin1String("\"")).replace(kAmpEntity, QLatin1String("&"));
+    return plain.replace(QuoteEntity, QLatin1String("\""))
+        .replace(AmpersandEntity, QLatin1String("&"));
 }
 
 QString dqStringListToText(const QStringList &list)
 {
-    if (list.isEmpty())
+    if (list.isEmpty()) {
         return QStringLiteral("");
+    }
     QStringList escaped;
     escaped.reserve(list.size());
-    for (const QString &element : list)
+    for (const QString &element : list) {
         escaped.append(dqEscape(element));
-    return kQuote + escaped.join(kSeparator) + kQuote;
+    }
+    return Quote + escaped.join(Separator) + Quote;
 }
 
 QStringList dqStringListFromText(const QString &text)
 {
-    if (text.isEmpty())
+    if (text.isEmpty()) {
         return {};
-    if (text.size() < 2 || !text.startsWith(kQuote) || !text.endsWith(kQuote)) {
+    }
+    if (text.size() < 2 || !text.startsWith(Quote) || !text.endsWith(Quote)) {
         warnInvalid(text);
         return {text};
     }
-    QStringList list = text.mid(1, text.size() - 2).split(kSeparator);
-    for (QString &element : list)
+    QStringList list = text.mid(1, text.size() - 2).split(Separator);
+    for (QString &element : list) {
         element = dqUnescape(element);
+    }
     return list;
 }

@@ -5,7 +5,7 @@
 
 class DQModelMetaInfo;
 
-/// An index on some columns of a model's table. The model is not owned.
+// An index on some columns of a model's table. The model is not owned.
 struct DQIndex
 {
     QString name;

@@ -5,7 +5,7 @@
 #include "db/dq/dq_model.h"
 #include "db/dq/dq_shared_list.h"
 
-/// The records of a DQSharedList seen as T.
+// The records of a DQSharedList seen as T.
 template <class T>
 class DQList final : public DQSharedList
 {
@@ -42,16 +42,18 @@ public:
     using DQSharedList::append;
     void append(const T &record) { append(std::make_shared<const T>(record)); }
 
-    /// The record at `index`. When there is none, or one of another model, a warning is logged and
-    /// a record with nothing but null fields stands in for it.
+    // The record at `index`. When there is none, or one of another model, a warning is logged and
+    // a record with nothing but null fields stands in for it.
     [[nodiscard]] const T &at(int index) const
     {
         static const T none;
         const DQModel &entry = record(index);
-        if (entry.metaInfo() == dqMetaInfo<T>())
+        if (entry.metaInfo() == dqMetaInfo<T>()) {
             return static_cast<const T &>(entry);
-        if (contains(index))
+        }
+        if (contains(index)) {
             warnCanNotConvert(entry, dqMetaInfo<T>()->className());
+        }
         return none;
     }
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The columns that a save writes and their values; see DQModel::save().
+// The columns that a save writes and their values; see DQModel::save().
 struct Row
 {
     QStringList columns;
@@ -26,20 +26,22 @@ Row rowToSave(const DQModel &record, const DQModelMetaInfo &info, bool forceInse
     for (int i = 0; i < info.size(); ++i) {
         const DQBaseField &field = info.field(record, i);
         const bool isLeftOut = field.isNull() || (forceInsert && &field == &record.id);
-        if (isLeftOut && !forAllField)
+        if (isLeftOut && !forAllField) {
             continue;
+        }
         row.columns.append(info.at(i).name);
         row.bindings.append({info.at(i).placeholder, field.get()});
     }
     return row;
 }
 
-/// Null, with a warning, for a record of no model.
+// Null, with a warning, for a record of no model.
 const DQModelMetaInfo *metaInfoOf(const DQModel &record)
 {
     const DQModelMetaInfo *info = record.metaInfo();
-    if (!info)
+    if (!info) {
         qWarning("DQModel::metaInfo() - A record of no model can be neither stored nor found");
+    }
     return info;
 }
 
@@ -69,28 +71,33 @@ DQSharedList DQModel::initialData() const
 
 bool DQModel::save(bool forceInsert, bool forAllField)
 {
-    if (!clean())
+    if (!clean()) {
         return false;
+    }
     const DQModelMetaInfo *info = metaInfoOf(*this);
     DQConnection connection = info ? info->connection() : DQConnection();
-    if (!connection.isOpen())
+    if (!connection.isOpen()) {
         return false;
+    }
     const Row row = rowToSave(*this, *info, forceInsert, forAllField);
     QSqlQuery query = connection.newQuery();
     const QString sql = connection.statement().replaceInto(*info, row.columns);
-    if (!connection.exec(query, sql, row.bindings))
+    if (!connection.exec(query, sql, row.bindings)) {
         return false;
+    }
     const int key = query.lastInsertId().toInt();
-    if ((forceInsert || id.isNull()) && id.value() != key)
+    if ((forceInsert || id.isNull()) && id.value() != key) {
         id = key;
+    }
     return true;
 }
 
 bool DQModel::load(const DQWhere &where)
 {
     const DQModelMetaInfo *info = metaInfoOf(*this);
-    if (!info)
+    if (!info) {
         return false;
+    }
     DQQuery query(info);
     query.filter(where);
     return query.exec() && query.next() && query.recordTo(*this);
@@ -99,7 +106,8 @@ bool DQModel::load(const DQWhere &where)
 bool DQModel::remove() const
 {
     const DQModelMetaInfo *info = id.isNull() ? nullptr : metaInfoOf(*this);
-    if (!info)
+    if (!info) {
         return false;
+    }
     return DQQuery(info).filter(DQWhere(QStringLiteral("id = "), id.get())).remove();
 }

@@ -34,8 +34,9 @@ DQModelMetaInfo::~DQModelMetaInfo() = default;
 // may lead back here before it is done (a model that references itself): the flag ends that.
 void DQModelMetaInfo::declare()
 {
-    if (m_declared)
+    if (m_declared) {
         return;
+    }
     m_declared = true;
     if (find(m_tableName)) {
         qWarning().noquote()
@@ -50,17 +51,20 @@ void DQModelMetaInfo::declare()
 void DQModelMetaInfo::declareField(const DQModel *owner, const DQBaseField *field,
                                    const QString &name, int type, const DQClause &clause)
 {
-    if (!m_declaringOwner)
+    if (!m_declaringOwner) {
         m_declaringOwner = owner;
-    if (owner != m_declaringOwner) // a record that the model's constructor makes for itself
+    }
+    if (owner != m_declaringOwner) { // a record that the model's constructor makes for itself
         return;
+    }
     const auto offset =
         reinterpret_cast<const char *>(field) - reinterpret_cast<const char *>(owner);
     const DQFieldInfo info{name, offset, type, clause.toMap(), QLatin1Char(':') + name};
     m_fields.append(info);
     m_fieldNames.append(name);
-    if (clause.has(DQConstraint::ForeignKey))
+    if (clause.has(DQConstraint::ForeignKey)) {
         m_foreignKeys.append(info);
+    }
 }
 
 DQModelMetaInfo *DQModelMetaInfo::find(const QString &tableName)
@@ -102,8 +106,9 @@ const QString &DQModelMetaInfo::nameAt(std::ptrdiff_t offset) const
 {
     static const QString none;
     for (const DQFieldInfo &info : m_fields) {
-        if (info.offset == offset)
+        if (info.offset == offset) {
             return info.name;
+        }
     }
     return none;
 }

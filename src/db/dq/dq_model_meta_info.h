@@ -18,7 +18,7 @@ class DQConnectionPriv;
 class DQModel;
 class DQSharedList;
 
-/// One column of a model.
+// One column of a model.
 struct DQFieldInfo
 {
     QString name;
@@ -28,9 +28,9 @@ struct DQFieldInfo
     QString placeholder; // ":" and the name
 };
 
-/// All that the layer knows of one model class: names, columns and how to reach a field inside a
-/// record. There is one per model class, created when first asked for and kept for the life of
-/// the process; get it with dqMetaInfo<Model>() or DQModel::metaInfo().
+// All that the layer knows of one model class: names, columns and how to reach a field inside a
+// record. There is one per model class, created when first asked for and kept for the life of
+// the process; get it with dqMetaInfo<Model>() or DQModel::metaInfo().
 class DQModelMetaInfo final
 {
     Q_DISABLE_COPY_MOVE(DQModelMetaInfo)
@@ -48,32 +48,32 @@ public:
     [[nodiscard]] const QStringList &fieldNames() const { return m_fieldNames; }
     [[nodiscard]] const QVector<DQFieldInfo> &foreignKeys() const { return m_foreignKeys; }
 
-    /// The column's number in declaration order, -1 when there is none of that name.
+    // The column's number in declaration order, -1 when there is none of that name.
     [[nodiscard]] int indexOf(const QString &fieldName) const;
 
-    /// Null for a name that is no column, and for a field that is null.
+    // Null for a name that is no column, and for a field that is null.
     [[nodiscard]] QVariant value(const DQModel &record, const QString &fieldName) const;
-    /// False for a name that is no column, and for a value that the field cannot represent.
+    // False for a name that is no column, and for a value that the field cannot represent.
     bool setValue(DQModel &record, const QString &fieldName, const QVariant &value) const;
 
-    /// `record` must be of this model.
+    // `record` must be of this model.
     [[nodiscard]] DQBaseField &field(DQModel &record, int index) const;
     [[nodiscard]] const DQBaseField &field(const DQModel &record, int index) const;
 
-    /// The name of the column that a class member stands for.
+    // The name of the column that a class member stands for.
     template <class Model, class Field>
     [[nodiscard]] const QString &nameOf(Field Model::*member) const;
 
     [[nodiscard]] std::shared_ptr<DQModel> newRecord() const { return m_newRecord(); }
     [[nodiscard]] DQSharedList initialData() const;
 
-    /// The connection that the model was last registered with; closed when there is none.
+    // The connection that the model was last registered with; closed when there is none.
     [[nodiscard]] DQConnection connection() const;
 
-    /// Collects the fields and enters the registry, once.
+    // Collects the fields and enters the registry, once.
     void declare();
 
-    /// The registered metadata of a table; null when there is none.
+    // The registered metadata of a table; null when there is none.
     [[nodiscard]] static DQModelMetaInfo *find(const QString &tableName);
 
 private:
@@ -98,7 +98,7 @@ private:
 
 Q_DECLARE_METATYPE(DQModelMetaInfo *)
 
-/// The metadata of a model class.
+// The metadata of a model class.
 template <class Model>
 DQModelMetaInfo *dqMetaInfo()
 {

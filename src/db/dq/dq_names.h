@@ -1,6 +1,6 @@
 #pragma once
 
-/// The names of a model: of its class, and of its table when that is called differently.
+// The names of a model: of its class, and of its table when that is called differently.
 struct DQNames
 {
     const char *className;

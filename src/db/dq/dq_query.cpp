@@ -32,7 +32,7 @@ public:
     QStringList fieldNames;
 };
 
-/// An execution of a query and the rows that it yields. It belongs to one DQQuery alone.
+// An execution of a query and the rows that it yields. It belongs to one DQQuery alone.
 class DQQueryRun final
 {
     Q_DISABLE_COPY_MOVE(DQQueryRun)
@@ -123,8 +123,9 @@ bool DQQuery::exec()
 {
     m_run.reset();
     DQConnection connection = d.constData()->connection;
-    if (!connection.isOpen() || !metaInfo())
+    if (!connection.isOpen() || !metaInfo()) {
         return false;
+    }
     m_run = std::make_unique<DQQueryRun>(connection.newQuery());
     const QString sql = connection.statement().select(*this);
     return connection.exec(m_run->query, sql, d.constData()->bindings);
@@ -138,19 +139,22 @@ bool DQQuery::next()
 bool DQQuery::recordTo(DQModel &record) const
 {
     const DQModelMetaInfo *model = record.metaInfo();
-    if (!model || !m_run || !m_run->query.isValid())
+    if (!model || !m_run || !m_run->query.isValid()) {
         return false;
+    }
     if (m_run->columnsModel != model) {
         m_run->columns = columnsOf(*model, m_run->query.record());
         m_run->columnsModel = model;
     }
     for (int i = 0; i < model->size(); ++i) {
         const int column = m_run->columns.at(i);
-        if (column < 0)
+        if (column < 0) {
             continue;
+        }
         DQBaseField &field = model->field(record, i);
-        if (!field.set(m_run->query.value(column)))
+        if (!field.set(m_run->query.value(column))) {
             field.clear();
+        }
     }
     return true;
 }
@@ -168,8 +172,9 @@ void DQQuery::finish()
 DQSharedList DQQuery::call()
 {
     DQSharedList list;
-    if (!exec())
+    if (!exec()) {
         return list;
+    }
     while (next()) {
         const std::shared_ptr<DQModel> record = metaInfo()->newRecord();
         recordTo(*record);
@@ -188,8 +193,9 @@ int DQQuery::count()
 bool DQQuery::remove()
 {
     DQConnection connection = d.constData()->connection;
-    if (!connection.isOpen() || !metaInfo())
+    if (!connection.isOpen() || !metaInfo()) {
         return false;
+    }
     QSqlQuery query = connection.newQuery();
     const QString sql = connection.statement().deleteFrom(*this);
     return connection.exec(query, sql, d.constData()->bindings);

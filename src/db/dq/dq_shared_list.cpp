@@ -32,8 +32,9 @@ void DQSharedList::clear()
 const DQModel &DQSharedList::record(int index) const
 {
     static const DQModel none;
-    if (contains(index))
+    if (contains(index)) {
         return *d->records[static_cast<size_t>(index)];
+    }
     qWarning("DQSharedList::record() - There is no record %d among %d", index, size());
     return none;
 }
@@ -42,11 +43,13 @@ std::shared_ptr<DQModel> DQSharedList::copyOf(int index) const
 {
     const DQModel &original = record(index);
     const DQModelMetaInfo *info = original.metaInfo();
-    if (!info)
+    if (!info) {
         return std::make_shared<DQModel>(original);
+    }
     std::shared_ptr<DQModel> copy = info->newRecord();
-    for (int i = 0; i < info->size(); ++i)
+    for (int i = 0; i < info->size(); ++i) {
         info->field(*copy, i).set(info->field(original, i).get());
+    }
     return copy;
 }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// With a leading blank; empty without a condition.
+// With a leading blank; empty without a condition.
 QString whereClause(const DQQuery &query)
 {
     return query.whereSql().isEmpty() ? QString() : QLatin1String(" WHERE ") + query.whereSql();
@@ -57,10 +57,12 @@ QString DQSqlStatement::insertIntoVerb(const DQModelMetaInfo &model, const QStri
 QString DQSqlStatement::select(const DQQuery &query) const
 {
     QString sql = selectCore(query);
-    if (query.limitCount() > 0)
+    if (query.limitCount() > 0) {
         sql += QLatin1Char(' ') + limitAndOffset(query.limitCount(), 0);
-    if (!query.orderByTerms().isEmpty())
+    }
+    if (!query.orderByTerms().isEmpty()) {
         sql += QLatin1Char(' ') + orderBy(query);
+    }
     return sql + QLatin1String(" ;");
 }
 
@@ -77,8 +79,9 @@ QString DQSqlStatement::selectResultColumn(const DQQuery &query) const
     const QString columns = query.resultFieldNames().isEmpty()
                                 ? QStringLiteral("*")
                                 : query.resultFieldNames().join(QLatin1Char(','));
-    if (query.functionName().isEmpty())
+    if (query.functionName().isEmpty()) {
         return columns;
+    }
     return QStringLiteral("%1(%2)").arg(query.functionName(), columns);
 }
 
@@ -102,10 +105,12 @@ QString DQSqlStatement::deleteFrom(const DQQuery &query) const
 QString DQSqlStatement::formatValue(const QVariant &value, bool trimString) const
 {
     QString text = value.toString();
-    if (value.userType() != QMetaType::QString && value.userType() != QMetaType::QChar)
+    if (value.userType() != QMetaType::QString && value.userType() != QMetaType::QChar) {
         return text;
-    if (trimString)
+    }
+    if (trimString) {
         text = text.trimmed();
+    }
     text.replace(QLatin1Char('\''), QLatin1String("''"));
     return QLatin1Char('\'') + text + QLatin1Char('\'');
 }

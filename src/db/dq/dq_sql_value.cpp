@@ -6,17 +6,18 @@
 
 namespace {
 
-constexpr int kDateLength = 10;
-constexpr int kSecondsLength = 19;
+constexpr int DateLength = 10;
+constexpr int SecondsLength = 19;
 
-/// The number in `count` digits from `at`, or -1.
+// The number in `count` digits from `at`, or -1.
 int digits(const QString &text, int at, int count)
 {
     int number = 0;
     for (int i = at; i < at + count; ++i) {
         const ushort c = text.at(i).unicode();
-        if (c < '0' || c > '9')
+        if (c < '0' || c > '9') {
             return -1;
+        }
         number = number * 10 + (c - '0');
     }
     return number;
@@ -27,49 +28,56 @@ bool hasAt(const QString &text, int at, char c)
     return text.at(at) == QLatin1Char(c);
 }
 
-/// The date in the first kDateLength characters; invalid when they are none.
+// The date in the first DateLength characters; invalid when they are none.
 QDate dateFromText(const QString &text)
 {
     const int year = digits(text, 0, 4);
-    if (year < 0 || !hasAt(text, 4, '-') || !hasAt(text, 7, '-'))
+    if (year < 0 || !hasAt(text, 4, '-') || !hasAt(text, 7, '-')) {
         return {};
+    }
     return {year, digits(text, 5, 2), digits(text, 8, 2)};
 }
 
-/// The time to the second behind the date, with its separator; invalid when it is none.
+// The time to the second behind the date, with its separator; invalid when it is none.
 QTime timeFromText(const QString &text)
 {
-    const bool isSeparated = hasAt(text, kDateLength, ' ') || hasAt(text, kDateLength, 'T');
-    if (!isSeparated || !hasAt(text, 13, ':') || !hasAt(text, 16, ':'))
+    const bool isSeparated = hasAt(text, DateLength, ' ') || hasAt(text, DateLength, 'T');
+    if (!isSeparated || !hasAt(text, 13, ':') || !hasAt(text, 16, ':')) {
         return {};
+    }
     return {digits(text, 11, 2), digits(text, 14, 2), digits(text, 17, 2)};
 }
 
-/// Reads ".z", ".zz" or ".zzz…" from `at` and moves `at` behind it; further digits are dropped.
+// Reads ".z", ".zz" or ".zzz…" from `at` and moves `at` behind it; further digits are dropped.
 int milliseconds(const QString &text, int &at)
 {
-    if (at >= text.size() || text.at(at) != QLatin1Char('.'))
+    if (at >= text.size() || text.at(at) != QLatin1Char('.')) {
         return 0;
+    }
     int value = 0;
     int scale = 100;
-    for (++at; at < text.size() && digits(text, at, 1) >= 0; ++at, scale /= 10)
+    for (++at; at < text.size() && digits(text, at, 1) >= 0; ++at, scale /= 10) {
         value += digits(text, at, 1) * scale;
+    }
     return value;
 }
 
-/// Seconds east of UTC of "", "Z" or "+hh:mm"; false for anything else.
+// Seconds east of UTC of "", "Z" or "+hh:mm"; false for anything else.
 bool offsetFromUtc(const QString &suffix, int &seconds)
 {
     seconds = 0;
-    if (suffix.isEmpty() || suffix == QLatin1String("Z"))
+    if (suffix.isEmpty() || suffix == QLatin1String("Z")) {
         return true;
-    if (suffix.size() != 6 || suffix.at(3) != QLatin1Char(':'))
+    }
+    if (suffix.size() != 6 || suffix.at(3) != QLatin1Char(':')) {
         return false;
+    }
     const int hours = digits(suffix, 1, 2);
     const int minutes = digits(suffix, 4, 2);
     const QChar sign = suffix.at(0);
-    if (hours < 0 || minutes < 0 || (sign != QLatin1Char('+') && sign != QLatin1Char('-')))
+    if (hours < 0 || minutes < 0 || (sign != QLatin1Char('+') && sign != QLatin1Char('-'))) {
         return false;
+    }
     seconds = (sign == QLatin1Char('-') ? -1 : 1) * (hours * 3600 + minutes * 60);
     return true;
 }
@@ -118,19 +126,23 @@ QString dqDateTimeToText(const QDateTime &dateTime)
 // QDateTime::fromString() would take longer than SQLite does for the whole query.
 QDateTime dqDateTimeFromText(const QString &text)
 {
-    if (text.size() < kDateLength)
+    if (text.size() < DateLength) {
         return {};
+    }
     const QDate date = dateFromText(text);
-    if (text.size() == kDateLength)
+    if (text.size() == DateLength) {
         return date.isValid() ? QDateTime(date, QTime(0, 0), Qt::UTC) : QDateTime();
-    if (text.size() < kSecondsLength)
+    }
+    if (text.size() < SecondsLength) {
         return {};
-    int end = kSecondsLength;
+    }
+    int end = SecondsLength;
     const int msecs = milliseconds(text, end);
     const QTime time = timeFromText(text).addMSecs(msecs);
     int offset = 0;
-    if (!date.isValid() || !time.isValid() || !offsetFromUtc(text.mid(end), offset))
+    if (!date.isValid() || !time.isValid() || !offsetFromUtc(text.mid(end), offset)) {
         return {};
+    }
     return QDateTime(date, time, Qt::UTC).addSecs(-offset);
 }
 
@@ -178,8 +190,9 @@ bool dqConvert(QVariant &value, int type)
         value = QVariant();
         return true;
     }
-    if (value.userType() == type)
+    if (value.userType() == type) {
         return true;
+    }
     const bool fromText = value.userType() == QMetaType::QString;
     if (fromText && type == QMetaType::QDateTime) {
         value = dqDateTimeFromText(value.toString());

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A null text for a type that has no column type.
+// A null text for a type that has no column type.
 QString columnType(int type)
 {
     switch (type) {
@@ -36,16 +36,19 @@ QString columnType(int type)
 QString constraints(const DQClauseMap &clause)
 {
     QStringList texts;
-    if (clause.contains(DQConstraint::NotNull))
+    if (clause.contains(DQConstraint::NotNull)) {
         texts.append(QStringLiteral("NOT NULL"));
-    if (clause.contains(DQConstraint::Unique))
+    }
+    if (clause.contains(DQConstraint::Unique)) {
         texts.append(QStringLiteral("UNIQUE"));
+    }
     if (clause.contains(DQConstraint::Default)) {
         texts.append(
             QStringLiteral("DEFAULT %1 ").arg(clause.value(DQConstraint::Default).toString()));
     }
-    if (clause.contains(DQConstraint::PrimaryKey))
+    if (clause.contains(DQConstraint::PrimaryKey)) {
         texts.append(QStringLiteral("PRIMARY KEY AUTOINCREMENT"));
+    }
     return texts.join(QLatin1Char(' '));
 }
 
@@ -78,8 +81,9 @@ QString DQSqliteStatement::createTable(const DQModelMetaInfo &model) const
         }
         lines.append(QStringLiteral("%1 %2 %3").arg(field.name, type, constraints(field.clause)));
     }
-    for (const DQFieldInfo &field : model.foreignKeys())
+    for (const DQFieldInfo &field : model.foreignKeys()) {
         lines.append(foreignKey(field));
+    }
     const QString header = QStringLiteral("CREATE TABLE IF NOT EXISTS %1 ").arg(model.name());
     return QStringLiteral("%1 (\n%2\n);").arg(header, lines.join(QStringLiteral(",\n")));
 }

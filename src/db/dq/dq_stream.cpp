@@ -8,7 +8,7 @@
 #include "db/dq/dq_shared_list.h"
 
 namespace {
-constexpr int kFirstColumn = 1; // behind `id`, which the database gives
+constexpr int FirstColumn = 1; // behind `id`, which the database gives
 }
 
 DQStream::DQStream(const DQModelMetaInfo *model, DQSharedList &list) : m_list(list)
@@ -22,7 +22,7 @@ bool DQStream::setModel(const DQModelMetaInfo *model)
 {
     m_record.reset();
     m_model = nullptr;
-    if (!model || model->size() <= kFirstColumn) {
+    if (!model || model->size() <= FirstColumn) {
         qWarning("DQStream::setModel() do not support model with single field of id.");
         return false;
     }
@@ -32,14 +32,16 @@ bool DQStream::setModel(const DQModelMetaInfo *model)
 
 DQStream &DQStream::operator<<(const QVariant &value)
 {
-    if (!m_model)
+    if (!m_model) {
         return *this;
+    }
     if (!m_record) {
         m_record = m_model->newRecord();
-        m_column = kFirstColumn;
+        m_column = FirstColumn;
     }
     m_model->field(*m_record, m_column).set(value);
-    if (++m_column == m_model->size())
+    if (++m_column == m_model->size()) {
         m_list.append(std::exchange(m_record, nullptr));
+    }
     return *this;
 }

@@ -8,14 +8,14 @@ class DQModel;
 class DQModelMetaInfo;
 class DQSharedList;
 
-/// Fills a list value by value: the columns of one record after the other, in declaration order
-/// and without `id`. Meant for a model's initialData():
-///
-///     DQList<Genre> list;
-///     DQStream(dqMetaInfo<Genre>(), list) << QStringLiteral("drama") << 1
-///                                         << QStringLiteral("comedy") << 2;
-///
-/// A record enters the list when its last column is written; an unfinished one is dropped.
+// Fills a list value by value: the columns of one record after the other, in declaration order
+// and without `id`. Meant for a model's initialData():
+//
+//     DQList<Genre> list;
+//     DQStream(dqMetaInfo<Genre>(), list) << QStringLiteral("drama") << 1
+//                                         << QStringLiteral("comedy") << 2;
+//
+// A record enters the list when its last column is written; an unfinished one is dropped.
 class DQStream final
 {
     Q_DISABLE_COPY_MOVE(DQStream)
@@ -25,8 +25,8 @@ public:
     DQStream(const DQModelMetaInfo *model, DQSharedList &list);
     ~DQStream();
 
-    /// Drops an unfinished record. False, with a warning, for a model that has no column but
-    /// `id`: there is nothing to write.
+    // Drops an unfinished record. False, with a warning, for a model that has no column but
+    // `id`: there is nothing to write.
     bool setModel(const DQModelMetaInfo *model);
 
     DQStream &operator<<(const QVariant &value);

@@ -6,23 +6,27 @@
 
 DQTransaction::DQTransaction(DQConnection connection) : m_connection(std::move(connection))
 {
-    if (!m_connection.isOpen())
+    if (!m_connection.isOpen()) {
         return;
+    }
     DQConnectionPriv &block = *m_connection.d;
     m_active = block.openTransactions > 0 ||
                m_connection.exec(QStringLiteral("BEGIN IMMEDIATE TRANSACTION"));
-    if (m_active && block.openTransactions++ == 0)
+    if (m_active && block.openTransactions++ == 0) {
         block.rollbackOnly = false;
+    }
 }
 
 DQTransaction::~DQTransaction()
 {
-    if (!m_active)
+    if (!m_active) {
         return;
+    }
     DQConnectionPriv &block = *m_connection.d;
     block.rollbackOnly = true;
-    if (--block.openTransactions > 0 || !m_connection.isOpen())
+    if (--block.openTransactions > 0 || !m_connection.isOpen()) {
         return;
+    }
     // After a failure such as a full disk, which was logged then, SQLite has rolled back by itself
     // and this finds no transaction: not worth a warning, nor to be the connection's last query.
     QSqlQuery query = m_connection.newQuery();
@@ -31,13 +35,16 @@ DQTransaction::~DQTransaction()
 
 bool DQTransaction::commit()
 {
-    if (!m_active)
+    if (!m_active) {
         return false;
+    }
     DQConnectionPriv &block = *m_connection.d;
-    if (block.rollbackOnly)
+    if (block.rollbackOnly) {
         return false;
-    if (block.openTransactions == 1 && !m_connection.exec(QStringLiteral("COMMIT TRANSACTION")))
+    }
+    if (block.openTransactions == 1 && !m_connection.exec(QStringLiteral("COMMIT TRANSACTION"))) {
         return false;
+    }
     --block.openTransactions;
     m_active = false;
     return true;

@@ -10,34 +10,34 @@
 
 namespace {
 
-using Data = DQWhereDataPriv;
+using Operand = DQWhereDataPriv;
 
-constexpr std::array kOperators{
+constexpr std::array Operators{
     "and", "or",   "<",  "<=",     ">",  ">=",     "=",       "<>", "*",
     "/",   "like", "is", "is not", "in", "not in", "between", "%",  "glob"};
 
 bool isOperator(const QString &text)
 {
-    return std::any_of(kOperators.begin(), kOperators.end(), [&text](const char *known) {
+    return std::any_of(Operators.begin(), Operators.end(), [&text](const char *known) {
         return text.compare(QLatin1String(known), Qt::CaseInsensitive) == 0;
     });
 }
 
-/// A condition that no row satisfies. It takes the place of one that was not understood, because
-/// leaving that out would make a deletion empty the table.
+// A condition that no row satisfies. It takes the place of one that was not understood, because
+// leaving that out would make a deletion empty the table.
 QString noRow()
 {
     return QStringLiteral("0");
 }
 
-QVariant data(const QVariant &value)
+QVariant asOperand(const QVariant &value)
 {
-    return QVariant::fromValue(Data(value));
+    return QVariant::fromValue(Operand(value));
 }
 
-QVariant data(Data::Kind kind, const QVariantList &values)
+QVariant asOperand(Operand::Kind kind, const QVariantList &values)
 {
-    return QVariant::fromValue(Data(kind, values));
+    return QVariant::fromValue(Operand(kind, values));
 }
 
 bool isNameCharacter(QChar c)
@@ -45,7 +45,8 @@ bool isNameCharacter(QChar c)
     return c.unicode() < 0x80 && c.isLetterOrNumber();
 }
 
-/// What "^\s*[a-zA-Z0-9]+" finds, without the blanks; by hand because every removal of a row asks.
+// What "^\s*[a-zA-Z0-9]+" finds, without the blanks. A regular expression would be slower than the
+// statement: every record that is removed is found by such a text.
 QStringRef leadingName(const QString &text)
 {
     const auto begin =
@@ -54,26 +55,28 @@ QStringRef leadingName(const QString &text)
     return text.midRef(static_cast<int>(begin - text.begin()), static_cast<int>(end - begin));
 }
 
-/// The operand whose condition matches nothing. It is no value: an expression or comparison that
-/// it stands in is not understood either, because "0 <> 5" would match everything.
+// The operand whose condition matches nothing. It is no value: an expression or comparison that
+// it stands in is not understood either, because "0 <> 5" would match everything.
 QVariant matchesNothing()
 {
-    return data(Data::Kind::NotUnderstood, {});
+    return asOperand(Operand::Kind::NotUnderstood, {});
 }
 
-/// The operand that goes with `sqlOperator` in the text form; invalid when `value` does not suit.
+// The operand that goes with `sqlOperator` in the text form; invalid when `value` does not suit.
 QVariant textOperand(const QString &sqlOperator, const QVariant &value)
 {
     const auto is = [&sqlOperator](const char *name) {
         return sqlOperator.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
     };
     if (is("in") || is("not in")) {
-        return value.canConvert<QVariantList>() ? data(Data::Kind::List, value.toList())
+        return value.canConvert<QVariantList>() ? asOperand(Operand::Kind::List, value.toList())
                                                 : QVariant();
     }
-    if (is("between"))
-        return value.toList().size() == 2 ? data(Data::Kind::Pair, value.toList()) : QVariant();
-    return data(value);
+    if (is("between")) {
+        return value.toList().size() == 2 ? asOperand(Operand::Kind::Pair, value.toList())
+                                          : QVariant();
+    }
+    return asOperand(value);
 }
 
 QString nodeText(const QString &left, const QString &sqlOperator, const QString &right)
@@ -117,8 +120,9 @@ bool DQWhere::isEmpty() const
 
 QString DQWhere::toSql(DQBindings &bindings) const
 {
-    if (isEmpty())
+    if (isEmpty()) {
         return {};
+    }
     const QString sql = d->toSql(bindings);
     return sql.isNull() ? noRow() : sql;
 }
@@ -139,7 +143,7 @@ QVariant DQWhere::operand(const DQWhere &where)
 
 QVariant DQWhere::operand(const QVariant &value)
 {
-    return data(value);
+    return asOperand(value);
 }
 
 DQWhere DQWhere::node(const char *sqlOperator, const QVariant &right) const
@@ -154,62 +158,66 @@ DQWhere DQWhere::node(const char *sqlOperator, const QVariant &right) const
 
 DQWhere DQWhere::operator&&(const DQWhere &other) const
 {
-    if (isEmpty() || other.isEmpty())
+    if (isEmpty() || other.isEmpty()) {
         return isEmpty() ? other : *this;
+    }
     return node("and", operand(other));
 }
 
 DQWhere DQWhere::operator||(const DQWhere &other) const
 {
-    if (isEmpty() || other.isEmpty())
+    if (isEmpty() || other.isEmpty()) {
         return isEmpty() ? other : *this;
+    }
     return node("or", operand(other));
 }
 
 DQWhere DQWhere::like(const QString &pattern) const
 {
-    return node("like", data(pattern));
+    return node("like", asOperand(pattern));
 }
 
 DQWhere DQWhere::glob(const QString &pattern) const
 {
-    return node("glob", data(pattern));
+    return node("glob", asOperand(pattern));
 }
 
 DQWhere DQWhere::is(const QVariant &value) const
 {
-    return node("is", data(value));
+    return node("is", asOperand(value));
 }
 
 DQWhere DQWhere::isNot(const QVariant &value) const
 {
-    return node("is not", data(value));
+    return node("is not", asOperand(value));
 }
 
 DQWhere DQWhere::in(const QVariantList &values) const
 {
-    return node("in", data(Data::Kind::List, values));
+    return node("in", asOperand(Operand::Kind::List, values));
 }
 
 DQWhere DQWhere::notIn(const QVariantList &values) const
 {
-    return node("not in", data(Data::Kind::List, values));
+    return node("not in", asOperand(Operand::Kind::List, values));
 }
 
 DQWhere DQWhere::between(const QVariant &low, const QVariant &high) const
 {
-    return node("between", data(Data::Kind::Pair, {low, high}));
+    return node("between", asOperand(Operand::Kind::Pair, {low, high}));
 }
 
 namespace {
 
 QString operandString(const QVariant &operand)
 {
-    if (operand.userType() == QMetaType::QString)
+    if (operand.userType() == QMetaType::QString) {
         return operand.toString();
-    if (operand.userType() == qMetaTypeId<DQWhere>())
+    }
+    if (operand.userType() == qMetaTypeId<DQWhere>()) {
         return QStringLiteral("( %1 )").arg(operand.value<DQWhere>().toString());
-    return operand.value<Data>().toString();
+    }
+    return operand.value<Operand>().toString();
 }
 
 QString valueString(const QVariant &value)
@@ -227,21 +235,24 @@ bool DQWhereFieldPriv::isCombination() const
            sqlOperator.compare(QLatin1String("or"), Qt::CaseInsensitive) == 0;
 }
 
-/// A null text when the operand cannot be written.
+// A null text when the operand cannot be written.
 QString DQWhereFieldPriv::operandSql(const QVariant &operand, DQBindings &bindings)
 {
-    if (operand.userType() == QMetaType::QString)
+    if (operand.userType() == QMetaType::QString) {
         return operand.toString();
-    if (operand.userType() != qMetaTypeId<DQWhere>())
-        return operand.value<Data>().toSql(bindings);
+    }
+    if (operand.userType() != qMetaTypeId<DQWhere>()) {
+        return operand.value<Operand>().toSql(bindings);
+    }
     const QString nested = operand.value<DQWhere>().d->toSql(bindings);
     return nested.isNull() ? nested : QLatin1Char('(') + nested + QLatin1Char(')');
 }
 
 QString DQWhereFieldPriv::toSql(DQBindings &bindings) const
 {
-    if (!isComplete())
+    if (!isComplete()) {
         return operandSql(left.isValid() ? left : right, bindings);
+    }
     const int boundBefore = bindings.size();
     QString leftSql = operandSql(left, bindings);
     QString rightSql = operandSql(right, bindings);
@@ -258,8 +269,9 @@ QString DQWhereFieldPriv::toSql(DQBindings &bindings) const
 
 QString DQWhereFieldPriv::toString() const
 {
-    if (!isComplete())
+    if (!isComplete()) {
         return operandString(left.isValid() ? left : right);
+    }
     return nodeText(operandString(left), sqlOperator, operandString(right));
 }
 
@@ -280,8 +292,9 @@ QString DQWhereDataPriv::joined(const QStringList &texts) const
 
 QString DQWhereDataPriv::toSql(DQBindings &bindings) const
 {
-    if (m_kind == Kind::NotUnderstood)
+    if (m_kind == Kind::NotUnderstood) {
         return {};
+    }
     if (!std::all_of(m_values.begin(), m_values.end(), dqIsStorable)) {
         qWarning("DQWhereDataPriv - Unsupported type");
         return {};
@@ -298,7 +311,8 @@ QString DQWhereDataPriv::toSql(DQBindings &bindings) const
 QString DQWhereDataPriv::toString() const
 {
     QStringList texts;
-    for (const QVariant &value : m_values)
+    for (const QVariant &value : m_values) {
         texts.append(valueString(value));
+    }
     return joined(texts);
 }

@@ -10,26 +10,26 @@
 
 class DQWhereFieldPriv;
 
-/// A condition on the fields of one model, or an arithmetic expression inside one. It is built
-/// with operators, best from the class member itself, so that the compiler checks name and type:
-///
-///     dqColumn(&Film::title) == title && dqColumn(&Film::year).between(1960, 1969)
-///
-/// or from a column's name, `DQWhere(QStringLiteral("year")) > 1960`, or from text and a value,
-/// `DQWhere(QStringLiteral("id = "), 3)`. Values never stand in the SQL text; they are bound.
-///
-/// A comparison with null is never true in SQL: use isNull() and isNotNull(). in() with an empty
-/// list matches nothing. An empty condition matches everything, one that could not be understood
-/// (a warning is logged) matches nothing, whatever it is compared with. `&&` and `||` bind as in
-/// C++; both sides are evaluated.
+// A condition on the fields of one model, or an arithmetic expression inside one. It is built
+// with operators, best from the class member itself, so that the compiler checks name and type:
+//
+//     dqColumn(&Film::title) == title && dqColumn(&Film::year).between(1960, 1969)
+//
+// or from a column's name, `DQWhere(QStringLiteral("year")) > 1960`, or from text and a value,
+// `DQWhere(QStringLiteral("id = "), 3)`. Values never stand in the SQL text; they are bound.
+//
+// A comparison with null is never true in SQL: use isNull() and isNotNull(). in() with an empty
+// list matches nothing. An empty condition matches everything, one that could not be understood
+// (a warning is logged) matches nothing, whatever it is compared with. `&&` and `||` bind as in
+// C++; both sides are evaluated.
 class DQWhere final
 {
 public:
     DQWhere();
-    /// A column by itself.
+    // A column by itself.
     explicit DQWhere(const QString &fieldName);
-    /// `text` is a column name followed by an operator. The value of "in" and "not in" is a list,
-    /// that of "between" a list of two.
+    // `text` is a column name followed by an operator. The value of "in" and "not in" is a list,
+    // that of "between" a list of two.
     DQWhere(const QString &text, const QVariant &value);
     DQWhere(const DQWhere &);
     DQWhere(DQWhere &&) noexcept;
@@ -39,11 +39,11 @@ public:
 
     [[nodiscard]] bool isEmpty() const;
 
-    /// SQL text. Each value is appended to `bindings` with the placeholder that stands for it,
-    /// ":arg" and the number of values before it.
+    // SQL text. Each value is appended to `bindings` with the placeholder that stands for it,
+    // ":arg" and the number of values before it.
     [[nodiscard]] QString toSql(DQBindings &bindings) const;
 
-    /// The condition with its values, for messages.
+    // The condition with its values, for messages.
     [[nodiscard]] QString toString() const;
 
     template <class V>
@@ -92,7 +92,7 @@ public:
         return node("%", operand(value));
     }
 
-    /// An empty side leaves the other as it is.
+    // An empty side leaves the other as it is.
     DQWhere operator&&(const DQWhere &other) const;
     DQWhere operator||(const DQWhere &other) const;
 
@@ -117,7 +117,7 @@ private:
 
 Q_DECLARE_METATYPE(DQWhere)
 
-/// A column whose values are of type T; comparisons with anything else do not compile.
+// A column whose values are of type T; comparisons with anything else do not compile.
 template <class T>
 class DQColumn final
 {
@@ -152,8 +152,9 @@ private:
     {
         QVariantList list;
         list.reserve(values.size());
-        for (const T &value : values)
+        for (const T &value : values) {
             list.append(QVariant::fromValue(value));
+        }
         return list;
     }
 
@@ -166,7 +167,7 @@ template <class Model, class T>
     return DQColumn<T>(dqMetaInfo<Model>()->nameOf(member));
 }
 
-/// The key column of any model.
+// The key column of any model.
 template <class Model>
 [[nodiscard]] DQColumn<int> dqColumn(DQPrimaryKey Model::*)
 {

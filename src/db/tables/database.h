@@ -1,42 +1,80 @@
 #pragma once
 
+#include <functional>
+
 #include <QString>
+#include <QTimer>
 
 #include "db/dq/dq_connection.h"
+#include "db/tables/stored_rows.h"
 
-/// The application's database: Qt's default QSQLITE connection on one file and the models
-/// registered on it. The file and SQLite's files beside it are readable by their owner alone.
-///
-/// Writes are synchronous and durable: what a save reported as done survives a killed process and
-/// a power cut. A file that cannot be used is left as it is; a warning is logged, and every
-/// operation then fails in its quiet way (false, 0, nothing found).
+enum class FileVerdict;
+
+// The application's database: Qt's default QSQLITE connection and the models registered on it. The
+// file and SQLite's files beside it are readable by their owner alone.
+//
+// Writes are synchronous and durable: what a save reported as done survives a killed process and
+// a power cut. Where the file does not allow that, nothing is lost and nobody waits:
+//
+// - A file that is no database, or a damaged one, is put aside beside itself under a name with the
+//   date; a new one takes its place with the rows that could still be read.
+// - While another process holds the file locked, the handle is not open and every operation fails
+//   in its quiet way (false, 0, nothing found) until tryAgain() finds it free.
+// - With a folder that cannot be written, or a full disk, at the start or later, the session goes
+//   on in memory with the rows that can be read. What changes is written to the file as soon as it
+//   takes it, tried every few seconds and at close().
 class Database final
 {
     Q_DISABLE_COPY_MOVE(Database)
 
 public:
-    /// Opens "moravu.db" in the data directory and creates the missing tables.
+    enum class State { Ready, Locked, InMemory };
+
+    // Opens "moravu.db" in the data directory and creates the missing tables.
     Database();
-    explicit Database(const QString &filePath);
+    explicit Database(QString filePath);
     ~Database();
 
     void close();
 
-    [[nodiscard]] bool isOpen() const { return m_connection.database().isOpen(); }
-    /// Whether the tables are there: false for a file that is damaged, locked by another process
-    /// for longer than a write waits, or cannot be made.
-    [[nodiscard]] bool isUsable() const { return m_usable; }
+    [[nodiscard]] State state() const { return m_state; }
+    // Told when the state has changed, from the next change on.
+    void setStateListener(const std::function<void()> &listener) { m_listener = listener; }
+
+    // Opens a locked file, or writes what a session in memory has kept back and goes on with the
+    // file. True when the database is Ready.
+    bool tryAgain();
+
+    // Goes on in memory when the statement that failed last did so because the file takes no
+    // writes; true when it does, so that the statement is worth another try.
+    bool continueInMemory();
+
+    // Whether changes of a session in memory wait to be written.
+    [[nodiscard]] bool isWaitingToWrite() const;
+
+    // Where the file lies now that was no database or a damaged one; empty when there was none.
+    [[nodiscard]] const QString &putAside() const { return m_putAside; }
+
     [[nodiscard]] const DQConnection &connection() const { return m_connection; }
 
 private:
-    void open(const QString &filePath);
-    bool openFile(const QString &filePath);
+    void open();
+    [[nodiscard]] FileVerdict openFile();
+    [[nodiscard]] FileVerdict replaceFile(QVector<TableRows> &rescued);
+    void openMemory(const QVector<TableRows> &ofFile, const QVector<TableRows> &rescued);
+    bool createTables();
+    void disconnect();
+    void enter(State state);
 
+    const QString m_filePath;
     DQConnection m_connection;
-    bool m_usable = false;
+    State m_state = State::Locked;
+    QString m_putAside;
+    QTimer m_retry;
+    std::function<void()> m_listener;
 };
 
-/// The process-wide handle: null until start-up has published one. Not owned; whoever published
-/// it deletes it.
+// The process-wide handle: null until start-up has published one. Not owned; whoever published
+// it deletes it.
 [[nodiscard]] Database *database();
 void setDatabase(Database *handle);

@@ -14,35 +14,43 @@ void loadFolderSetting(const QString &folderId, FolderSetting &setting)
 
 void saveFolderSetting(FolderSetting &setting)
 {
-    DQTransaction transaction(setting.metaInfo()->connection());
-    FolderSetting stored;
-    loadFolderSetting(setting.folderId.value(), stored);
-    const bool isNew = stored.id.isNull();
-    if (!isNew)
-        setting.updateTime = QDateTime::currentDateTime();
-    saveAndCommit(setting, isNew, transaction);
+    writeOrRemember([&setting] {
+        DQTransaction transaction(setting.metaInfo()->connection());
+        FolderSetting stored;
+        loadFolderSetting(setting.folderId.value(), stored);
+        const bool isNew = stored.id.isNull();
+        if (!isNew) {
+            setting.updateTime = QDateTime::currentDateTime();
+        }
+        return saveAndCommit(setting, isNew, transaction);
+    });
 }
 
 void clearSkipPositions(const QString &folderId)
 {
-    FolderSetting setting;
-    DQTransaction transaction(setting.metaInfo()->connection());
-    loadFolderSetting(folderId, setting);
-    if (!transaction.isActive() || setting.id.isNull())
-        return;
-    setting.skipHeadPos = 0;
-    setting.skipTailPos = 0;
-    saveAndCommit(setting, false, transaction);
+    writeOrRemember([&folderId] {
+        FolderSetting setting;
+        DQTransaction transaction(setting.metaInfo()->connection());
+        if (!transaction.isActive()) {
+            return false;
+        }
+        loadFolderSetting(folderId, setting);
+        setting.skipHeadPos = 0;
+        setting.skipTailPos = 0;
+        return setting.id.isNull() || saveAndCommit(setting, false, transaction);
+    });
 }
 
 void clearFolderSettings()
 {
-    DQTransaction transaction(dqMetaInfo<FolderSetting>()->connection());
-    if (!transaction.isActive())
-        return;
-    const DQList<FolderSetting> settings = dqQuery<FolderSetting>().call();
-    const bool removed = std::all_of(settings.begin(), settings.end(),
-                                     [](const FolderSetting &setting) { return setting.remove(); });
-    if (removed)
-        transaction.commit();
+    writeOrRemember([] {
+        DQTransaction transaction(dqMetaInfo<FolderSetting>()->connection());
+        if (!transaction.isActive()) {
+            return false;
+        }
+        const DQList<FolderSetting> settings = dqQuery<FolderSetting>().call();
+        return std::all_of(settings.begin(), settings.end(),
+                           [](const FolderSetting &setting) { return setting.remove(); }) &&
+               transaction.commit();
+    });
 }

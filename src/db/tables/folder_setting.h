@@ -2,7 +2,7 @@
 
 #include "db/dq/dq_model.h"
 
-/// What the player remembers for all videos of one folder of the drive.
+// What the player remembers for all videos of one folder of the drive.
 class FolderSetting final : public DQTable<FolderSetting>
 {
 public:

@@ -14,13 +14,14 @@ double watchedShare(int position, int duration)
     return duration > 0 ? std::clamp(static_cast<double>(position) / duration, 0.0, 1.0) : 0.0;
 }
 
-/// Later than the `updateTime` of every row.
+// Later than the `updateTime` of every row.
 QDateTime newestUpdateTime()
 {
     DQQuery query = dqQuery<PlayHistory>();
     query.resultFunction(QStringLiteral("max")).resultFields({QStringLiteral("updateTime")});
-    if (!query.exec() || !query.next())
+    if (!query.exec() || !query.next()) {
         return timeAfter(QDateTime());
+    }
     return timeAfter(dqDateTimeFromText(query.value(0).toString()));
 }
 
@@ -28,19 +29,24 @@ QDateTime newestUpdateTime()
 
 void savePlayHistory(PlayHistory &history)
 {
-    if (history.playPosition.isNull())
+    if (history.playPosition.isNull()) {
         history.playPosition = 0;
-    if (history.duration.isNull())
+    }
+    if (history.duration.isNull()) {
         history.duration = 0;
+    }
     history.playPercentage = watchedShare(history.playPosition.value(), history.duration.value());
 
-    DQTransaction transaction(history.metaInfo()->connection());
-    if (!transaction.isActive())
-        return;
-    history.updateTime = newestUpdateTime();
-    PlayHistory stored;
-    const bool isNew = !loadPlayHistory(history.fileId.value(), stored);
-    saveAndCommit(history, isNew, transaction);
+    writeOrRemember([&history] {
+        DQTransaction transaction(history.metaInfo()->connection());
+        if (!transaction.isActive()) {
+            return false;
+        }
+        history.updateTime = newestUpdateTime();
+        PlayHistory stored;
+        const bool isNew = !loadPlayHistory(history.fileId.value(), stored);
+        return saveAndCommit(history, isNew, transaction);
+    });
 }
 
 bool loadPlayHistory(const QString &fileId, PlayHistory &history)
@@ -58,18 +64,36 @@ void listPlayHistory(DQList<PlayHistory> &list)
 
 void removePlayHistory(int id)
 {
-    dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::id) == id).remove();
+    writeOrRemember(
+        [id] { return dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::id) == id).remove(); });
 }
 
 void clearPlayHistory()
 {
+    writeOrRemember([] {
+        DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
+        if (!transaction.isActive()) {
+            return false;
+        }
+        DQList<PlayHistory> list;
+        listPlayHistory(list);
+        return std::all_of(list.begin(), list.end(),
+                           [](const PlayHistory &history) { return history.remove(); }) &&
+               transaction.commit();
+    });
+}
+
+void restorePlayHistory(const QList<PlayHistory> &removed)
+{
     DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
-    if (!transaction.isActive())
+    if (!transaction.isActive()) {
         return;
-    DQList<PlayHistory> list;
-    listPlayHistory(list);
-    const bool removed = std::all_of(list.begin(), list.end(),
-                                     [](const PlayHistory &history) { return history.remove(); });
-    if (removed)
+    }
+    const bool restored = std::all_of(removed.begin(), removed.end(), [](PlayHistory history) {
+        PlayHistory present;
+        return loadPlayHistory(history.fileId.value(), present) || history.save();
+    });
+    if (restored) {
         transaction.commit();
+    }
 }

@@ -16,8 +16,9 @@ DQWhere hasId(int id)
 
 void openDatabase()
 {
-    if (!database())
+    if (!database()) {
         setDatabase(new Database);
+    }
 }
 
 bool loadRowById(int id, DQModel &record)
@@ -27,8 +28,11 @@ bool loadRowById(int id, DQModel &record)
 
 bool changeFieldById(int id, const QString &fieldName, const QVariant &value, DQModel &record)
 {
-    const DQModelMetaInfo *model = record.metaInfo();
-    DQTransaction transaction(model ? model->connection() : DQConnection());
-    return transaction.isActive() && loadRowById(id, record) &&
-           model->setValue(record, fieldName, value) && saveAndCommit(record, false, transaction);
+    return writeOrRemember([&] {
+        const DQModelMetaInfo *model = record.metaInfo();
+        DQTransaction transaction(model ? model->connection() : DQConnection());
+        return transaction.isActive() && loadRowById(id, record) &&
+               model->setValue(record, fieldName, value) &&
+               saveAndCommit(record, false, transaction);
+    });
 }

@@ -17,72 +17,77 @@
 //
 // Failures are logged as warnings; a record whose save failed keeps the `id` that it had.
 
-/// Publishes a new Database handle on the application's file, unless there is one. The caller
-/// takes over what database() returns then.
+// Publishes a new Database handle on the application's file, unless there is one. The caller
+// takes over what database() returns then.
 void openDatabase();
 
 // --- users
 
-/// Empty when no user has this token.
+// Empty when no user has this token.
 [[nodiscard]] QString userIdForAccessToken(const QVariant &accessToken);
 
-/// Writes the user. The clock of the tokens, `updateTime`, starts anew when the tokens differ
-/// from the stored ones or come from a login (`tokenExpiresIn` is set, `updateTime` is not), and
-/// stays when not; it never goes back. A record that was loaded before the stored
-/// tokens were renewed takes over the stored ones: its own can not be used any more.
+// Writes the user. The clock of the tokens, `updateTime`, starts anew when the tokens differ
+// from the stored ones or come from a login (`tokenExpiresIn` is set, `updateTime` is not), and
+// stays when not; it never goes back. A record that was loaded before the stored
+// tokens were renewed takes over the stored ones: its own can not be used any more.
 void saveUserInfo(UserInfo &info);
 
-/// False, and the record stays as it is, when the user is not stored.
+// False, and the record stays as it is, when the user is not stored.
 bool loadUserInfo(const QString &userId, UserInfo &info);
 
-/// In the order of the rows.
+// In the order of the rows.
 [[nodiscard]] QList<UserInfo> listUsers();
 [[nodiscard]] int countUsers();
 void removeUser(const QString &userId);
 
-/// Stores renewed tokens with their user and starts their clock; nothing else of the row changes.
-/// True once they are safe on disk. A null `refreshToken` or `tokenType` keeps the stored one.
-/// `expiresIn` is in seconds.
+// Stores renewed tokens with their user and starts their clock; nothing else of the row changes.
+// True once they are safe on disk, or in the memory of a session whose file takes no writes (see
+// Database). A null `refreshToken` or `tokenType` keeps the stored one.
+// `expiresIn` is in seconds.
 [[nodiscard]] bool storeTokens(const QString &userId, const QString &accessToken,
                                const QString &refreshToken, const QString &tokenType,
                                int expiresIn);
 
 // --- folders
 
-/// An empty record with a null `id` when the folder is not stored.
+// An empty record with a null `id` when the folder is not stored.
 void loadFolderSetting(const QString &folderId, FolderSetting &setting);
 
-/// A row that is not new gets the current time as `updateTime`.
+// A row that is not new gets the current time as `updateTime`.
 void saveFolderSetting(FolderSetting &setting);
 
-/// Sets both skip positions of a stored folder to 0.
+// Sets both skip positions of a stored folder to 0.
 void clearSkipPositions(const QString &folderId);
 
-/// Removes the settings of every user.
+// Removes the settings of every user.
 void clearFolderSettings();
 
 // --- history
 
-/// Makes the row the newest of the list, sets `playPercentage` from position and duration (0 to 1,
-/// 0 without a duration), and a null position or duration to 0.
+// Makes the row the newest of the list, sets `playPercentage` from position and duration (0 to 1,
+// 0 without a duration), and a null position or duration to 0.
 void savePlayHistory(PlayHistory &history);
 
-/// False, and the record stays as it is, when the video is not in the history.
+// False, and the record stays as it is, when the video is not in the history.
 bool loadPlayHistory(const QString &fileId, PlayHistory &history);
 
-/// The current user's rows, the most recently played first; replaces what `list` held.
+// The current user's rows, the most recently played first; replaces what `list` held.
 void listPlayHistory(DQList<PlayHistory> &list);
 
 void removePlayHistory(int id);
 
-/// Removes the current user's rows.
+// Removes the current user's rows.
 void clearPlayHistory();
+
+// Puts removed rows back as they were, with their times. Those whose video has been watched again
+// meanwhile stay as they are now.
+void restorePlayHistory(const QList<PlayHistory> &removed);
 
 // --- single rows of any table
 
-/// False, and the record stays as it is, when there is no such row.
+// False, and the record stays as it is, when there is no such row.
 bool loadRowById(int id, DQModel &record);
 
-/// Loads the row, changes one field and saves it, at once for all processes. `record` is the
-/// changed row then. False when there is no such row or field, or the value does not suit it.
+// Loads the row, changes one field and saves it, at once for all processes. `record` is the
+// changed row then. False when there is no such row or field, or the value does not suit it.
 bool changeFieldById(int id, const QString &fieldName, const QVariant &value, DQModel &record);

@@ -2,7 +2,7 @@
 
 #include "db/dq/dq_model.h"
 
-/// How far a video of the drive has been watched, and how it was shown.
+// How far a video of the drive has been watched, and how it was shown.
 class PlayHistory final : public DQTable<PlayHistory>
 {
 public:

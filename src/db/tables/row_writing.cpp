@@ -4,6 +4,7 @@
 
 #include "db/dq/dq_model.h"
 #include "db/dq/dq_transaction.h"
+#include "db/tables/database.h"
 
 QDateTime timeAfter(const QDateTime &former)
 {
@@ -14,8 +15,14 @@ QDateTime timeAfter(const QDateTime &former)
 bool saveAndCommit(DQModel &record, bool isNew, DQTransaction &transaction)
 {
     const QVariant former = record.id.get();
-    if (transaction.isActive() && record.save(isNew) && transaction.commit())
+    if (transaction.isActive() && record.save(isNew) && transaction.commit()) {
         return true;
+    }
     record.id.set(former);
     return false;
+}
+
+bool writeOrRemember(const std::function<bool()> &work)
+{
+    return work() || (database() && database()->continueInMemory() && work());
 }

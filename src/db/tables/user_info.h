@@ -2,8 +2,8 @@
 
 #include "db/dq/dq_model.h"
 
-/// An account that has logged in, with its tokens. `updateTime` is the clock of the tokens: the
-/// moment they were stored.
+// An account that has logged in, with its tokens. `updateTime` is the clock of the tokens: the
+// moment they were stored.
 class UserInfo final : public DQTable<UserInfo>
 {
 public:

@@ -21,7 +21,7 @@ void takeTokens(UserInfo &info, const UserInfo &stored)
     info.updateTime = stored.updateTime;
 }
 
-/// Brings the tokens of a record into line with those of its row; see saveUserInfo().
+// Brings the tokens of a record into line with those of its row; see saveUserInfo().
 void settleTokens(UserInfo &info, const UserInfo &stored)
 {
     const bool wasLoaded = !info.updateTime.isNull();
@@ -48,15 +48,22 @@ QString userIdForAccessToken(const QVariant &accessToken)
 
 void saveUserInfo(UserInfo &info)
 {
-    DQTransaction transaction(info.metaInfo()->connection());
-    UserInfo stored;
-    const bool isNew = !loadUserInfo(info.userId.value(), stored);
-    if (!isNew) {
-        settleTokens(info, stored);
-    } else if (info.updateTime.isNull()) { // not left to the database: the record knows it then
-        info.updateTime = timeAfter(QDateTime());
-    }
-    saveAndCommit(info, isNew, transaction);
+    writeOrRemember([&info] {
+        DQTransaction transaction(info.metaInfo()->connection());
+        UserInfo settled = info;
+        UserInfo stored;
+        const bool isNew = !loadUserInfo(info.userId.value(), stored);
+        if (!isNew) {
+            settleTokens(settled, stored);
+        } else if (info.updateTime.isNull()) { // not left to the database: the record knows it then
+            settled.updateTime = timeAfter(QDateTime());
+        }
+        const bool saved = saveAndCommit(settled, isNew, transaction);
+        if (saved) {
+            info = settled;
+        }
+        return saved;
+    });
 }
 
 bool loadUserInfo(const QString &userId, UserInfo &info)
@@ -68,8 +75,9 @@ QList<UserInfo> listUsers()
 {
     QList<UserInfo> users;
     const DQList<UserInfo> rows = dqQuery<UserInfo>().call();
-    for (const UserInfo &user : rows)
+    for (const UserInfo &user : rows) {
         users.append(user);
+    }
     return users;
 }
 
@@ -80,22 +88,29 @@ int countUsers()
 
 void removeUser(const QString &userId)
 {
-    dqQuery<UserInfo>().filter(dqColumn(&UserInfo::userId) == userId).remove();
+    writeOrRemember([&userId] {
+        return dqQuery<UserInfo>().filter(dqColumn(&UserInfo::userId) == userId).remove();
+    });
 }
 
 bool storeTokens(const QString &userId, const QString &accessToken, const QString &refreshToken,
                  const QString &tokenType, int expiresIn)
 {
-    UserInfo user;
-    DQTransaction transaction(user.metaInfo()->connection());
-    if (!transaction.isActive() || !loadUserInfo(userId, user))
-        return false;
-    user.accessToken = accessToken;
-    if (!refreshToken.isNull())
-        user.refreshToken = refreshToken;
-    if (!tokenType.isNull())
-        user.tokenType = tokenType;
-    user.tokenExpiresIn = expiresIn;
-    user.updateTime = timeAfter(user.updateTime.value());
-    return saveAndCommit(user, false, transaction);
+    return writeOrRemember([&] {
+        UserInfo user;
+        DQTransaction transaction(user.metaInfo()->connection());
+        if (!transaction.isActive() || !loadUserInfo(userId, user)) {
+            return false;
+        }
+        user.accessToken = accessToken;
+        if (!refreshToken.isNull()) {
+            user.refreshToken = refreshToken;
+        }
+        if (!tokenType.isNull()) {
+            user.tokenType = tokenType;
+        }
+        user.tokenExpiresIn = expiresIn;
+        user.updateTime = timeAfter(user.updateTime.value());
+        return saveAndCommit(user, false, transaction);
+    });
 }

@@ -20,7 +20,8 @@ public:
     // The user turned the dialog away, as opposed to the program closing it.
     bool closedByUser() const { return m_closedByUser; }
 
-    // Cancelling the dialog shall end the application. What cancels is the derived class's affair.
+    // Cancelling the dialog shall end the application. The derived class asks for the flag where
+    // it knows that the user cancelled.
     void setQuitOnCancel(bool quit) { m_quitOnCancel = quit; }
     bool quitOnCancel() const { return m_quitOnCancel; }
 
@@ -29,11 +30,6 @@ public:
 
 protected:
     void setClosedByUser() { m_closedByUser = true; }
-
-    void paintEvent(QPaintEvent *event) override;
-    void mousePressEvent(QMouseEvent *event) override;
-    void mouseMoveEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
     bool m_titleBarVisible = true;

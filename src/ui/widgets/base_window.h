@@ -2,8 +2,6 @@
 
 #include <QWidget>
 
-class WindowFrame;
-
 // Frameless top-level window: title bar, border, dragging by any free area and resizing at the
 // edges. Without a parent; minimised and maximised as its flags say.
 class BaseWindow : public QWidget
@@ -14,16 +12,4 @@ class BaseWindow : public QWidget
 public:
     BaseWindow();
     ~BaseWindow() override;
-
-    // False gives the title bar's room to the contents.
-    void setTitleBarVisible(bool visible);
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
-    void mousePressEvent(QMouseEvent *event) override;
-    void mouseMoveEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
-
-private:
-    WindowFrame *m_frame = nullptr;
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int anchorGap = 4;
+constexpr int AnchorGap = 4;
 
 } // namespace
 
@@ -26,9 +26,9 @@ QPoint CustomPopUpMenu::placeAt(const QWidget *anchor) const
                            ->availableGeometry();
     QRect place(QPoint(0, 0), sizeHint());
     place.moveCenter(button.center());
-    place.moveBottom(button.top() - anchorGap);
+    place.moveBottom(button.top() - AnchorGap);
     if (place.top() < area.top()) {
-        place.moveTop(button.bottom() + anchorGap);
+        place.moveTop(button.bottom() + AnchorGap);
     }
     place.moveLeft(qBound(area.left(), place.left(), area.right() - place.width()));
     return place.topLeft();

@@ -18,10 +18,12 @@ QFont textFont()
 
 QColor highlight(QStyle::State state)
 {
-    if (state.testFlag(QStyle::State_MouseOver))
+    if (state.testFlag(QStyle::State_MouseOver)) {
         return QColor(QStringLiteral("#ebeced"));
-    if (state.testFlag(QStyle::State_Selected))
+    }
+    if (state.testFlag(QStyle::State_Selected)) {
         return QColor(QStringLiteral("#e3e3e5"));
+    }
     return Qt::transparent;
 }
 
@@ -40,8 +42,9 @@ void MuItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option
                            const QModelIndex &index) const
 {
     const QVariant value = index.data(DataRole);
-    if (!value.canConvert<MuItemData>())
+    if (!value.canConvert<MuItemData>()) {
         return;
+    }
     const auto data = value.value<MuItemData>();
     const QRect row = option.rect;
     painter->save();
@@ -51,7 +54,7 @@ void MuItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option
     painter->drawRoundedRect(row, CornerRadius, CornerRadius);
     if (isFocusedByKey(option.state)) {
         painter->setBrush(Qt::NoBrush);
-        painter->setPen(QColor(QStringLiteral("#8fc4a9")));
+        painter->setPen(QColor(QStringLiteral("#2f8a5f")));
         painter->drawRoundedRect(QRectF(row).adjusted(0.5, 0.5, -0.5, -0.5), CornerRadius,
                                  CornerRadius);
     }

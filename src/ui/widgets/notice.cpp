@@ -15,16 +15,17 @@ constexpr qreal TextOpacity = 0.65;
 
 void paintNotice(QPainter &painter, const QRect &area, const Notice &notice)
 {
-    if (notice.text.isEmpty())
+    if (notice.text.isEmpty()) {
         return;
-    constexpr int flags = Qt::AlignHCenter | Qt::TextWordWrap;
+    }
+    constexpr int Flags = Qt::AlignHCenter | Qt::TextWordWrap;
     const QRect room = area.adjusted(Margin, 0, -Margin, 0);
-    const int lines = painter.fontMetrics().boundingRect(room, flags, notice.text).height();
+    const int lines = painter.fontMetrics().boundingRect(room, Flags, notice.text).height();
     const int top = room.center().y() - (IconSize + Gap + lines) / 2;
     painter.setOpacity(IconOpacity);
     QIcon(notice.iconPath)
         .paint(&painter, room.center().x() - IconSize / 2, top, IconSize, IconSize);
     painter.setOpacity(TextOpacity);
-    painter.drawText(QRect(room.left(), top + IconSize + Gap, room.width(), lines), flags,
+    painter.drawText(QRect(room.left(), top + IconSize + Gap, room.width(), lines), Flags,
                      notice.text);
 }

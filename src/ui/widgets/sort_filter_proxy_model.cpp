@@ -33,11 +33,13 @@ bool SortFilterProxyModel::lessThan(const QModelIndex &left, const QModelIndex &
 {
     const bool leftFolder = left.data(SortTableWidgetItem::FolderRole).toBool();
     const bool rightFolder = right.data(SortTableWidgetItem::FolderRole).toBool();
-    if (leftFolder != rightFolder)
+    if (leftFolder != rightFolder) {
         return leftFolder != (sortOrder() == Qt::DescendingOrder);
+    }
     const QVariant leftValue = rawValue(left);
     const QVariant rightValue = rawValue(right);
-    if (isNumber(leftValue) && isNumber(rightValue))
+    if (isNumber(leftValue) && isNumber(rightValue)) {
         return leftValue.toDouble() < rightValue.toDouble();
+    }
     return naturalLess(leftValue.toString(), rightValue.toString());
 }

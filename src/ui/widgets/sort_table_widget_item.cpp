@@ -35,10 +35,11 @@ void SortTableWidgetItem::setData(int role, const QVariant &value)
         m_folder = value.toBool();
         return;
     }
-    if (role == SortValueRole)
+    if (role == SortValueRole) {
         setSortValue(value);
-    else if (m_sortsByText && (role == Qt::DisplayRole || role == Qt::EditRole))
+    } else if (m_sortsByText && (role == Qt::DisplayRole || role == Qt::EditRole)) {
         m_key = naturalCollator().sortKey(value.toString());
+    }
     QTableWidgetItem::setData(role, value);
 }
 
@@ -46,20 +47,23 @@ void SortTableWidgetItem::setSortValue(const QVariant &value)
 {
     m_sortsByText = false;
     m_key.reset();
-    if (value.type() == QVariant::String)
+    if (value.type() == QVariant::String) {
         m_key = naturalCollator().sortKey(value.toString());
-    else
+    } else {
         m_number = value.toLongLong();
+    }
 }
 
 bool SortTableWidgetItem::operator<(const QTableWidgetItem &other) const
 {
-    if (other.type() != UserType)
+    if (other.type() != UserType) {
         return QTableWidgetItem::operator<(other);
+    }
     const auto &cell = static_cast<const SortTableWidgetItem &>(other);
     // A descending sort asks with the sides exchanged.
-    if (m_folder != cell.m_folder)
+    if (m_folder != cell.m_folder) {
         return m_folder != isDescending();
+    }
     return valueLess(cell);
 }
 
@@ -71,7 +75,8 @@ bool SortTableWidgetItem::isDescending() const
 
 bool SortTableWidgetItem::valueLess(const SortTableWidgetItem &other) const
 {
-    if (m_key && other.m_key)
+    if (m_key && other.m_key) {
         return m_key->compare(*other.m_key) < 0;
+    }
     return m_number < other.m_number;
 }

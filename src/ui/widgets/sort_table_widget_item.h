@@ -1,9 +1,9 @@
 #pragma once
 
+#include <optional>
+
 #include <QCollatorSortKey>
 #include <QTableWidgetItem>
-
-#include <optional>
 
 // A table cell that sorts by its raw value instead of its text: sizes and times as numbers, names
 // in natural order. Folders stay above files whichever way the column is sorted, which is why the

@@ -11,7 +11,14 @@
 
 namespace {
 
-constexpr int iconSize = 18;
+constexpr int IconSize = 18;
+
+// For the eye and for the screen reader.
+void nameButton(QAbstractButton *button, const QString &name)
+{
+    button->setToolTip(name);
+    button->setAccessibleName(name);
+}
 
 // Ends in dots where the text is cut.
 class TitleLabel final : public QLabel
@@ -38,7 +45,7 @@ TitleBar::TitleBar(QWidget *window) : QWidget(window)
     setAttribute(Qt::WA_StyledBackground);
     m_iconLabel = new QLabel(this);
     m_iconLabel->setObjectName(QStringLiteral("labelIcon"));
-    m_iconLabel->setFixedSize(iconSize, iconSize);
+    m_iconLabel->setFixedSize(IconSize, IconSize);
     m_titleLabel = new TitleLabel(window->windowTitle(), this);
     m_titleLabel->setObjectName(QStringLiteral("labelTitle"));
     m_titleLabel->setTextFormat(Qt::PlainText);
@@ -70,7 +77,7 @@ QAbstractButton *TitleBar::addButton(const QString &name, const QString &toolTip
     auto *button = new QToolButton(this);
     button->setObjectName(name);
     button->setFocusPolicy(Qt::NoFocus);
-    button->setToolTip(toolTip);
+    nameButton(button, toolTip);
     connect(button, &QAbstractButton::clicked, this, &TitleBar::onClicked);
     return button;
 }
@@ -147,7 +154,7 @@ void TitleBar::updateMaximizeButton()
     if (m_maximizeButton->property("maximizeProperty") == state) {
         return;
     }
-    m_maximizeButton->setToolTip(maximized ? tr("Restore") : tr("Maximize"));
+    nameButton(m_maximizeButton, maximized ? tr("Restore") : tr("Maximize"));
     m_maximizeButton->setProperty("maximizeProperty", state);
     // Rules of the style sheet that select on the property are applied anew.
     m_maximizeButton->setStyle(QApplication::style());

@@ -1,5 +1,6 @@
 #include "ui/widgets/toast.h"
 
+#include <QAccessible>
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QLabel>
@@ -11,11 +12,11 @@
 
 namespace {
 
-constexpr int tipDuration = 1000;
-constexpr int fadeInDuration = 200;
-constexpr int fadeOutDuration = 2000;
-constexpr QRect labelGeometry(20, 20, 291, 31);
-constexpr int labelPadding = 8;
+constexpr int TipDuration = 1000;
+constexpr int FadeInDuration = 200;
+constexpr int FadeOutDuration = 2000;
+constexpr QRect LabelGeometry(20, 20, 291, 31);
+constexpr int LabelPadding = 8;
 
 QPropertyAnimation *animateOpacity(QWidget *widget, double from, double to, int duration)
 {
@@ -42,11 +43,11 @@ Toast::Toast(QWidget *parent) : QWidget(parent)
 
     m_label = new QLabel(this);
     m_label->setObjectName(QStringLiteral("label"));
-    m_label->setGeometry(labelGeometry);
+    m_label->setGeometry(LabelGeometry);
     m_label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
-    m_label->setContentsMargins(labelPadding, 0, labelPadding, 0);
+    m_label->setContentsMargins(LabelPadding, 0, LabelPadding, 0);
     QFont font = m_label->font();
     font.setPointSize(11);
     font.setBold(true);
@@ -68,18 +69,24 @@ void Toast::showTip(const QString &text, QWidget *parent)
     if (parent == nullptr) {
         toast->moveToPrimaryScreen();
     }
-    toast->showFor(tipDuration);
+    toast->showFor(TipDuration);
+}
+
+QString Toast::text() const
+{
+    return m_label->text();
 }
 
 void Toast::setText(const QString &text)
 {
     m_label->setText(text);
+    setAccessibleName(text);
     // The label keeps its size for all usual messages and grows for one that would be cut.
     const int widest = QGuiApplication::primaryScreen()->size().width() / 2;
     const QSize needed =
         m_label->fontMetrics().boundingRect(QRect(0, 0, widest, 0), Qt::TextWordWrap, text).size() +
-        QSize(2 * labelPadding, labelPadding);
-    m_label->resize(needed.expandedTo(labelGeometry.size()));
+        QSize(2 * LabelPadding, LabelPadding);
+    m_label->resize(needed.expandedTo(LabelGeometry.size()));
 }
 
 void Toast::moveToPrimaryScreen()
@@ -90,17 +97,19 @@ void Toast::moveToPrimaryScreen()
 
 void Toast::showFor(int duration)
 {
-    const QPropertyAnimation *fadeIn = animateOpacity(this, 0.0, 1.0, fadeInDuration);
+    const QPropertyAnimation *fadeIn = animateOpacity(this, 0.0, 1.0, FadeInDuration);
     connect(fadeIn, &QPropertyAnimation::finished, this,
             [this, duration] { QTimer::singleShot(duration, this, &Toast::fadeOut); });
     winId(); // makes the window, which alone can let the mouse through to what lies behind it
     windowHandle()->setFlag(Qt::WindowTransparentForInput);
     show();
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
 }
 
 void Toast::fadeOut()
 {
-    const QPropertyAnimation *animation = animateOpacity(this, 1.0, 0.0, fadeOutDuration);
+    const QPropertyAnimation *animation = animateOpacity(this, 1.0, 0.0, FadeOutDuration);
     connect(animation, &QPropertyAnimation::finished, this, &QWidget::close);
 }
 

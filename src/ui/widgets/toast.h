@@ -16,6 +16,8 @@ public:
     // primary screen's width, at seven tenths of its height.
     static void showTip(const QString &text, QWidget *parent = nullptr);
 
+    [[nodiscard]] QString text() const;
+
 private:
     explicit Toast(QWidget *parent);
 

@@ -1,9 +1,9 @@
 #include "ui/widgets/waiting_spinner_widget.h"
 
+#include <chrono>
+
 #include <QEvent>
 #include <QPainter>
-
-#include <chrono>
 
 namespace {
 
@@ -28,8 +28,9 @@ WaitingSpinnerWidget::WaitingSpinnerWidget(QWidget *parent) : QWidget(parent)
 
 void WaitingSpinnerWidget::start()
 {
-    if (m_timer.isActive())
+    if (m_timer.isActive()) {
         return;
+    }
     m_current = 0;
     m_timer.start();
     centre();
@@ -51,8 +52,9 @@ void WaitingSpinnerWidget::rotate()
 
 bool WaitingSpinnerWidget::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Resize && watched == parent())
+    if (event->type() == QEvent::Resize && watched == parent()) {
         centre();
+    }
     return QWidget::eventFilter(watched, event);
 }
 

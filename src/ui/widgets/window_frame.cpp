@@ -1,7 +1,5 @@
 #include "ui/widgets/window_frame.h"
 
-#include "ui/widgets/title_bar.h"
-
 #include <QApplication>
 #include <QHoverEvent>
 #include <QMouseEvent>
@@ -10,12 +8,14 @@
 #include <QWidget>
 #include <QWindow>
 
+#include "ui/widgets/title_bar.h"
+
 namespace {
 
-constexpr int borderWidth = 1;
-constexpr int gripWidth = 4;
-constexpr int cornerReach = 12;
-constexpr int titleBarHeight = 32;
+constexpr int BorderWidth = 1;
+constexpr int GripWidth = 4;
+constexpr int CornerReach = 12;
+constexpr int TitleBarHeight = 32;
 
 Qt::CursorShape cursorShapeFor(Qt::Edges edges)
 {
@@ -45,28 +45,30 @@ void WindowFrame::setTitleBarVisible(bool visible)
     placeTitleBar();
 }
 
-void WindowFrame::paint()
+// Background and border.
+void WindowFrame::onPaint()
 {
     QPainter painter(m_window);
     QStyleOption option;
     option.initFrom(m_window);
     m_window->style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, m_window);
-    if (framed() && !m_window->isMaximized()) {
+    if (isFramed() && !m_window->isMaximized()) {
         // Not a drawn rectangle: on dense screens half of its pen falls outside.
         const QRect outside = m_window->rect();
-        const QRect inside = outside.adjusted(borderWidth, borderWidth, -borderWidth, -borderWidth);
-        for (const QRect &side : QRegion(outside) - inside)
+        const QRect inside = outside.adjusted(BorderWidth, BorderWidth, -BorderWidth, -BorderWidth);
+        for (const QRect &side : QRegion(outside) - inside) {
             painter.fillRect(side, m_window->palette().color(QPalette::Mid));
+        }
     }
 }
 
-void WindowFrame::mousePressed(const QMouseEvent *event)
+void WindowFrame::onMousePress(const QMouseEvent &event)
 {
-    if (event->button() != Qt::LeftButton || !m_window->isWindow()) {
+    if (event.button() != Qt::LeftButton || !m_window->isWindow()) {
         return;
     }
     // Measured from the window: an event that a child passed on has another position.
-    const QPoint position = m_window->mapFromGlobal(event->globalPos());
+    const QPoint position = m_window->mapFromGlobal(event.globalPos());
     const Qt::Edges edges = edgesAt(position);
     QWindow *handle = m_window->windowHandle();
     if (edges && handle != nullptr && handle->startSystemResize(edges)) {
@@ -74,18 +76,18 @@ void WindowFrame::mousePressed(const QMouseEvent *event)
     }
     m_pressed = true;
     m_moving = false;
-    m_pressPosition = event->globalPos();
-    m_windowOffset = event->globalPos() - m_window->frameGeometry().topLeft();
+    m_pressPosition = event.globalPos();
+    m_windowOffset = event.globalPos() - m_window->frameGeometry().topLeft();
 }
 
-void WindowFrame::mouseMoved(const QMouseEvent *event)
+void WindowFrame::onMouseMove(const QMouseEvent &event)
 {
-    if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton) || m_window->isMaximized() ||
+    if (!m_pressed || !event.buttons().testFlag(Qt::LeftButton) || m_window->isMaximized() ||
         m_window->isFullScreen()) {
         return;
     }
     if (!m_moving) {
-        const int distance = (event->globalPos() - m_pressPosition).manhattanLength();
+        const int distance = (event.globalPos() - m_pressPosition).manhattanLength();
         if (distance < QApplication::startDragDistance()) {
             return;
         }
@@ -97,10 +99,10 @@ void WindowFrame::mouseMoved(const QMouseEvent *event)
         }
         m_moving = true;
     }
-    m_window->move(event->globalPos() - m_windowOffset);
+    m_window->move(event.globalPos() - m_windowOffset);
 }
 
-void WindowFrame::mouseReleased()
+void WindowFrame::onMouseRelease()
 {
     m_pressed = false;
     m_moving = false;
@@ -108,50 +110,62 @@ void WindowFrame::mouseReleased()
 
 bool WindowFrame::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_window) {
-        switch (event->type()) {
-        case QEvent::Show:
-            m_titleBar->updateButtons();
-            placeTitleBar();
-            break;
-        case QEvent::Resize:
-        case QEvent::WindowStateChange:
-        case QEvent::ParentChange:
-            placeTitleBar();
-            break;
-        case QEvent::HoverMove:
-            updateCursor(static_cast<QHoverEvent *>(event)->pos());
-            break;
-        default:
-            break;
-        }
+    if (watched != m_window) {
+        return QObject::eventFilter(watched, event);
     }
-    return QObject::eventFilter(watched, event);
+    switch (event->type()) {
+    case QEvent::Paint:
+        onPaint();
+        return false;
+    case QEvent::MouseButtonPress:
+        onMousePress(*static_cast<QMouseEvent *>(event));
+        return true;
+    case QEvent::MouseMove:
+        onMouseMove(*static_cast<QMouseEvent *>(event));
+        return true;
+    case QEvent::MouseButtonRelease:
+        onMouseRelease();
+        return true;
+    case QEvent::HoverMove:
+        updateCursor(static_cast<QHoverEvent *>(event)->pos());
+        return false;
+    case QEvent::Show:
+        m_titleBar->updateButtons();
+        placeTitleBar();
+        return false;
+    case QEvent::Resize:
+    case QEvent::WindowStateChange:
+    case QEvent::ParentChange:
+        placeTitleBar();
+        return false;
+    default:
+        return false;
+    }
 }
 
-bool WindowFrame::framed() const
+bool WindowFrame::isFramed() const
 {
     return m_window->isWindow() && !m_window->isFullScreen();
 }
 
-bool WindowFrame::resizable() const
+bool WindowFrame::isResizable() const
 {
-    return framed() && !m_window->isMaximized() &&
+    return isFramed() && !m_window->isMaximized() &&
            m_window->minimumSize() != m_window->maximumSize();
 }
 
 Qt::Edges WindowFrame::edgesAt(const QPoint &position) const
 {
     const QRect area = m_window->rect();
-    const QRect inner = area.adjusted(gripWidth, gripWidth, -gripWidth, -gripWidth);
-    if (!resizable() || !area.contains(position) || inner.contains(position)) {
+    const QRect inner = area.adjusted(GripWidth, GripWidth, -GripWidth, -GripWidth);
+    if (!isResizable() || !area.contains(position) || inner.contains(position)) {
         return {};
     }
     Qt::Edges edges;
-    edges.setFlag(Qt::LeftEdge, position.x() < cornerReach);
-    edges.setFlag(Qt::RightEdge, position.x() >= area.width() - cornerReach);
-    edges.setFlag(Qt::TopEdge, position.y() < cornerReach);
-    edges.setFlag(Qt::BottomEdge, position.y() >= area.height() - cornerReach);
+    edges.setFlag(Qt::LeftEdge, position.x() < CornerReach);
+    edges.setFlag(Qt::RightEdge, position.x() >= area.width() - CornerReach);
+    edges.setFlag(Qt::TopEdge, position.y() < CornerReach);
+    edges.setFlag(Qt::BottomEdge, position.y() >= area.height() - CornerReach);
     return edges;
 }
 
@@ -166,17 +180,17 @@ void WindowFrame::updateCursor(const QPoint &position)
 
 void WindowFrame::placeTitleBar()
 {
-    const bool bordered = framed() && !m_window->isMaximized();
-    const int border = bordered ? borderWidth : 0;
+    const bool bordered = isFramed() && !m_window->isMaximized();
+    const int border = bordered ? BorderWidth : 0;
     // The window, not a child, has to feel the mouse at its edges.
-    const int side = resizable() ? gripWidth : border;
-    const int barHeight = framed() && m_titleBarVisible ? titleBarHeight : 0;
+    const int side = isResizable() ? GripWidth : border;
+    const int barHeight = isFramed() && m_titleBarVisible ? TitleBarHeight : 0;
     m_window->setContentsMargins(side, qMax(border + barHeight, side), side, side);
     // Showing it polishes it, which in the window's constructor would be too early: the skin
     // would take the window for its base class.
     if (barHeight == 0 || m_titleBar->testAttribute(Qt::WA_WState_ExplicitShowHide)) {
         m_titleBar->setVisible(barHeight > 0);
     }
-    m_titleBar->setGeometry(border, border, m_window->width() - 2 * border, titleBarHeight);
+    m_titleBar->setGeometry(border, border, m_window->width() - 2 * border, TitleBarHeight);
     m_titleBar->raise();
 }

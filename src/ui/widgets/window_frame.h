@@ -4,8 +4,8 @@
 #include <QPoint>
 
 class QMouseEvent;
-class QWidget;
 class TitleBar;
+class QWidget;
 
 // What the window manager would give to a window and a frameless one has to do by itself: the
 // title bar, a thin border, moving, and resizing at the edges. Owned by its window. The room it
@@ -21,25 +21,20 @@ public:
     // Makes `window` frameless, keeping its other flags.
     explicit WindowFrame(QWidget *window);
 
-    TitleBar *titleBar() const { return m_titleBar; }
-
     // A hidden title bar gives its room to the contents.
     void setTitleBarVisible(bool visible);
 
-    // Draws background and border; for the window's paint event.
-    void paint();
-
-    // For the window's mouse events: a drag that begins on a free area moves the window, one that
-    // begins at an edge resizes it.
-    void mousePressed(const QMouseEvent *event);
-    void mouseMoved(const QMouseEvent *event);
-    void mouseReleased();
-
+    // Sees the window's events before the window does, and keeps the mouse's: a drag that begins
+    // on a free area moves the window, one that begins at an edge resizes it.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    bool framed() const;
-    bool resizable() const;
+    void onPaint();
+    void onMousePress(const QMouseEvent &event);
+    void onMouseMove(const QMouseEvent &event);
+    void onMouseRelease();
+    bool isFramed() const;
+    bool isResizable() const;
     Qt::Edges edgesAt(const QPoint &position) const;
     void updateCursor(const QPoint &position);
     void placeTitleBar();

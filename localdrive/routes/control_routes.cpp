@@ -1,0 +1,256 @@
+#include "localdrive/routes/routes.h"
+#include "localdrive/wire/api_error.h"
+
+namespace localdrive {
+namespace {
+
+struct BreakName
+{
+    Break kind;
+    const char *name;
+};
+
+constexpr BreakName BreakNames[] = {
+    {Break::None, "none"},
+    {Break::CloseBeforeReply, "close-before-reply"},
+    {Break::CloseInsideBody, "close-inside-body"},
+    {Break::BrokenJson, "broken-json"},
+    {Break::NoContentLength, "no-content-length"},
+    {Break::Trickle, "trickle"},
+    {Break::Freeze, "freeze"},
+    {Break::FreezeInsideBody, "freeze-inside-body"},
+};
+
+Break breakOf(const std::string &name)
+{
+    for (const BreakName &entry : BreakNames) {
+        if (name == entry.name) {
+            return entry.kind;
+        }
+    }
+    throw ApiError(400, "InvalidParameter.Wire", "Unknown kind of break: " + name);
+}
+
+nlohmann::json grouped(const std::multimap<std::string, std::string> &entries)
+{
+    nlohmann::json object = nlohmann::json::object();
+    for (const auto &[name, value] : entries) {
+        object[name] = value;
+    }
+    return object;
+}
+
+nlohmann::json describe(const RequestRecord &record)
+{
+    return {{"number", record.number},
+            {"time", record.time},
+            {"method", record.method},
+            {"path", record.path},
+            {"query", grouped(record.query)},
+            {"headers", grouped(record.headers)},
+            {"body", record.body},
+            {"account", record.account},
+            {"status", record.status}};
+}
+
+// What tests of the whole program and people with a demonstration in mind may ask for.
+class SteeringOperations final
+{
+public:
+    explicit SteeringOperations(Platform &platform) : m_platform(platform) {}
+
+    // ?after=NUMBER leaves out what came before.
+    void listRequests(Call &call) const
+    {
+        const std::int64_t after = std::atoll(call.param("after").c_str());
+        nlohmann::json list = nlohmann::json::array();
+        for (const RequestRecord &record : m_platform.log.records()) {
+            if (record.number > after) {
+                list.push_back(describe(record));
+            }
+        }
+        // Bodies and paths may hold any bytes.
+        call.response.set_content(nlohmann::json{{"requests", list}}.dump(
+                                      -1, ' ', false, nlohmann::json::error_handler_t::replace),
+                                  JsonType);
+    }
+
+    void clearRequests(Call &call) const
+    {
+        m_platform.log.clear();
+        call.reply(nlohmann::json::object());
+    }
+
+    // The members of a Fault: delay in milliseconds, wire as a name.
+    void addFault(Call &call) const
+    {
+        Fault fault;
+        fault.path = call.text("path");
+        fault.method = call.text("method");
+        fault.count = static_cast<int>(call.number("count", fault.count));
+        fault.skip = static_cast<int>(call.number("skip", fault.skip));
+        fault.delay = Milliseconds(call.number("delay"));
+        fault.status = static_cast<int>(call.number("status"));
+        fault.code = call.text("code");
+        fault.message = call.text("message");
+        if (call.body.contains("body")) {
+            fault.body = call.text("body");
+        }
+        fault.wire = breakOf(call.text("wire", "none"));
+        fault.bodyBytes = call.number("bodyBytes", fault.bodyBytes);
+        fault.bytesPerSecond = call.number("bytesPerSecond", fault.bytesPerSecond);
+        try {
+            m_platform.faults.add(fault);
+        } catch (const std::invalid_argument &error) {
+            throw ApiError(400, "InvalidParameter.Path", error.what());
+        }
+        call.reply(nlohmann::json::object());
+    }
+
+    void clearFaults(Call &call) const
+    {
+        m_platform.faults.clear();
+        call.reply(nlohmann::json::object());
+    }
+
+    // {"advance": ms, "tokenLifetime": ms, "urlLifetime": ms}, each of them optional.
+    void setTimes(Call &call) const
+    {
+        m_platform.clock.advance(Milliseconds(call.number("advance")));
+        if (call.body.contains("tokenLifetime")) {
+            m_platform.tokens.setLifetime(Milliseconds(call.number("tokenLifetime")));
+        }
+        if (call.body.contains("urlLifetime")) {
+            Rules rules = m_platform.rules();
+            rules.urlLifetime = Milliseconds(call.number("urlLifetime"));
+            m_platform.setRules(rules);
+        }
+        call.reply({{"now", m_platform.clock.now()}});
+    }
+
+    void listLogins(Call &call) const
+    {
+        nlohmann::json list = nlohmann::json::array();
+        for (const std::string &sid : m_platform.logins.sids()) {
+            list.push_back({{"sid", sid}, {"status", m_platform.logins.state(sid)->status}});
+        }
+        call.reply({{"logins", list}});
+    }
+
+    void press(Call &call) const
+    {
+        const std::string &sid = call.captures.at(0);
+        const std::string &action = call.captures.at(1);
+        LoginSessions &logins = m_platform.logins;
+        const bool isDone = action == "scan" ? logins.scan(sid)
+                            : action == "confirm"
+                                ? logins.confirm(sid, static_cast<int>(call.number("account")))
+                            : action == "cancel" ? logins.cancel(sid)
+                                                 : logins.expire(sid);
+        if (!isDone) {
+            throw ApiError(409, "InvalidState", "The QR code is not waiting for this");
+        }
+        call.reply(nlohmann::json::object());
+    }
+
+    void listAccounts(Call &call) const
+    {
+        nlohmann::json list = nlohmann::json::array();
+        for (const auto &account : m_platform.accounts) {
+            list.push_back({{"account", account->number},
+                            {"userId", account->facts.userId},
+                            {"driveId", account->facts.driveId},
+                            {"nickName", account->facts.nickName},
+                            {"status", account->status()},
+                            {"writable", account->drive.isWritable()}});
+        }
+        call.reply({{"accounts", list}});
+    }
+
+    // {"status": text}
+    void changeAccount(Call &call) const
+    {
+        Account &account = accountOf(call);
+        if (call.body.size() != 1 || !call.body.contains("status")) {
+            throw ApiError(400, "InvalidParameter", "Only the status can be changed");
+        }
+        account.setStatus(call.text("status"));
+        call.reply(nlohmann::json::object());
+    }
+
+    void login(Call &call) const
+    {
+        const Tokens tokens = m_platform.tokens.issue(accountOf(call).number);
+        m_platform.save();
+        call.reply({{"tokenType", tokens.tokenType},
+                    {"accessToken", tokens.accessToken},
+                    {"refreshToken", tokens.refreshToken},
+                    {"expiresIn", tokens.expiresIn}});
+    }
+
+    void revoke(Call &call) const
+    {
+        m_platform.tokens.revoke(accountOf(call).number);
+        m_platform.save();
+        call.reply(nlohmann::json::object());
+    }
+
+    void listReports(Call &call) const
+    {
+        nlohmann::json list = nlohmann::json::array();
+        for (const std::string &report : m_platform.reports()) {
+            list.push_back(nlohmann::json::parse(report));
+        }
+        call.reply({{"reports", list}});
+    }
+
+private:
+    [[nodiscard]] Account &accountOf(const Call &call) const
+    {
+        const auto number = static_cast<std::size_t>(std::atoi(call.captures.at(0).c_str()));
+        if (number >= m_platform.accounts.size()) {
+            throw ApiError(404, "NotFound.Account", "There is no such account");
+        }
+        return *m_platform.accounts[number];
+    }
+
+    Platform &m_platform;
+};
+
+struct ControlRoute
+{
+    const char *method;
+    const char *path;
+    void (SteeringOperations::*run)(Call &) const;
+};
+
+constexpr ControlRoute ControlRoutes[] = {
+    {"GET", "/control/requests", &SteeringOperations::listRequests},
+    {"POST", "/control/requests/clear", &SteeringOperations::clearRequests},
+    {"POST", "/control/faults", &SteeringOperations::addFault},
+    {"POST", "/control/faults/clear", &SteeringOperations::clearFaults},
+    {"POST", "/control/times", &SteeringOperations::setTimes},
+    {"GET", "/control/logins", &SteeringOperations::listLogins},
+    {"POST", "/control/logins/([0-9a-f]+)/(scan|confirm|cancel|expire)",
+     &SteeringOperations::press},
+    {"GET", "/control/accounts", &SteeringOperations::listAccounts},
+    {"POST", "/control/accounts/([0-9]+)", &SteeringOperations::changeAccount},
+    {"POST", "/control/accounts/([0-9]+)/login", &SteeringOperations::login},
+    {"POST", "/control/accounts/([0-9]+)/revoke", &SteeringOperations::revoke},
+    {"GET", "/control/reports", &SteeringOperations::listReports},
+};
+
+} // namespace
+
+std::vector<Route> controlRoutes(Platform &platform)
+{
+    std::vector<Route> routes;
+    for (const ControlRoute &entry : ControlRoutes) {
+        routes.emplace_back(entry.method, entry.path, Access::Control,
+                            [operations = SteeringOperations(platform),
+                             run = entry.run](Call &call) { (operations.*run)(call); });
+    }
+    return routes;
+}
+
+} // namespace localdrive

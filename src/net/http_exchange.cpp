@@ -1,0 +1,62 @@
+#include "net/http_exchange.h"
+
+#include <utility>
+
+void HttpExchange::watch(QNetworkReply *reply, qint64 limit)
+{
+    m_reply = reply;
+    m_sent.start();
+    m_lastByte.start();
+    const auto moves = [this] { m_lastByte.start(); };
+    QObject::connect(reply, &QNetworkReply::uploadProgress, reply, moves);
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, reply, moves);
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [this, limit] { onBytes(limit); });
+}
+
+bool HttpExchange::finish()
+{
+    return std::exchange(m_pending, false);
+}
+
+std::optional<Exchange::Wait> HttpExchange::waited() const
+{
+    if (!m_pending || !m_reply) {
+        return std::nullopt;
+    }
+    return Wait{std::chrono::milliseconds(m_lastByte.elapsed()),
+                std::chrono::milliseconds(m_sent.elapsed())};
+}
+
+void HttpExchange::giveUp()
+{
+    cutOff(
+        {false, QStringLiteral("The server did not answer in time"), QNetworkReply::TimeoutError});
+}
+
+void HttpExchange::abandon()
+{
+    m_pending = false;
+    if (QNetworkReply *reply = m_reply.data()) {
+        reply->abort();
+    }
+}
+
+void HttpExchange::onBytes(qint64 limit)
+{
+    m_lastByte.start();
+    const QNetworkReply *reply = m_reply.data();
+    if (limit > 0 && reply != nullptr && reply->bytesAvailable() > limit) {
+        cutOff({false, QStringLiteral("The reply is longer than %1 bytes").arg(limit),
+                HttpClient::LocalFailure});
+    }
+}
+
+// The verdict stands before the reply is aborted, which signals its end at once.
+void HttpExchange::cutOff(const HttpOutcome &verdict)
+{
+    QNetworkReply *reply = m_reply.data();
+    if (m_pending && reply != nullptr) {
+        m_verdict = verdict;
+        reply->abort();
+    }
+}

@@ -1,0 +1,8 @@
+#pragma once
+
+class QString;
+
+// The log's line for an operation whose request failed, for example
+//     getFileList fail : 203  => "Error transferring ..."
+// The code is the one of the fail callbacks: Qt's network error, or -1 for a local failure.
+void logFailure(const QString &operation, int code, const QString &error);

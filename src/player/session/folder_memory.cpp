@@ -1,0 +1,116 @@
+#include "player/session/folder_memory.h"
+
+#include <utility>
+
+#include "db/tables/operations.h"
+
+namespace {
+
+std::optional<int> trackFromText(const QString &text)
+{
+    bool isNumber = false;
+    const int id = text.toInt(&isNumber);
+    return isNumber ? std::make_optional(id) : std::nullopt;
+}
+
+} // namespace
+
+FolderMemory::FolderMemory(const QString &folderId, QString userId) : m_userId(std::move(userId))
+{
+    open(folderId);
+}
+
+void FolderMemory::open(const QString &folderId)
+{
+    if (folderId != m_folderId) {
+        m_folderName = folderId == QLatin1String("root") ? QStringLiteral("首页") : QString();
+    }
+    m_folderId = folderId;
+    loadFolderSetting(folderId, m_setting);
+}
+
+void FolderMemory::setFolderName(const QString &name)
+{
+    m_folderName = name;
+    if (!m_setting.id.isNull() && m_setting.folderName.value() != name) {
+        save({});
+    }
+}
+
+QString FolderMemory::folderName() const
+{
+    return m_folderName.isEmpty() ? m_setting.folderName.value() : m_folderName;
+}
+
+SkipTimes FolderMemory::skipTimes() const
+{
+    return {m_setting.skipHeadPos.value(), m_setting.skipTailPos.value()};
+}
+
+bool FolderMemory::setIntroEnd(int position, int duration)
+{
+    m_setting.skipHeadPos = position;
+    if (skipTimes().isTooClose(duration)) {
+        return false;
+    }
+    save([position](FolderSetting &row) { row.skipHeadPos = position; });
+    return true;
+}
+
+bool FolderMemory::setOutroStart(int position, int duration)
+{
+    if (skipTimes().outroTooClose(position)) {
+        return false;
+    }
+    m_setting.skipTailPos = duration - position;
+    save([this](FolderSetting &row) { row.skipTailPos = m_setting.skipTailPos; });
+    return true;
+}
+
+void FolderMemory::clearOutro()
+{
+    m_setting.skipTailPos = 0;
+    save([](FolderSetting &row) { row.skipTailPos = 0; });
+}
+
+std::optional<int> FolderMemory::subtitleTrack() const
+{
+    return trackFromText(m_setting.subtitleTrackId.value());
+}
+
+std::optional<int> FolderMemory::audioTrack() const
+{
+    return trackFromText(m_setting.audioTrackId.value());
+}
+
+void FolderMemory::setSubtitleTrack(std::optional<int> id)
+{
+    if (id == subtitleTrack()) {
+        return;
+    }
+    m_setting.subtitleTrackId = id ? QString::number(*id) : QStringLiteral("");
+    save([this](FolderSetting &row) { row.subtitleTrackId = m_setting.subtitleTrackId; });
+}
+
+void FolderMemory::setAudioTrack(int id)
+{
+    m_setting.audioTrackId = QString::number(id);
+    save([this](FolderSetting &row) { row.audioTrackId = m_setting.audioTrackId; });
+}
+
+// What others wrote to the row since it was read stays; the skip times may have been cleared.
+void FolderMemory::save(const std::function<void(FolderSetting &)> &change)
+{
+    FolderSetting row;
+    loadFolderSetting(m_folderId, row);
+    row.folderId = m_folderId;
+    row.userId = m_userId;
+    if (!m_folderName.isEmpty()) {
+        row.folderName = m_folderName;
+    }
+    if (change) {
+        change(row);
+    }
+    saveFolderSetting(row);
+    m_setting.id = row.id;
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "db/tables/folder_setting.h"
+#include "player/session/skip_times.h"
+
+// What is remembered for the videos of one cloud folder: where intro and outro are, and which
+// embedded tracks the user chose. The row is written when the user changes something, its keys
+// filled each time; what else it holds stays as it is stored.
+class FolderMemory final
+{
+public:
+    // libmpv numbers tracks from 1; this one stands for "none".
+    static constexpr int NoTrack = -1;
+
+    // Reads the folder's row, or begins an empty one.
+    FolderMemory(const QString &folderId, QString userId);
+    // The row again, or another folder's: the video was moved, or others wrote to the row.
+    void open(const QString &folderId);
+    void setFolderName(const QString &name);
+
+    [[nodiscard]] const QString &folderId() const { return m_folderId; }
+    // The folder's name as far as it is known.
+    [[nodiscard]] QString folderName() const;
+    [[nodiscard]] SkipTimes skipTimes() const;
+
+    // The end of the intro. False when the span would be too short: it then counts for this
+    // session, but is not saved.
+    bool setIntroEnd(int position, int duration);
+    // The start of the outro. False when the span would be too short; nothing changes then.
+    bool setOutroStart(int position, int duration);
+    void clearOutro();
+
+    // The track chosen for the folder, noTrack when the user switched it off; empty: never chosen.
+    [[nodiscard]] std::optional<int> subtitleTrack() const;
+    [[nodiscard]] std::optional<int> audioTrack() const;
+    void setSubtitleTrack(std::optional<int> id);
+    void setAudioTrack(int id);
+
+private:
+    void save(const std::function<void(FolderSetting &)> &change);
+
+    FolderSetting m_setting;
+    QString m_folderId;
+    QString m_folderName;
+    const QString m_userId;
+};

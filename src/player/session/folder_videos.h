@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+
+#include "api/records/file_records.h"
+#include "db/tables/user_info.h"
+#include "net/reply_guard.h"
+
+class FileItems;
+
+// The videos of one folder in the order in which people expect names ("第2集" before "第10集"), all
+// of them once the drive has told.
+class FolderVideos final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FolderVideos)
+
+public:
+    // `videos` are those that are known from elsewhere.
+    FolderVideos(UserInfo user, const QList<FileItem> &videos);
+
+    // Takes over what was found out for another video of the folder.
+    void adopt(const FolderVideos &other);
+    // Asks for all videos of the file's folder, however many pages they fill. A failure is logged
+    // and leaves what is known, as does an answer without the file: it is not in that folder.
+    void request(const FileItem &file);
+    // Asks the drive where the file is now, and then for the videos there.
+    void locate(const FileItem &file);
+
+    [[nodiscard]] const QList<FileItem> &videos() const { return m_videos; }
+    // Whether the drive has told.
+    [[nodiscard]] bool isComplete() const { return m_isComplete; }
+    // Null when the folder is not known to have this video.
+    [[nodiscard]] const FileItem *find(const QString &fileId) const;
+    // The one `step` places after this video, beyond the last the first and the other way round.
+    // Null when the folder is not known to have this video.
+    [[nodiscard]] const FileItem *neighbour(const QString &fileId, int step) const;
+
+signals:
+    void changed();
+    // As the drive has the file that locate() was called for.
+    void located(const FileItem &file);
+
+private:
+    void requestPage(const QString &marker);
+    void onPage(const FileItems &page);
+
+    const UserInfo m_user;
+    QList<FileItem> m_videos;
+    QList<FileItem> m_received; // the pages so far
+    FileItem m_file;
+    bool m_isComplete = false;
+    ReplyGuard m_replies;
+};

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "player/session/folder_memory.h"
+#include "player/session/folder_videos.h"
+#include "player/session/history_row.h"
+#include "player/session/play_address.h"
+#include "player/session/play_status.h"
+#include "player/session/playback.h"
+#include "player/session/track_choices.h"
+
+// Where a video starts when it is loaded for the first time.
+enum class StartFrom { WhereItStopped, EndOfIntro };
+
+// One video that is being opened, plays, or played last, with all that belongs to it and to no
+// other video.
+struct OpenedVideo
+{
+    OpenedVideo(MpvWidget &mpv, const UserInfo &owner, const FileItem &file,
+                const QList<FileItem> &listed, const PlayHistory &history, int chosenSubtitle)
+        : user(owner)
+        , row(owner, file, history)
+        , folder(file.parent_file_id, owner.userId.value())
+        , neighbours(owner, listed)
+        , tracks(mpv, row, folder, owner, chosenSubtitle)
+        , playback(mpv)
+    {
+    }
+
+    [[nodiscard]] const FileItem &file() const { return row.file(); }
+    // Being opened, or playing.
+    [[nodiscard]] bool isAlive() const
+    {
+        return state != PlayState::Ended && state != PlayState::Failed;
+    }
+
+    // The second to begin at when it is loaded for the first time; 0: none.
+    [[nodiscard]] int resumePosition() const
+    {
+        return start == StartFrom::WhereItStopped ? row.values().playPosition.value() : 0;
+    }
+
+    const UserInfo user;
+    PlayState state = PlayState::Opening;
+    StartFrom start = StartFrom::WhereItStopped;
+    // The next video's turn has come on its own, which happens once.
+    bool hasAdvanced = false;
+    // The second at which its address was asked for anew, until the new one has proved itself.
+    std::optional<int> repairedAt{};
+
+    HistoryRow row;
+    FolderMemory folder;
+    FolderVideos neighbours;
+    std::unique_ptr<PlayAddress> address;
+    TrackChoices tracks;
+    Playback playback;
+};

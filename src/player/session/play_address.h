@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QDeadlineTimer>
+#include <QList>
+#include <QObject>
+
+#include "api/records/file_records.h"
+#include "db/tables/user_info.h"
+#include "net/reply_guard.h"
+#include "player/session/menu_entry.h"
+#include "player/session/play_quality.h"
+
+class VideoPreviewPlayInfoResp;
+
+// From where one video can be played: the drive's transcoded streams, then the source file.
+class PlayAddress final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PlayAddress)
+
+public:
+    PlayAddress(UserInfo user, const FileItem &file);
+
+    // Asks before the video's turn has come. Nobody is told, and failures are not logged: open()
+    // asks again then.
+    void fetchAhead();
+    // Answers with one of the two signals, at once where the addresses are there and still good.
+    void open();
+    // Asks for new addresses in place of those that do not work.
+    void renew();
+    // Whether the addresses were fetched ahead, so that newer ones may work.
+    [[nodiscard]] bool isOld() const { return m_purpose == Purpose::Ahead; }
+
+    // The quality to play; where it cannot be had, the one that choosePlayable() puts in its place.
+    void want(const QString &qualityId);
+    [[nodiscard]] QString currentId() const;
+    // Empty when nothing can be played.
+    [[nodiscard]] QString currentUrl() const;
+    // libmpv takes more than addresses; it is given nothing but those of the web.
+    [[nodiscard]] bool isPlayable() const;
+    // In the drive's order, the source last and only if its address could be obtained.
+    [[nodiscard]] QList<MenuEntry> menu() const;
+    // Seconds, as the drive measured the video; 0: unknown.
+    [[nodiscard]] int duration() const { return m_duration; }
+
+signals:
+    // After open() and renew(), and as the last act: the receiver may destroy this object.
+    void ready();
+    // The play information could not be had.
+    void unavailable();
+
+private:
+    enum class Purpose { Ahead, Opening };
+    enum class Answer { None, Awaited, Known, Refused };
+
+    void request();
+    void onPlayInfo(const VideoPreviewPlayInfoResp &reply);
+    void requestSource();
+    void onFailure(const QString &operation, int code, const QString &error) const;
+    void onAnswer(Answer answer);
+    [[nodiscard]] int current() const;
+
+    const UserInfo m_user;
+    const FileItem m_file;
+    Purpose m_purpose = Purpose::Opening; // of the last request
+    Answer m_answer = Answer::None;
+    bool m_isOpen = false; // somebody waits for the answer
+    QDeadlineTimer m_life;
+    QList<QualityEntry> m_entries;
+    QString m_wanted;
+    int m_duration = 0;
+    int m_sourceWidth = 0;
+    int m_sourceHeight = 0;
+    ReplyGuard m_replies;
+};

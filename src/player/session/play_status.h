@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+enum class PlayState {
+    Idle,    // nothing was opened yet
+    Opening, // its addresses are asked for
+    Loading, // libmpv was given one, and no picture is there yet
+    Playing, // or paused
+    Ended,   // it came to its end
+    Failed,  // it cannot be played, or not any further
+};
+
+struct OpenedVideo;
+
+// What there is to be shown of what plays, or of what is being opened. Seconds are whole.
+struct PlayStatus
+{
+    PlayState state = PlayState::Idle; // of the video that was chosen last
+    QString chosenId;                  // its file's id
+    QString title;                     // the name of what libmpv has; empty before the first
+    int position = 0;                  // 0 while another video is being opened
+    int duration = 0;
+    QString notice; // why nothing plays; empty while something does, or will
+};
+
+// `current` plays, or played last; `candidate` is being opened. Either may be null.
+PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate,
+                    const QString &notice);

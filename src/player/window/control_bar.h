@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+
+#include <QList>
+#include <QWidget>
+
+#include "player/session/menu_entry.h"
+
+class QSlider;
+class QToolButton;
+
+namespace Ui {
+class ControlBar;
+}
+
+// The player's controls: the time line above one row of buttons. Passive: it is fed what to show
+// and says what the user wishes; it knows neither player nor files. No control takes the focus, so
+// that the keys always reach the video.
+//
+// The play button is named "playPause" and is left to the window's slot on_playPause_clicked.
+class ControlBar final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ControlBar)
+
+public:
+    explicit ControlBar(QWidget *parent = nullptr);
+    ~ControlBar() override;
+
+    // Back to "00:00:00/00:00:00"; seeking waits for setSeekable().
+    void resetTime();
+    // Seconds.
+    void setDuration(int duration);
+    void setTime(int position, int duration);
+    void setSeekable(bool seekable);
+
+    void setPaused(bool paused);
+    void setVolume(int volume);
+    void setPinned(bool pinned);
+    void setListShown(bool shown);
+    void setFullScreen(bool fullScreen);
+
+    // Each takes the place of the button's old menu; without entries the button has none
+    // and is disabled.
+    void setQualityMenu(const QList<MenuEntry> &entries);
+    void setAudioMenu(const QList<MenuEntry> &entries);
+    void setSubtitleMenu(const QList<MenuEntry> &entries);
+    void setSkipMenu(const QList<MenuEntry> &entries);
+
+signals:
+    void previousRequested();
+    void nextRequested();
+    void seekRequested(int seconds);
+    void volumeRequested(int volume);
+    // Over the seek bar, by this angle.
+    void wheelTurned(int delta);
+    void pinToggled();
+    void listToggled();
+    void fullScreenToggled();
+    // With the data of the chosen entry.
+    void qualityChosen(const QVariant &data);
+    void audioChosen(const QVariant &data);
+    void subtitleChosen(const QVariant &data);
+    void skipChosen(const QVariant &data);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    using Chosen = void (ControlBar::*)(const QVariant &);
+
+    void setMenu(QToolButton *button, const QList<MenuEntry> &entries, Chosen chosen);
+    void makeVolumeMenu();
+    void forwardClicks();
+
+    const std::unique_ptr<Ui::ControlBar> m_ui;
+    QSlider *m_volumeSlider = nullptr;
+};

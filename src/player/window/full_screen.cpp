@@ -1,0 +1,237 @@
+#include "player/window/full_screen.h"
+
+#include <QBoxLayout>
+#include <QDebug>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QSplitter>
+
+#include "player/mpv/mpv_widget.h"
+#include "player/window/control_bar.h"
+#include "player/window/video_list_panel.h"
+
+namespace {
+
+constexpr QSize BarSize(600, 80);
+constexpr int ZoneMargin = 10;       // reaches over the screen's edge
+constexpr int PointerTimeout = 2500; // milliseconds
+// On the way from one state to another a window manager may report a third.
+constexpr int SettlingTime = 100; // milliseconds
+
+QSize primaryScreenSize()
+{
+    return QGuiApplication::primaryScreen()->size();
+}
+
+QRect controlZone(const QSize &screen)
+{
+    const int top = screen.height() - screen.height() / 5;
+    return {0, top, screen.width() + ZoneMargin, screen.height() + ZoneMargin};
+}
+
+QRect listZone(const QSize &screen)
+{
+    const int left = screen.width() - screen.width() / 6;
+    return {left, 0, screen.width() + ZoneMargin, screen.height() + ZoneMargin};
+}
+
+} // namespace
+
+FullScreen::FullScreen(const Parts &parts, QObject *parent) : QObject(parent), m_parts(parts)
+{
+    m_pointerIdle.setInterval(PointerTimeout);
+    m_pointerIdle.setSingleShot(true);
+    connect(&m_pointerIdle, &QTimer::timeout, this, &FullScreen::hidePointer);
+    m_settling.setInterval(SettlingTime);
+    m_settling.setSingleShot(true);
+    connect(&m_settling, &QTimer::timeout, this, &FullScreen::followWindow);
+    m_parts.window->installEventFilter(this);
+}
+
+bool FullScreen::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::WindowStateChange) {
+        m_settling.start();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void FullScreen::followWindow()
+{
+    if (m_parts.window->isFullScreen() == m_on) {
+        return;
+    }
+    if (m_on) {
+        dockParts();
+    } else {
+        remember();
+        floatParts();
+    }
+}
+
+void FullScreen::toggle()
+{
+    if (m_on) {
+        leave();
+    } else {
+        enter();
+    }
+}
+
+void FullScreen::enter()
+{
+    remember();
+    m_parts.window->showFullScreen();
+    floatParts();
+}
+
+void FullScreen::leave()
+{
+    if (!m_on) {
+        return;
+    }
+    if (m_maximizedBefore) {
+        m_parts.window->showMaximized();
+    } else {
+        m_parts.window->showNormal();
+    }
+    dockParts();
+}
+
+void FullScreen::remember()
+{
+    m_splitterBefore = m_parts.splitter->saveState();
+    m_videoListVisibleBeforeFullScreen = isListShown();
+    m_maximizedBefore = m_parts.window->isMaximized();
+}
+
+void FullScreen::floatParts()
+{
+    m_on = true;
+    m_playControlShown = false;
+    m_videoListShown = false;
+    m_parts.bar->hide();
+    m_parts.rows->removeWidget(m_parts.bar);
+    m_parts.video->resize(primaryScreenSize());
+    m_parts.list->hide();
+    m_parts.list->setParent(m_parts.window);
+    m_pointerIdle.start();
+    emit toggled(true);
+    emit listShown(false);
+}
+
+void FullScreen::dockParts()
+{
+    m_on = false;
+    m_pointerIdle.stop();
+    m_parts.video->unsetCursor();
+    m_parts.bar->setWindowFlags(Qt::Widget);
+    m_parts.rows->addWidget(m_parts.bar);
+    m_parts.bar->show();
+    m_parts.splitter->addWidget(m_parts.list);
+    m_parts.splitter->restoreState(m_splitterBefore);
+    m_parts.list->setVisible(m_videoListVisibleBeforeFullScreen);
+    emit toggled(false);
+    emit listShown(m_videoListVisibleBeforeFullScreen);
+}
+
+void FullScreen::movePointer(const QPoint &position)
+{
+    if (!m_on) {
+        return;
+    }
+    m_parts.video->unsetCursor();
+    m_pointerIdle.start();
+
+    const QSize screen = primaryScreenSize();
+    const bool atBar = controlZone(screen).contains(position);
+    if (atBar && !m_playControlShown) {
+        showBar(screen);
+    } else if (!atBar && m_playControlShown) {
+        hideBar();
+    }
+
+    const bool atList = listZone(screen).contains(position);
+    qDebug() << (atList ? "show video list" : "hide video list");
+    if (atList != m_videoListShown) {
+        showListOverVideo(atList);
+    }
+}
+
+void FullScreen::showBar(const QSize &screen)
+{
+    qDebug() << "show play control";
+    m_parts.bar->setWindowFlags(Qt::FramelessWindowHint | Qt::WindowSystemMenuHint |
+                                Qt::WindowStaysOnTopHint);
+    m_parts.bar->move(0, screen.height() - BarSize.height());
+    m_parts.bar->resize(BarSize);
+    m_parts.bar->show();
+    m_parts.bar->raise();
+    m_playControlShown = true;
+}
+
+void FullScreen::hideBar()
+{
+    qDebug() << "hide play control";
+    m_parts.bar->hide();
+    m_parts.bar->setWindowOpacity(1.0);
+    m_playControlShown = false;
+}
+
+void FullScreen::showListOverVideo(bool shown)
+{
+    if (shown) {
+        const QSize screen = primaryScreenSize();
+        const QRect zone = listZone(screen);
+        m_parts.list->setGeometry(QRect(zone.topLeft(), screen - QSize(zone.left(), 0)));
+        m_parts.list->raise();
+    }
+    m_parts.list->setVisible(shown);
+    m_videoListShown = shown;
+    emit listShown(shown);
+}
+
+void FullScreen::hidePointer()
+{
+    if (m_on) {
+        m_parts.video->setCursor(Qt::BlankCursor);
+    }
+}
+
+QByteArray FullScreen::geometry() const
+{
+    if (!m_on) {
+        return m_parts.window->saveGeometry();
+    }
+    // Of the window, it would be restored in full screen.
+    QWidget windowed;
+    windowed.setGeometry(m_parts.window->normalGeometry());
+    if (m_maximizedBefore) {
+        windowed.setWindowState(Qt::WindowMaximized);
+    }
+    return windowed.saveGeometry();
+}
+
+QByteArray FullScreen::splitterState() const
+{
+    return m_on ? m_splitterBefore : m_parts.splitter->saveState();
+}
+
+bool FullScreen::isListShown() const
+{
+    if (m_on) {
+        return m_videoListVisibleBeforeFullScreen;
+    }
+    return !m_parts.list->isHidden();
+}
+
+void FullScreen::showList(bool shown)
+{
+    if (m_on) {
+        showListOverVideo(shown);
+        return;
+    }
+    m_parts.list->setVisible(shown);
+    emit listShown(shown);
+}

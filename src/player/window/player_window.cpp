@@ -1,0 +1,297 @@
+#include "player/window/player_window.h"
+
+#include <stdexcept>
+
+#include <QApplication>
+#include <QDebug>
+#include <QKeyEvent>
+#include <QSplitter>
+#include <QVBoxLayout>
+#include <QtPlatformHeaders/QWindowsWindowFunctions>
+
+#include "app/environment/app_settings.h"
+#include "player/mpv/mpv_widget.h"
+#include "player/session/play_session.h"
+#include "player/window/control_bar.h"
+#include "player/window/full_screen.h"
+#include "player/window/video_list_panel.h"
+#include "player/window/video_notice.h"
+#include "player/window/volume_level.h"
+#include "ui/widgets/toast.h"
+
+namespace {
+
+constexpr QSize FirstSize(1120, 680);
+constexpr QSize SmallestSize(640, 360);
+
+} // namespace
+
+MpvPlayerWindow::MpvPlayerWindow()
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setObjectName(QStringLiteral("playerWindow"));
+    setWindowTitle(QStringLiteral("播放器"));
+    layOut();
+    setUpMpv();
+    m_session = new PlaySession(*m_mpvWidget, this);
+    m_fullScreen =
+        new FullScreen({this, m_rows, m_splitter, m_mpvWidget, m_controlBar, m_listPanel}, this);
+    connectControls();
+    connectSession();
+    restoreState();
+    QMetaObject::connectSlotsByName(this);
+}
+
+// What follows libmpv goes before the widget that owns it.
+MpvPlayerWindow::~MpvPlayerWindow()
+{
+    delete m_session;
+}
+
+void MpvPlayerWindow::layOut()
+{
+    m_mpvWidget = new MpvWidget;
+    m_mpvWidget->setObjectName(QStringLiteral("mpvWidget"));
+    m_mpvWidget->setFocusPolicy(Qt::StrongFocus);
+    m_mpvWidget->setMouseTracking(true);
+    m_mpvWidget->installEventFilter(this);
+    m_notice = new VideoNotice(m_mpvWidget);
+    m_listPanel = new VideoListPanel;
+    m_listPanel->setObjectName(QStringLiteral("videoListPanel"));
+    m_controlBar = new ControlBar;
+    m_controlBar->setObjectName(QStringLiteral("controlBar"));
+
+    m_splitter = new QSplitter(Qt::Horizontal);
+    m_splitter->setObjectName(QStringLiteral("videoSplitter"));
+    m_splitter->setChildrenCollapsible(false);
+    m_splitter->addWidget(m_mpvWidget);
+    m_splitter->addWidget(m_listPanel);
+    m_splitter->setStretchFactor(0, 1);
+    m_splitter->setSizes({840, 280});
+
+    m_rows = new QVBoxLayout(this);
+    m_rows->setContentsMargins(0, 0, 0, 0);
+    m_rows->setSpacing(0);
+    m_rows->addWidget(m_splitter, 1);
+    m_rows->addWidget(m_controlBar);
+    setMinimumSize(SmallestSize);
+    m_mpvWidget->setFocus();
+}
+
+void MpvPlayerWindow::setUpMpv()
+{
+    m_mpvWidget->setProperty(QStringLiteral("sub-auto"), QStringLiteral("fuzzy"));
+    m_mpvWidget->setProperty(QStringLiteral("sub-lang"), QStringLiteral("chi"));
+    // An address that fails must not be handed to another program.
+    m_mpvWidget->setProperty(QStringLiteral("ytdl"), false);
+    // libmpv trusts every server unless it is told otherwise; the addresses are secrets.
+    m_mpvWidget->setProperty(QStringLiteral("tls-verify"), true);
+    // Without a sound device a video plays silent instead of ending with an error.
+    m_mpvWidget->setProperty(QStringLiteral("audio-fallback-to-null"), true);
+}
+
+void MpvPlayerWindow::connectControls()
+{
+    connect(m_controlBar, &ControlBar::previousRequested, m_session,
+            [this] { m_session->playRelative(-1); });
+    connect(m_controlBar, &ControlBar::nextRequested, m_session,
+            [this] { m_session->playRelative(1); });
+    connect(m_controlBar, &ControlBar::seekRequested, m_mpvWidget, &MpvWidget::seekAbsolute);
+    connect(m_controlBar, &ControlBar::volumeRequested, m_mpvWidget, &MpvWidget::setVolume);
+    connect(m_controlBar, &ControlBar::wheelTurned, this, &MpvPlayerWindow::turnWheel);
+    connect(m_controlBar, &ControlBar::pinToggled, this, &MpvPlayerWindow::togglePin);
+    connect(m_controlBar, &ControlBar::listToggled, this,
+            [this] { m_fullScreen->showList(m_listPanel->isHidden()); });
+    connect(m_controlBar, &ControlBar::fullScreenToggled, m_fullScreen, &FullScreen::toggle);
+    connect(m_controlBar, &ControlBar::qualityChosen, m_session, &PlaySession::chooseQuality);
+    connect(m_controlBar, &ControlBar::skipChosen, m_session, &PlaySession::chooseSkip);
+    connect(m_controlBar, &ControlBar::audioChosen, m_session, &PlaySession::chooseAudio);
+    connect(m_controlBar, &ControlBar::subtitleChosen, m_session, &PlaySession::chooseSubtitle);
+    connect(m_listPanel, &VideoListPanel::videoChosen, m_session, &PlaySession::playChosen);
+    connect(m_fullScreen, &FullScreen::toggled, m_controlBar, &ControlBar::setFullScreen);
+    connect(m_fullScreen, &FullScreen::listShown, m_controlBar, &ControlBar::setListShown);
+}
+
+void MpvPlayerWindow::connectSession()
+{
+    connect(m_mpvWidget, &MpvWidget::paused, this, &MpvPlayerWindow::showPaused);
+    connect(m_mpvWidget, &MpvWidget::volumeChanged, m_controlBar, &ControlBar::setVolume);
+    connect(m_session, &PlaySession::changed, this, &MpvPlayerWindow::showStatus);
+    connect(m_session, &PlaySession::videosChanged, this, &MpvPlayerWindow::showVideos);
+    connect(m_session, &PlaySession::menusChanged, this, &MpvPlayerWindow::showMenus);
+    connect(m_session, &PlaySession::durationChanged, m_controlBar, &ControlBar::setDuration);
+    connect(m_session, &PlaySession::positionShown, m_controlBar, &ControlBar::setTime);
+    connect(m_session, &PlaySession::told, this, [](const QString &text) { Toast::showTip(text); });
+    connect(m_session, &PlaySession::historyUpdated, this, &MpvPlayerWindow::historyUpdated);
+    connect(m_session, &PlaySession::videoQualityChanged, this,
+            &MpvPlayerWindow::videoQualityChanged);
+}
+
+void MpvPlayerWindow::restoreState()
+{
+    PlayerState state;
+    AppSettings().readPlayerState(state);
+    if (!restoreGeometry(state.geometry)) {
+        resize(FirstSize);
+    }
+    m_splitter->restoreState(state.splitterState);
+    m_fullScreen->showList(state.showVideoList);
+}
+
+void MpvPlayerWindow::saveState()
+{
+    PlayerState state;
+    state.geometry = m_fullScreen->geometry();
+    state.splitterState = m_fullScreen->splitterState();
+    state.showVideoList = m_fullScreen->isListShown();
+    AppSettings().savePlayerState(state);
+}
+
+void MpvPlayerWindow::prepareVideo()
+{
+    // The widget shares its context with its window's, which exists only with a native window.
+    winId();
+    m_mpvWidget->grabFramebuffer();
+    if (!m_mpvWidget->isValid()) {
+        throw std::runtime_error("could not create an OpenGL context");
+    }
+}
+
+void MpvPlayerWindow::open(const PlayRequest &request)
+{
+    m_session->open(request);
+}
+
+void MpvPlayerWindow::reloadSkipTimes()
+{
+    m_session->reloadSkipTimes();
+}
+
+void MpvPlayerWindow::showStatus()
+{
+    const PlayStatus status = m_session->status();
+    setWindowTitle(status.title.isEmpty() ? QStringLiteral("播放器") : status.title);
+    m_controlBar->setDuration(status.duration);
+    m_controlBar->setTime(status.position, status.duration);
+    m_controlBar->setSeekable(status.state == PlayState::Playing);
+    m_listPanel->setCurrent(status.chosenId);
+    if (status.state == PlayState::Opening || status.state == PlayState::Loading) {
+        m_notice->wait();
+    } else if (status.notice.isEmpty()) {
+        m_notice->clear();
+    } else {
+        m_notice->say(status.notice);
+    }
+    showPaused();
+    showMenus();
+}
+
+// Where nothing plays, the button makes it play again.
+void MpvPlayerWindow::showPaused()
+{
+    const PlayState state = m_session->status().state;
+    const bool isOver = state == PlayState::Ended || state == PlayState::Failed;
+    m_controlBar->setPaused(isOver || m_mpvWidget->isPaused());
+}
+
+void MpvPlayerWindow::showVideos()
+{
+    m_listPanel->setVideos(m_session->videos());
+    m_listPanel->setCurrent(m_session->status().chosenId);
+}
+
+void MpvPlayerWindow::showMenus()
+{
+    const PlayMenus menus = m_session->menus();
+    m_controlBar->setQualityMenu(menus.quality);
+    m_controlBar->setSkipMenu(menus.skip);
+    m_controlBar->setAudioMenu(menus.audio);
+    m_controlBar->setSubtitleMenu(menus.subtitle);
+}
+
+void MpvPlayerWindow::on_playPause_clicked()
+{
+    m_session->togglePause();
+}
+
+void MpvPlayerWindow::togglePin()
+{
+    m_pinned = !m_pinned;
+    m_controlBar->setPinned(m_pinned);
+    setWindowFlag(Qt::WindowStaysOnTopHint, m_pinned);
+    show();
+}
+
+void MpvPlayerWindow::stepVolume(bool up)
+{
+    m_mpvWidget->setVolume(volumeAfterStep(m_mpvWidget->volume(), up));
+}
+
+void MpvPlayerWindow::turnWheel(int delta)
+{
+    stepVolume(delta >= 1);
+}
+
+void MpvPlayerWindow::pressKey(const QKeyEvent &event)
+{
+    qDebug() << "key press";
+    switch (m_keys.press(event.key(), event.modifiers())) {
+    case PlayerKeys::Action::None:
+        break;
+    case PlayerKeys::Action::VolumeUp:
+        stepVolume(true);
+        break;
+    case PlayerKeys::Action::VolumeDown:
+        stepVolume(false);
+        break;
+    case PlayerKeys::Action::TogglePause:
+        on_playPause_clicked();
+        break;
+    case PlayerKeys::Action::LeaveFullScreen:
+        m_fullScreen->leave();
+        break;
+    }
+    if (m_keys.increment() != 0) {
+        qDebug() << "incresment:" << m_keys.increment();
+        m_mpvWidget->seekRelative(m_keys.increment());
+    }
+}
+
+bool MpvPlayerWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::Wheel:
+        turnWheel(static_cast<QWheelEvent *>(event)->angleDelta().y());
+        break;
+    case QEvent::MouseButtonDblClick:
+        m_fullScreen->toggle();
+        return true;
+    case QEvent::MouseMove:
+        m_fullScreen->movePointer(static_cast<QMouseEvent *>(event)->localPos().toPoint());
+        break;
+    case QEvent::KeyPress:
+        pressKey(*static_cast<QKeyEvent *>(event));
+        break;
+    case QEvent::Show:
+        QWindowsWindowFunctions::setHasBorderInFullScreen(windowHandle(), true);
+        break;
+    default:
+        break;
+    }
+    return BaseWindow::eventFilter(watched, event);
+}
+
+void MpvPlayerWindow::keyPressEvent(QKeyEvent *event)
+{
+    qDebug() << "slkakjfdlasjdf";
+    if (!PlayerKeys::isSwallowed(event->key())) {
+        BaseWindow::keyPressEvent(event);
+    }
+}
+
+void MpvPlayerWindow::closeEvent(QCloseEvent *event)
+{
+    m_session->savePosition();
+    saveState();
+    BaseWindow::closeEvent(event);
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "player/window/player_keys.h"
+#include "ui/widgets/base_window.h"
+
+class ControlBar;
+class FullScreen;
+class MpvWidget;
+class PlayHistory;
+class PlaySession;
+class QSplitter;
+class QVBoxLayout;
+class VideoListPanel;
+class VideoNotice;
+struct PlayRequest;
+
+// The player: the video, the controls below it and the list of the folder's videos at its right.
+// Shows what the session says of what plays, and hands on what the user wants. Destroys itself
+// when it is closed; the position is saved before.
+class MpvPlayerWindow final : public BaseWindow
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(MpvPlayerWindow)
+
+public:
+    // Throws std::runtime_error where libmpv cannot be used, see MpvWidget.
+    MpvPlayerWindow();
+    ~MpvPlayerWindow() override;
+
+    // Plays the request's video in place of what plays; that one's position is saved first.
+    void open(const PlayRequest &request);
+    // The stored skip times were changed elsewhere.
+    void reloadSkipTimes();
+
+    // Sets up the drawing of videos ahead of show(), where an exception could cross Qt's frames.
+    // Throws std::runtime_error where there is no OpenGL, or none that libmpv can use.
+    void prepareVideo();
+
+signals:
+    // The user chose another quality; the setting is written.
+    void videoQualityChanged();
+    // A row of the watch history was written.
+    void historyUpdated(PlayHistory &playHistory);
+
+public slots:
+    void on_playPause_clicked();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void layOut();
+    void setUpMpv();
+    void connectControls();
+    void connectSession();
+    void restoreState();
+    void saveState();
+
+    void showStatus();
+    void showPaused();
+    void showVideos();
+    void showMenus();
+
+    void pressKey(const QKeyEvent &event);
+    void stepVolume(bool up);
+    void turnWheel(int delta);
+    void togglePin();
+
+    MpvWidget *m_mpvWidget = nullptr;
+    VideoNotice *m_notice = nullptr;
+    QVBoxLayout *m_rows = nullptr;
+    QSplitter *m_splitter = nullptr;
+    VideoListPanel *m_listPanel = nullptr;
+    ControlBar *m_controlBar = nullptr;
+    FullScreen *m_fullScreen = nullptr;
+    PlaySession *m_session = nullptr;
+
+    PlayerKeys m_keys;
+    bool m_pinned = false;
+};

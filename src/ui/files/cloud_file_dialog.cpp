@@ -1,0 +1,433 @@
+#include "ui/files/cloud_file_dialog.h"
+
+#include <QHeaderView>
+#include <QMenu>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QStyledItemDelegate>
+
+#include "api/records/account_records.h"
+#include "app/environment/app_settings.h"
+#include "app/environment/formatting.h"
+#include "db/tables/operations.h"
+#include "player/session/play_request.h"
+#include "ui/files/file_actions.h"
+#include "ui/files/file_batches.h"
+#include "ui/files/file_browser.h"
+#include "ui/files/file_table.h"
+#include "ui/files/quality_menu.h"
+#include "ui/widgets/waiting_spinner_widget.h"
+#include "ui_cloud_file_dialog.h"
+
+CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, QWidget *parent)
+    : DialogPage(parent)
+    , m_ui(std::make_unique<Ui::CloudFileDialog>())
+    , m_user(user)
+    , m_client(user)
+{
+    m_ui->setupUi(this);
+    setUpForm();
+    setUpTable();
+    setUpBrowser();
+    setUpPath();
+    setUpActions(batches ? batches : new FileBatches(this));
+    setUpShortcuts();
+    m_qualityMenu = new QualityMenu(m_ui->btnVideoQuality);
+    connect(m_qualityMenu, &QualityMenu::chosen, this, &CloudFileDialog::listSettingsChanged);
+    initVideoQualityMenu();
+    m_browser->reload();
+    requestDiskSpace();
+}
+
+CloudFileDialog::~CloudFileDialog() = default;
+
+void CloudFileDialog::setUpForm()
+{
+    const QSignalBlocker quiet(m_ui->fileTypeList);
+    // The combo box's own delegate takes no heights from the skin.
+    m_ui->fileTypeList->setItemDelegate(new QStyledItemDelegate(m_ui->fileTypeList));
+    m_ui->fileTypeList->addItem(QStringLiteral("全部"), -1);
+    for (const FileKindInfo &info : fileKinds()) {
+        m_ui->fileTypeList->addItem(info.name, static_cast<int>(info.kind));
+    }
+    m_ui->checkDelToRecycle->setChecked(AppSettings().delToRecycle());
+    m_ui->fileNameSearch->setClearButtonEnabled(true);
+    m_ui->btnRetry->hide();
+}
+
+void CloudFileDialog::setUpTable()
+{
+    FileTable *table = m_ui->fileList;
+    restoreListState();
+    m_spinner = new WaitingSpinnerWidget(table);
+    connect(table, &FileTable::headerChanged, this, &CloudFileDialog::saveListState);
+    connect(table->horizontalHeader(), &QHeaderView::sectionClicked, this,
+            &CloudFileDialog::onHeaderClicked);
+    connect(table->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            &CloudFileDialog::onScrollBarValueChanged);
+}
+
+void CloudFileDialog::setUpBrowser()
+{
+    m_browser = new FileBrowser(m_user, m_ui->fileList, this);
+    connect(m_browser, &FileBrowser::stateChanged, this, &CloudFileDialog::showState);
+    connect(m_browser, &FileBrowser::filled, this, &CloudFileDialog::initVideoQualityMenu);
+    connect(m_browser, &FileBrowser::countChanged, m_ui->countLabel,
+            [this](int count) { m_ui->countLabel->setText(QStringLiteral("%1项").arg(count)); });
+    connect(m_ui->btnRetry, &QAbstractButton::clicked, m_browser, &FileBrowser::retry);
+    connect(m_ui->fileList, &QTableWidget::itemSelectionChanged, this,
+            &CloudFileDialog::showStatus);
+}
+
+void CloudFileDialog::setUpPath()
+{
+    QAbstractItemModel *path = m_browser->pathModel();
+    m_ui->pathNavList->setModel(path);
+    // The folder that is shown stays in sight, also in a window that becomes narrow.
+    QScrollBar *pathBar = m_ui->pathNavList->horizontalScrollBar();
+    connect(pathBar, &QScrollBar::rangeChanged, pathBar,
+            [pathBar](int /*minimum*/, int maximum) { pathBar->setValue(maximum); });
+    const auto update = [this] { m_ui->btnBack->setEnabled(m_browser->depth() > 1); };
+    connect(path, &QAbstractItemModel::rowsInserted, this, update);
+    connect(path, &QAbstractItemModel::rowsRemoved, this, update);
+    update();
+}
+
+void CloudFileDialog::setUpActions(FileBatches *batches)
+{
+    m_actions = new FileActions(m_user, m_ui->fileList, m_browser, batches, this);
+    connect(m_actions->menu(), &QMenu::triggered, this, &CloudFileDialog::rightMenuClicked);
+    connect(m_actions, &FileActions::folderCreated, this, &CloudFileDialog::onFolderCreated);
+    connect(m_actions, &FileActions::refreshWanted, this, &CloudFileDialog::on_btnRefresh_clicked);
+    connect(m_actions, &FileActions::deleteWanted, this, &CloudFileDialog::on_btnDelete_clicked);
+    connect(batches, &FileBatches::fileDone, this, &CloudFileDialog::onFileDone);
+    connect(batches, &FileBatches::finished, this, &CloudFileDialog::onBatchFinished);
+}
+
+void CloudFileDialog::setUpShortcuts()
+{
+    const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
+                            auto action) {
+        auto *shortcut = new QShortcut(keys, place);
+        shortcut->setContext(context);
+        shortcut->setAutoRepeat(false); // a key that is held means one file, one folder, one reload
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    const auto openCurrent = [this] { openRow(m_ui->fileList->currentRow()); };
+    const auto openPath = [this] { goTo(m_ui->pathNavList->currentIndex().row()); };
+    const auto search = [this] {
+        m_ui->fileNameSearch->setFocus(Qt::ShortcutFocusReason);
+        m_ui->fileNameSearch->selectAll();
+    };
+    const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
+    const Qt::ShortcutContext window = Qt::WindowShortcut; // while the page is the one shown
+    add(Qt::Key_F2, this, page, [this] { m_actions->editName(); });
+    add(Qt::Key_F5, this, window, &CloudFileDialog::on_btnRefresh_clicked);
+    add(Qt::Key_Delete, m_ui->fileList, Qt::WidgetShortcut, &CloudFileDialog::on_btnDelete_clicked);
+    add(Qt::Key_Backspace, this, page, &CloudFileDialog::on_btnBack_clicked);
+    add(Qt::ALT + Qt::Key_Up, this, page, &CloudFileDialog::on_btnBack_clicked);
+    add(QKeySequence::Find, this, window, search);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        add(key, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
+        add(key, m_ui->pathNavList, Qt::WidgetShortcut, openPath);
+    }
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Down}) {
+        add(key, m_ui->fileNameSearch, Qt::WidgetShortcut, &CloudFileDialog::enterList);
+    }
+    add(Qt::Key_Escape, m_ui->fileNameSearch, Qt::WidgetShortcut, [this] {
+        m_ui->fileNameSearch->clear();
+        enterList();
+    });
+}
+
+void CloudFileDialog::restoreListState()
+{
+    FileListState state;
+    state.sortIndex = -1; // stays where nothing is stored
+    AppSettings().readFileListState(state);
+    m_ui->fileList->restoreState(state);
+    const int kind = m_ui->fileTypeList->findText(state.fileTypeList);
+    const QSignalBlocker quiet(m_ui->fileTypeList);
+    m_ui->fileTypeList->setCurrentIndex(qMax(0, kind));
+    applyFilter();
+}
+
+void CloudFileDialog::saveListState()
+{
+    FileListState state;
+    m_ui->fileList->storeState(state);
+    state.fileTypeList = m_ui->fileTypeList->currentText();
+    AppSettings().saveFileListState(state);
+}
+
+void CloudFileDialog::applyListSettings()
+{
+    const AppSettings settings;
+    m_ui->checkDelToRecycle->setChecked(settings.delToRecycle());
+    FileListState state;
+    state.sortIndex = -1;
+    settings.readFileListState(state);
+    m_ui->fileList->restoreSort(state.sortIndex,
+                                state.sortOrder == 0 ? Qt::AscendingOrder : Qt::DescendingOrder);
+    initVideoQualityMenu();
+}
+
+void CloudFileDialog::applyFilter()
+{
+    const int kind = m_ui->fileTypeList->currentData().toInt();
+    m_ui->fileList->setFilter(m_ui->fileNameSearch->text(),
+                              kind < 0 ? std::nullopt
+                                       : std::make_optional(static_cast<FileKind>(kind)));
+}
+
+void CloudFileDialog::showState()
+{
+    const bool hasRows = m_ui->fileList->shownCount() > 0;
+    // A filter that goes through a big folder must not hide what it has found.
+    const bool hidesNothing = !hasRows || !m_ui->fileList->isFiltered();
+    if (m_browser->isLoading() && hidesNothing) {
+        m_spinner->start();
+    } else {
+        m_spinner->stop();
+    }
+    // Where no row is shown the table itself says so in its middle.
+    m_ui->btnRetry->setVisible(m_browser->hasFailed() && hasRows);
+    showStatus();
+}
+
+void CloudFileDialog::showStatus()
+{
+    const FileTable *table = m_ui->fileList;
+    QStringList parts;
+    if (table->isFiltered()) {
+        parts << QStringLiteral("显示 %1 / %2 项").arg(table->shownCount()).arg(table->rowCount());
+    }
+    if (m_browser->isLoading()) {
+        parts << QStringLiteral("正在加载…");
+    } else if (m_browser->hasFailed()) {
+        parts << QStringLiteral("加载失败");
+    } else if (m_browser->hasMore()) {
+        parts << QStringLiteral("还有更多");
+    }
+    const int selected = table->selectedCount();
+    if (selected > 1) {
+        parts << QStringLiteral("已选 %1 项").arg(selected);
+    }
+    const QString status = parts.join(QStringLiteral("，"));
+    if (std::exchange(m_listStatus, status) != status) {
+        emit listStatusChanged(status);
+    }
+}
+
+void CloudFileDialog::onHeaderClicked(int column)
+{
+    QHeaderView *header = m_ui->fileList->horizontalHeader();
+    qDebug() << "header clicked:" << column << header->sortIndicatorOrder();
+    header->setSortIndicator(column, header->sortIndicatorOrder());
+    m_ui->fileList->sortByHeader();
+    AppSettings settings;
+    settings.setFileListOrderBy(FileTable::orderField(column));
+    settings.setFileOrderDirection(header->sortIndicatorOrder() == Qt::DescendingOrder
+                                       ? QStringLiteral("DESC")
+                                       : QStringLiteral("ASC"));
+    emit listSettingsChanged();
+}
+
+// The browser itself follows the view; what failed at this end is tried again.
+void CloudFileDialog::onScrollBarValueChanged(int value)
+{
+    if (value == m_ui->fileList->verticalScrollBar()->maximum()) {
+        m_browser->retry();
+    }
+}
+
+void CloudFileDialog::on_fileList_itemDoubleClicked(QTableWidgetItem *item)
+{
+    openRow(item->row());
+}
+
+// From the search to what it found.
+void CloudFileDialog::enterList()
+{
+    FileTable *table = m_ui->fileList;
+    table->setFocus(Qt::OtherFocusReason);
+    if (table->currentFileId().isEmpty()) {
+        table->makeCurrent(QString(), 0, FileTable::Scroll::ToRow);
+    }
+}
+
+void CloudFileDialog::openRow(int row)
+{
+    const FileItem *file = m_browser->file(m_ui->fileList->fileIdAt(row));
+    if (!file || m_ui->fileList->isRowHidden(row)) {
+        return;
+    }
+    if (m_ui->fileList->isFolderAt(row)) {
+        const FileItem folder = *file; // the browser's own goes with the rows
+        m_browser->openFolder(folder);
+        m_ui->fileNameSearch->clear();
+        m_ui->pathNavList->scrollTo(m_browser->pathModel()->index(m_browser->depth() - 1, 0));
+    } else if (isVideo(*file)) {
+        openVideo(*file);
+    }
+}
+
+void CloudFileDialog::openVideo(const FileItem &file)
+{
+    PlayRequest request{m_user, file, m_browser->videos(), PlayHistory()};
+    if (!loadPlayHistory(file.file_id, request.history)) {
+        request.history = PlayHistory();
+        request.history.fileId = file.file_id;
+        request.history.parentFileId = m_browser->folderId();
+        request.history.userId = m_user.userId.value();
+        request.history.name = file.name;
+    }
+    emit videoOpenRequested(request);
+}
+
+void CloudFileDialog::goTo(int index)
+{
+    if (index < 0 || index >= m_browser->depth() - 1) {
+        return;
+    }
+    m_ui->fileNameSearch->clear();
+    m_browser->goTo(index);
+}
+
+void CloudFileDialog::on_btnBack_clicked()
+{
+    goTo(m_browser->depth() - 2);
+}
+
+void CloudFileDialog::on_pathNavList_clicked(const QModelIndex &index)
+{
+    goTo(index.row());
+}
+
+void CloudFileDialog::on_btnRefresh_clicked()
+{
+    refresh();
+}
+
+void CloudFileDialog::refresh(const QString &select)
+{
+    m_browser->reload(select);
+    m_ui->fileNameSearch->clear();
+    requestDiskSpace();
+}
+
+void CloudFileDialog::on_fileNameSearch_textChanged(const QString & /*text*/)
+{
+    applyFilter();
+    showState();
+}
+
+void CloudFileDialog::on_fileTypeList_currentIndexChanged(int /*index*/)
+{
+    applyFilter();
+    saveListState();
+    showState();
+}
+
+void CloudFileDialog::on_fileList_cellChanged(int row, int column)
+{
+    if (column == FileTable::NameColumn) {
+        m_actions->sendName(row);
+    }
+}
+
+void CloudFileDialog::rightMenuClicked(QAction *action)
+{
+    m_actions->run(action);
+}
+
+void CloudFileDialog::on_btnCreateFolder_clicked()
+{
+    m_actions->createFolder();
+}
+
+void CloudFileDialog::on_btnDelete_clicked()
+{
+    m_actions->deleteSelected(m_ui->checkDelToRecycle->isChecked());
+}
+
+void CloudFileDialog::on_btnNewUser_clicked()
+{
+    emit newUserWanted();
+}
+
+void CloudFileDialog::on_btnUserLogout_clicked()
+{
+    emit logoutWanted();
+}
+
+void CloudFileDialog::on_checkDelToRecycle_clicked(bool checked)
+{
+    AppSettings().setDelToRecycle(checked);
+    emit listSettingsChanged();
+}
+
+void CloudFileDialog::onFolderCreated(const QString &fileId)
+{
+    // The new folder is to be seen, whatever kind of file was looked for.
+    const QVariant kind = m_ui->fileTypeList->currentData();
+    if (kind != -1 && kind != static_cast<int>(FileKind::Folder)) {
+        m_ui->fileTypeList->setCurrentIndex(0);
+    }
+    refresh(fileId);
+}
+
+void CloudFileDialog::onFileDone(const FileBatch &batch, const BatchFile &file)
+{
+    if (batch.order.user.userId.value() == userId()) {
+        m_browser->removeFile(file.id);
+        m_browser->forget(batch.order.targetFolderId);
+    }
+}
+
+void CloudFileDialog::onBatchFinished(const FileBatch &batch)
+{
+    const BatchOrder &order = batch.order;
+    if (order.user.userId.value() != userId()) {
+        return;
+    }
+    if (batch.needsListing) {
+        m_browser->forget(order.sourceFolderId);
+        m_browser->forget(order.targetFolderId);
+    }
+    const QString shown = m_browser->folderId();
+    if (shown == order.targetFolderId || (batch.needsListing && shown == order.sourceFolderId)) {
+        m_browser->reload();
+    }
+    requestDiskSpace();
+}
+
+void CloudFileDialog::initVideoQualityMenu()
+{
+    qDebug() << "video quality menu init";
+    m_qualityMenu->showStored();
+}
+
+void CloudFileDialog::requestDiskSpace()
+{
+    const QString step = QStringLiteral("getSpaceInfo");
+    const auto done = m_replies.guard(step, [this](const SpaceInfo &space) { onDiskSpace(space); });
+    const auto failed = m_replies.guard(step, [](const QString &error, int /*code*/) {
+        qDebug() << "getSpaceInfo erro:" << error;
+    });
+    m_replies.await(m_client.spaceInfo(done, failed));
+}
+
+void CloudFileDialog::onDiskSpace(const SpaceInfo &space)
+{
+    const SpaceInfoItem &drive = space.personal_space_info;
+    m_diskSpace = formatSize(QString::number(drive.used_size)) + QStringLiteral(" / ") +
+                  formatSize(QString::number(drive.total_size));
+    // Behind another tab. The settings do not say which one is shown: processes share them.
+    if (parentWidget() && isHidden()) {
+        return;
+    }
+    QString info = m_diskSpace;
+    emit refreshDiskSpace(info);
+}

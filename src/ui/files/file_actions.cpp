@@ -1,0 +1,292 @@
+#include "ui/files/file_actions.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+#include "api/records/change_records.h"
+#include "api/records/file_records.h"
+#include "net/http_client.h"
+#include "net/log_failure.h"
+#include "ui/files/failure_texts.h"
+#include "ui/files/file_batches.h"
+#include "ui/files/file_browser.h"
+#include "ui/files/file_table.h"
+#include "ui/files/file_tree_dialog.h"
+#include "ui/widgets/custom_pop_up_menu.h"
+#include "ui/widgets/questions.h"
+#include "ui/widgets/single_toast.h"
+#include "ui/widgets/toast.h"
+
+namespace {
+
+// The reply's fields where it has them; otherwise what follows from the new name.
+FileItem renamed(FileItem file, const QString &name, const FileUpdateResp &reply)
+{
+    file.name = reply.name.isEmpty() ? name : reply.name;
+    file.file_extension = reply.file_extension;
+    file.category = reply.category;
+    return file;
+}
+
+} // namespace
+
+struct FileActions::MenuEntry
+{
+    QString text;
+    QString iconPath;
+    void (FileActions::*run)();
+    bool needsSelection = false; // and does not say so itself when there is none
+};
+
+const QVector<FileActions::MenuEntry> &FileActions::menuEntries()
+{
+    static const QVector<MenuEntry> entries{
+        {QStringLiteral("新建文件夹(&N)"), QStringLiteral(":/image/create_folder.png"),
+         &FileActions::createFolder},
+        {QStringLiteral("重命名(F2)"), QStringLiteral(":/image/rename.png"), &FileActions::editName,
+         true},
+        {QStringLiteral("移动到..."), QStringLiteral(":/image/move.png"),
+         &FileActions::moveSelected, true},
+        {QStringLiteral("删除(Del)"), QStringLiteral(":/image/delete.png"),
+         &FileActions::deleteWanted},
+        {QStringLiteral("复制下载链接"), QStringLiteral(":/image/copy_link.png"),
+         &FileActions::copyLink},
+        {QStringLiteral("刷新(F5)"), QStringLiteral(":/image/refresh.png"),
+         &FileActions::refreshWanted},
+    };
+    return entries;
+}
+
+FileActions::FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser,
+                         FileBatches *batches, QWidget *page)
+    : QObject(page)
+    , m_user(user)
+    , m_client(user)
+    , m_table(table)
+    , m_browser(browser)
+    , m_batches(batches)
+    , m_page(page)
+{
+    makeMenu();
+}
+
+void FileActions::makeMenu()
+{
+    m_menu = new CustomPopUpMenu(m_table);
+    for (const MenuEntry &entry : menuEntries()) {
+        m_menu->addAction(QIcon(entry.iconPath), entry.text);
+    }
+    connect(m_menu, &QMenu::aboutToShow, this, &FileActions::updateMenu);
+    m_table->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_table, &QWidget::customContextMenuRequested, this, [this](const QPoint &position) {
+        m_menu->popup(m_table->viewport()->mapToGlobal(position));
+    });
+}
+
+void FileActions::updateMenu()
+{
+    const bool isSelected = !m_table->selectedFileIds().isEmpty();
+    const QList<QAction *> actions = m_menu->actions();
+    for (int index = 0; index < actions.size(); ++index) {
+        actions.at(index)->setEnabled(isSelected || !menuEntries().at(index).needsSelection);
+    }
+}
+
+void FileActions::run(QAction *entry)
+{
+    const int index = m_menu->actions().indexOf(entry);
+    if (index >= 0) {
+        (this->*menuEntries().at(index).run)();
+    }
+}
+
+void FileActions::createFolder()
+{
+    const QString parentId = m_browser->folderId();
+    const std::optional<QString> name =
+        askText(m_page, QStringLiteral("新建文件夹"), QStringLiteral("请输入新文件夹名称"),
+                QStringLiteral("新建文件夹"));
+    if (name && !name->trimmed().isEmpty()) {
+        sendNewFolder(parentId, name->trimmed());
+    }
+}
+
+void FileActions::sendNewFolder(const QString &parentId, const QString &name)
+{
+    const QString step = QStringLiteral("createFolder");
+    const auto done = m_replies.guard(step, [this, parentId](const CreateFileResp &folder) {
+        if (folder.file_id.isEmpty()) {
+            onCreateFailed(parentId, QStringLiteral("no file_id"), HttpClient::LocalFailure);
+        } else {
+            onFolderCreated(parentId, folder.file_id);
+        }
+    });
+    const auto failed = m_replies.guard(step, [this, parentId](const QString &error, int code) {
+        onCreateFailed(parentId, error, code);
+    });
+    m_replies.await(m_client.createFolder(parentId, name, done, failed));
+}
+
+void FileActions::onFolderCreated(const QString &parentId, const QString &fileId)
+{
+    // Whoever is elsewhere by now sees it on the way back.
+    m_browser->forget(parentId);
+    if (m_browser->folderId() == parentId) {
+        emit folderCreated(fileId);
+    }
+}
+
+void FileActions::onCreateFailed(const QString &parentId, const QString &error, int code)
+{
+    logFailure(QStringLiteral("createFolder"), code, error);
+    showSingleToast(withReason(QStringLiteral("新建文件夹失败"), code));
+    if (code == HttpClient::LocalFailure || leavesOpenWhatIsTrue(code)) {
+        doubt(parentId);
+    }
+}
+
+void FileActions::doubt(const QString &folderId)
+{
+    m_browser->forget(folderId);
+    if (m_browser->folderId() == folderId) {
+        m_browser->reload();
+    }
+}
+
+void FileActions::editName()
+{
+    QTableWidgetItem *name = m_table->item(m_table->currentRow(), FileTable::NameColumn);
+    if (m_table->currentFileId().isEmpty() || !name->isSelected() ||
+        m_table->isPersistentEditorOpen(name)) {
+        return;
+    }
+    m_table->setFocus();
+    m_table->editItem(name);
+}
+
+void FileActions::sendName(int row)
+{
+    const FileItem *known = m_browser->file(m_table->fileIdAt(row));
+    if (!known) {
+        return;
+    }
+    const FileItem file = *known;
+    const QString name = m_table->item(row, FileTable::NameColumn)->text().trimmed();
+    if (name.isEmpty() || name == file.name) {
+        m_table->updateFile(file);
+        return;
+    }
+    const QString step = QStringLiteral("fileUpdate");
+    const auto done = m_replies.guard(step, [this, file, name](const FileUpdateResp &reply) {
+        m_browser->updateFile(renamed(file, name, reply));
+    });
+    const auto failed =
+        m_replies.guard(step, [this, step, id = file.file_id,
+                               folderId = m_browser->folderId()](const QString &error, int code) {
+            logFailure(step, code, error);
+            onRenameFailed(id, folderId, code);
+        });
+    m_replies.await(m_client.rename(file.file_id, name, done, failed));
+}
+
+void FileActions::onRenameFailed(const QString &fileId, const QString &folderId, int code)
+{
+    showSingleToast(withReason(QStringLiteral("重命名失败"), code));
+    if (const FileItem *known = m_browser->file(fileId)) {
+        m_table->updateFile(*known);
+    }
+    if (leavesOpenWhatIsTrue(code)) {
+        doubt(folderId);
+    }
+}
+
+// Made before anything is asked: while a question stands, rows go and the selection moves on.
+BatchOrder FileActions::orderForSelection(FileOperation operation) const
+{
+    BatchOrder order;
+    order.user = m_user;
+    order.operation = operation;
+    order.sourceFolderId = m_browser->folderId();
+    for (const QString &fileId : m_table->selectedFileIds()) {
+        if (const FileItem *file = m_browser->file(fileId)) {
+            order.files.append({fileId, file->name});
+        }
+    }
+    return order;
+}
+
+void FileActions::start(const BatchOrder &order)
+{
+    if (m_batches->start(order) == 0) {
+        showSingleToast(QStringLiteral("选中的文件正在处理中"));
+    }
+}
+
+void FileActions::moveSelected()
+{
+    BatchOrder order = orderForSelection(FileOperation::Move);
+    if (order.files.isEmpty()) {
+        return;
+    }
+    QStringList fileIds;
+    for (const BatchFile &file : qAsConst(order.files)) {
+        fileIds << file.id;
+    }
+    FileTreeDialog dialog(m_user, fileIds);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    order.targetFolderId = dialog.selectedFolderId();
+    const bool goesElsewhere = !order.targetFolderId.isEmpty() &&
+                               order.targetFolderId != order.sourceFolderId &&
+                               !fileIds.contains(order.targetFolderId);
+    if (goesElsewhere) {
+        start(order);
+    }
+}
+
+void FileActions::copyLink()
+{
+    const QString fileId = m_table->currentFileId();
+    if (m_table->selectedFileIds().isEmpty() || fileId.isEmpty()) {
+        Toast::showTip(QStringLiteral("请选择要复制链接的文件"));
+        return;
+    }
+    if (m_table->isFolderAt(m_table->currentRow())) {
+        Toast::showTip(QStringLiteral("请选择文件进行复制"));
+        return;
+    }
+    const QString step = QStringLiteral("getDownloadUrl");
+    const auto done = m_replies.guard(step, [this](const GetDownloadUrlResp &reply) {
+        if (reply.url.isEmpty()) {
+            onLinkFailed(QStringLiteral("no url"), HttpClient::LocalFailure);
+            return;
+        }
+        QGuiApplication::clipboard()->setText(reply.url);
+        Toast::showTip(QStringLiteral("复制下载链接成功"));
+    });
+    const auto failed = m_replies.guard(
+        step, [this](const QString &error, int code) { onLinkFailed(error, code); });
+    m_replies.await(m_client.downloadUrl(fileId, done, failed));
+}
+
+void FileActions::onLinkFailed(const QString &error, int code)
+{
+    // One wording for every failure that a list's user sees in the log.
+    logFailure(QStringLiteral("getFileList"), code, error);
+    Toast::showTip(QStringLiteral("复制下载链接失败"));
+}
+
+void FileActions::deleteSelected(bool toRecycleBin)
+{
+    const BatchOrder order =
+        orderForSelection(toRecycleBin ? FileOperation::Trash : FileOperation::Delete);
+    if (order.files.isEmpty()) {
+        Toast::showTip(QStringLiteral("请选择要删除的文件"));
+        return;
+    }
+    if (toRecycleBin || askYesNo(m_page, QStringLiteral("警告"),
+                                 QStringLiteral("确定要彻底删除选中的文件或文件夹吗?"))) {
+        start(order);
+    }
+}

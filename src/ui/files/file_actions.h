@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+#include "api/session/open_api_client.h"
+#include "db/tables/user_info.h"
+#include "net/reply_guard.h"
+
+class FileBatches;
+class FileBrowser;
+class FileTable;
+class QAction;
+class QMenu;
+struct BatchOrder;
+enum class FileOperation;
+
+// What a user does to the entries of a page: creates, renames, moves and deletes them and copies
+// their links. Owns the menu that offers it. Whatever fails is said to the user.
+class FileActions final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileActions)
+
+public:
+    // The page's table, browser and the program's batches must outlive the actions.
+    FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser, FileBatches *batches,
+                QWidget *page);
+
+    [[nodiscard]] QMenu *menu() const { return m_menu; }
+    // Does what an entry of the menu offers.
+    void run(QAction *entry);
+
+    void createFolder();
+    // Opens the editor on the current entry, if it is selected.
+    void editName();
+    // Sends the name that was typed into the row, and brings the old one back if that fails.
+    void sendName(int row);
+    void moveSelected();
+    void copyLink();
+    void deleteSelected(bool toRecycleBin);
+
+signals:
+    void folderCreated(const QString &fileId);
+    void refreshWanted();
+    void deleteWanted();
+
+private:
+    struct MenuEntry;
+    static const QVector<MenuEntry> &menuEntries();
+
+    void makeMenu();
+    void updateMenu();
+    void sendNewFolder(const QString &parentId, const QString &name);
+    void onFolderCreated(const QString &parentId, const QString &fileId);
+    void onCreateFailed(const QString &parentId, const QString &error, int code);
+    void onRenameFailed(const QString &fileId, const QString &folderId, int code);
+    void onLinkFailed(const QString &error, int code);
+    [[nodiscard]] BatchOrder orderForSelection(FileOperation operation) const;
+    void start(const BatchOrder &order);
+    // No answer says what is true in the folder now.
+    void doubt(const QString &folderId);
+
+    const UserInfo m_user;
+    const OpenApiClient m_client;
+    FileTable *const m_table;
+    FileBrowser *const m_browser;
+    FileBatches *const m_batches;
+    QWidget *const m_page;
+    QMenu *m_menu = nullptr;
+    ReplyGuard m_replies;
+};

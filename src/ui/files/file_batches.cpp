@@ -1,0 +1,242 @@
+#include "ui/files/file_batches.h"
+
+#include <QQueue>
+
+#include "api/records/change_records.h"
+#include "api/session/open_api_client.h"
+#include "net/log_failure.h"
+#include "ui/files/failure_texts.h"
+#include "ui/widgets/single_toast.h"
+
+namespace {
+
+QString logWord(FileOperation operation)
+{
+    switch (operation) {
+    case FileOperation::Trash:
+        return QStringLiteral("fileTrash");
+    case FileOperation::Delete:
+        return QStringLiteral("fileDelete");
+    case FileOperation::Move:
+        return QStringLiteral("fileMove");
+    }
+    return QString();
+}
+
+QString failureText(FileOperation operation, int code)
+{
+    switch (operation) {
+    case FileOperation::Trash:
+        return QStringLiteral("删除到回收站失败");
+    case FileOperation::Delete:
+        return QStringLiteral("删除文件失败");
+    case FileOperation::Move:
+        return withReason(QStringLiteral("移动失败"), code);
+    }
+    return QString();
+}
+
+} // namespace
+
+struct FileBatches::Running
+{
+    explicit Running(const FileBatch &started)
+        : batch(started), client(started.order.user), userId(started.order.user.userId.value())
+    {
+        queue.append(started.order.files);
+    }
+
+    FileBatch batch;
+    const OpenApiClient client;
+    const QString userId;
+    QQueue<BatchFile> queue;
+    QHash<QString, BatchFile> sent; // by file id
+    bool cancelled = false;
+};
+
+BatchOrder FileBatch::again() const
+{
+    BatchOrder left = order;
+    left.files = failed;
+    return left;
+}
+
+FileBatches::FileBatches(QObject *parent) : QObject(parent) {}
+
+FileBatches::~FileBatches() = default;
+
+int FileBatches::start(const BatchOrder &order)
+{
+    QSet<QString> &onTheWay = m_onTheWay[order.user.userId.value()];
+    FileBatch batch;
+    batch.number = ++m_lastNumber;
+    batch.order = order;
+    batch.order.files.clear();
+    for (const BatchFile &file : order.files) {
+        if (!onTheWay.contains(file.id)) {
+            onTheWay.insert(file.id);
+            batch.order.files.append(file);
+        }
+    }
+    if (batch.total() > 0) {
+        m_running.push_back(std::make_unique<Running>(batch));
+        emit progressed(batch);
+        sendNext();
+    }
+    return batch.total();
+}
+
+int FileBatches::remaining(const QString &userId) const
+{
+    int files = 0;
+    for (const auto &running : m_running) {
+        if (userId.isEmpty() || running->userId == userId) {
+            files += running->queue.size() + running->sent.size();
+        }
+    }
+    return files;
+}
+
+QList<FileBatch> FileBatches::running() const
+{
+    QList<FileBatch> batches;
+    for (const auto &running : m_running) {
+        batches << running->batch;
+    }
+    return batches;
+}
+
+void FileBatches::cancel(const QString &userId)
+{
+    QList<int> cancelled;
+    for (const auto &running : m_running) {
+        if (!userId.isEmpty() && running->userId != userId) {
+            continue;
+        }
+        FileBatch &batch = running->batch;
+        cancelled << batch.number;
+        const bool wasCancelled = std::exchange(running->cancelled, true);
+        batch.skipped += running->queue.size();
+        for (const BatchFile &file : running->queue) {
+            m_onTheWay[running->userId].remove(file.id);
+        }
+        running->queue.clear();
+        if (wasCancelled) {
+            for (const QString &fileId : running->sent.keys()) {
+                batch.failed << takeAnswered(*running, fileId);
+                batch.needsListing = true;
+            }
+        }
+    }
+    for (const int number : cancelled) {
+        goOn(number);
+    }
+}
+
+FileBatches::Running *FileBatches::find(int number) const
+{
+    const auto found =
+        std::find_if(m_running.begin(), m_running.end(),
+                     [number](const auto &running) { return running->batch.number == number; });
+    return found == m_running.end() ? nullptr : found->get();
+}
+
+int FileBatches::sentOf(const QString &userId) const
+{
+    int files = 0;
+    for (const auto &running : m_running) {
+        files += running->userId == userId ? running->sent.size() : 0;
+    }
+    return files;
+}
+
+void FileBatches::sendNext()
+{
+    for (const auto &running : m_running) {
+        while (!running->queue.isEmpty() && sentOf(running->userId) < MostAtOnce) {
+            send(*running);
+        }
+    }
+}
+
+void FileBatches::send(Running &running)
+{
+    const BatchFile file = running.queue.dequeue();
+    running.sent.insert(file.id, file);
+    const BatchOrder &order = running.batch.order;
+    const int number = running.batch.number;
+    const QString step = logWord(order.operation);
+    const auto done = m_replies.guard(
+        step, [this, number, id = file.id](const auto & /*reply*/) { onDone(number, id); });
+    const auto fail =
+        m_replies.guard(step, [this, number, id = file.id](const QString &error, int code) {
+            onFailed(number, id, error, code);
+        });
+    switch (order.operation) {
+    case FileOperation::Trash:
+        m_replies.await(running.client.trash(file.id, done, fail));
+        return;
+    case FileOperation::Delete:
+        m_replies.await(running.client.remove(file.id, done, fail));
+        return;
+    case FileOperation::Move:
+        m_replies.await(running.client.move(file.id, order.targetFolderId, done, fail));
+        return;
+    }
+}
+
+// Late replies to what was given up find no batch or no file.
+void FileBatches::onDone(int number, const QString &fileId)
+{
+    Running *running = find(number);
+    if (!running || !running->sent.contains(fileId)) {
+        return;
+    }
+    const BatchFile file = takeAnswered(*running, fileId);
+    ++running->batch.done;
+    emit fileDone(FileBatch(running->batch), file);
+    goOn(number);
+}
+
+void FileBatches::onFailed(int number, const QString &fileId, const QString &error, int code)
+{
+    Running *running = find(number);
+    if (!running || !running->sent.contains(fileId)) {
+        return;
+    }
+    FileBatch &batch = running->batch;
+    const FileOperation operation = batch.order.operation;
+    logFailure(logWord(operation), code, error);
+    batch.failed << takeAnswered(*running, fileId);
+    batch.needsListing = batch.needsListing || leavesOpenWhatIsTrue(code);
+    showSingleToast(failureText(operation, code));
+    goOn(number);
+}
+
+BatchFile FileBatches::takeAnswered(Running &running, const QString &fileId)
+{
+    m_onTheWay[running.userId].remove(fileId);
+    return running.sent.take(fileId);
+}
+
+void FileBatches::goOn(int number)
+{
+    sendNext();
+    if (const Running *running = find(number)) {
+        emit progressed(FileBatch(running->batch));
+    }
+    finishWhenAnswered(number);
+}
+
+void FileBatches::finishWhenAnswered(int number)
+{
+    const auto found =
+        std::find_if(m_running.begin(), m_running.end(),
+                     [number](const auto &running) { return running->batch.number == number; });
+    if (found == m_running.end() || !(*found)->queue.isEmpty() || !(*found)->sent.isEmpty()) {
+        return;
+    }
+    const FileBatch batch = (*found)->batch;
+    m_running.erase(found);
+    emit finished(batch);
+}

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+
+#include "db/tables/user_info.h"
+#include "net/reply_guard.h"
+
+enum class FileOperation { Trash, Delete, Move };
+
+struct BatchFile
+{
+    QString id;
+    QString name; // for the user's eyes
+};
+
+// What a user wants done, to which files of whose drive.
+struct BatchOrder
+{
+    UserInfo user;
+    FileOperation operation = FileOperation::Trash;
+    QList<BatchFile> files;
+    QString sourceFolderId;
+    QString targetFolderId; // for Move alone
+};
+
+// An order and how far it has come.
+struct FileBatch
+{
+    int number = 0; // tells batches apart; the newer has the higher one
+    BatchOrder order;
+    int done = 0;
+    QList<BatchFile> failed;
+    int skipped = 0;           // never sent, since the batch was cancelled before
+    bool needsListing = false; // for some file no answer says what is true in the drive now
+
+    [[nodiscard]] int total() const { return order.files.size(); }
+    [[nodiscard]] int answered() const { return done + failed.size() + skipped; }
+    // The order for the files that failed.
+    [[nodiscard]] BatchOrder again() const;
+};
+
+// Moves, trashes and deletes many files, a few requests of each user at a time, so that neither the
+// window nor the drive is flooded. Belongs to the program, not to a page: a batch goes on when its
+// page is made anew, another user is shown or the folder is left. Works on the interface thread.
+class FileBatches final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileBatches)
+
+public:
+    static constexpr int MostAtOnce = 4; // of one user
+
+    explicit FileBatches(QObject *parent = nullptr);
+    ~FileBatches() override;
+
+    // Returns at once with the number of files taken: a file that is on its way already, in this
+    // user's earlier batches, is left to those.
+    int start(const BatchOrder &order);
+
+    // True as long as any file was neither answered nor given up.
+    [[nodiscard]] bool hasPending() const { return !m_running.empty(); }
+    // The files that still wait for their answer; of all users where none is named.
+    [[nodiscard]] int remaining(const QString &userId = QString()) const;
+    // Those that run, the oldest first.
+    [[nodiscard]] QList<FileBatch> running() const;
+
+    // Sends no further file of the user, or of anybody where none is named. What is on the wire is
+    // waited for, unless it was cancelled before: then nobody waits for it any more.
+    void cancel(const QString &userId = QString());
+
+signals:
+    // A batch was started, came on by a file, or was cancelled.
+    void progressed(const FileBatch &batch);
+    void fileDone(const FileBatch &batch, const BatchFile &file);
+    // The last signal of a batch, however it ended.
+    void finished(const FileBatch &batch);
+
+private:
+    struct Running;
+
+    [[nodiscard]] Running *find(int number) const;
+    [[nodiscard]] int sentOf(const QString &userId) const;
+    void sendNext();
+    void send(Running &running);
+    void onDone(int number, const QString &fileId);
+    void onFailed(int number, const QString &fileId, const QString &error, int code);
+    BatchFile takeAnswered(Running &running, const QString &fileId);
+    void goOn(int number);
+    void finishWhenAnswered(int number);
+
+    std::vector<std::unique_ptr<Running>> m_running; // in the order of their start
+    QHash<QString, QSet<QString>> m_onTheWay;        // file ids by user
+    int m_lastNumber = 0;
+    ReplyGuard m_replies;
+};

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <optional>
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QList>
+#include <QSet>
+
+#include "ui/files/file_kinds.h"
+#include "ui/widgets/row_table.h"
+
+class FileListState;
+
+// The table of one folder's entries. It shows what it is given, sorts and filters it and knows
+// nothing of the drive. Entries are told apart by their file id, for sorting moves the rows.
+// Filling, updating and removing raise no cellChanged().
+class FileTable final : public RowTable
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileTable)
+
+public:
+    enum Column { NameColumn, SizeColumn, UpdatedColumn, TypeColumn, ColumnCount };
+    static constexpr int FileIdRole = 101; // of the cells in NameColumn
+
+    // What the folder holds besides the rows.
+    enum class Rest {
+        None,
+        Expected, // more, which is asked for when it is needed
+        Failed    // more, which could not be had
+    };
+
+    explicit FileTable(QWidget *parent = nullptr);
+
+    // The drive's word for the order by a column.
+    [[nodiscard]] static QString orderField(int column);
+
+    // Sort and widths as stored; a negative sort index and an empty width list change nothing.
+    void restoreState(const FileListState &state);
+    void storeState(FileListState &state) const;
+    // Only the sort; the loaded rows follow.
+    void restoreSort(int column, Qt::SortOrder order);
+
+    void setFiles(const QList<FileItem> &files);
+    void appendFiles(const QList<FileItem> &files);
+    void removeFile(const QString &fileId);
+    // The row shows the record from now on, name, icon and type; it stays where it is.
+    void updateFile(const FileItem &file);
+
+    // Shows the entries whose name contains the text, letter case aside, and that are of the kind.
+    void setFilter(const QString &text, std::optional<FileKind> kind);
+    [[nodiscard]] bool isFiltered() const { return !m_filterText.isEmpty() || m_filterKind; }
+    [[nodiscard]] int shownCount() const;
+    // Nothing is left to scroll: the last row is in sight, or the rows do not fill the view.
+    [[nodiscard]] bool isAtEnd();
+
+    // Sorts by what the header shows.
+    void sortByHeader();
+
+    [[nodiscard]] QString fileIdAt(int row) const;
+    [[nodiscard]] bool isFolderAt(int row) const;
+    [[nodiscard]] bool contains(const QString &fileId) const { return m_entries.contains(fileId); }
+    // -1 for an entry that is not in the table.
+    [[nodiscard]] int rowOf(const QString &fileId) const;
+    // Of the current row; empty when there is none or the filter hides it.
+    [[nodiscard]] QString currentFileId() const;
+    // One for each selected row that the filter leaves visible, from the top.
+    [[nodiscard]] QStringList selectedFileIds() const;
+    [[nodiscard]] int selectedCount() const;
+    // All rows from the top, also those that the filter hides.
+    [[nodiscard]] QStringList fileIds() const;
+
+    enum class Scroll { ToRow, Stay };
+    // Selects the entry, or the row where the entry is not in the table; where the filter hides
+    // it, the next row below or above.
+    void makeCurrent(const QString &fileId, int row, Scroll scroll);
+
+    // While more is to come, no text says that there is nothing.
+    void setRest(Rest rest);
+    // What stands in the table's middle while no row is shown.
+    [[nodiscard]] Notice notice() const override;
+
+    // Typing jumps to the next entry that is shown and whose name starts with what was typed.
+    void keyboardSearch(const QString &typed) override;
+
+signals:
+    // The user sorted or resized a column.
+    void headerChanged();
+    // Rows came, went or were hidden, or there is another part of them to see.
+    void viewChanged();
+    // The user turned the wheel although the end was reached.
+    void pushedAtEnd();
+    // A click on the text that says what could not be loaded.
+    void retryClicked();
+
+public slots:
+    void updateGeometries() override;
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void scrollContentsBy(int dx, int dy) override;
+
+private:
+    struct Entry
+    {
+        QTableWidgetItem *nameCell = nullptr;
+        FileKind kind = FileKind::Other;
+    };
+
+    void setUpHeader();
+    void fillRow(int row, const FileItem &file);
+    void fillRows(int firstRow, const QList<FileItem> &files);
+    // Whether it is known which names pass.
+    enum class Names { Known, LookedAt };
+    void applyFilter(Names names);
+    bool lookAtName(int row);
+    void sortUntold();
+    [[nodiscard]] bool passesFilter(const QTableWidgetItem &name, FileKind kind) const;
+    [[nodiscard]] int nearestShownRow(int row) const;
+    [[nodiscard]] int nextRowNamed(const QString &start, int from) const;
+
+    QHash<QString, Entry> m_entries; // by file id
+    // The name cells that pass the filter, so that a sort need not look at 10,000 names again.
+    QSet<const QTableWidgetItem *> m_passing;
+    QString m_filterText;
+    std::optional<FileKind> m_filterKind;
+    QString m_typed; // of late, in one go
+    QElapsedTimer m_sinceTyped;
+    Rest m_rest = Rest::Expected;
+    bool m_restoring = false;
+};

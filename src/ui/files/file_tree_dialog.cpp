@@ -1,0 +1,163 @@
+#include "ui/files/file_tree_dialog.h"
+
+#include <utility>
+
+#include <QPushButton>
+#include <QTextDocument>
+#include <QTreeWidgetItemIterator>
+
+#include "api/records/file_records.h"
+#include "db/tables/user_info.h"
+#include "net/log_failure.h"
+#include "ui/files/file_kinds.h"
+#include "ui/widgets/questions.h"
+#include "ui/widgets/single_toast.h"
+#include "ui/widgets/waiting_spinner_widget.h"
+#include "ui_file_tree_dialog.h"
+
+namespace {
+
+constexpr int FolderIdRole = Qt::UserRole;
+constexpr int ListedRole = Qt::UserRole + 1; // the children are there or on their way
+
+} // namespace
+
+FileTreeDialog::FileTreeDialog(const UserInfo &user, QStringList excludedIds)
+    : m_ui(std::make_unique<Ui::FileTreeDialog>())
+    , m_client(user)
+    , m_excludedIds(std::move(excludedIds))
+{
+    m_ui->setupUi(this);
+    setChineseTexts(m_ui->buttonBox);
+    m_spinner = new WaitingSpinnerWidget(m_ui->fileTree);
+    connect(m_ui->fileTree, &QTreeWidget::itemExpanded, this, &FileTreeDialog::listChildren);
+    connect(m_ui->fileTree, &QTreeWidget::itemSelectionChanged, this,
+            &FileTreeDialog::onSelectionChanged);
+    QTreeWidgetItem *root = addItem(m_ui->fileTree->invisibleRootItem(), QStringLiteral("首页"),
+                                    QStringLiteral("root"));
+    root->setIcon(0, QIcon(QStringLiteral(":/image/cloud_disk.png")));
+    root->setExpanded(true);
+    onSelectionChanged();
+}
+
+FileTreeDialog::~FileTreeDialog() = default;
+
+QString FileTreeDialog::selectedFolderId() const
+{
+    // The current item is the tree's own choice as long as the user has made none.
+    const QList<QTreeWidgetItem *> chosen = m_ui->fileTree->selectedItems();
+    return chosen.isEmpty() ? QString() : chosen.first()->data(0, FolderIdRole).toString();
+}
+
+void FileTreeDialog::onSelectionChanged()
+{
+    m_ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(!selectedFolderId().isEmpty());
+}
+
+void FileTreeDialog::on_fileTree_clicked(const QModelIndex & /*index*/)
+{
+    listChildren(m_ui->fileTree->currentItem());
+}
+
+void FileTreeDialog::on_fileTree_doubleClicked(const QModelIndex & /*index*/)
+{
+    // The tree itself opens and closes the folder; its children are asked for as it opens.
+    listChildren(m_ui->fileTree->currentItem());
+}
+
+void FileTreeDialog::on_buttonBox_accepted()
+{
+    accept();
+}
+
+void FileTreeDialog::on_buttonBox_rejected()
+{
+    reject();
+}
+
+void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
+{
+    if (!folder || folder->isDisabled() || folder->data(0, ListedRole).toBool()) {
+        return;
+    }
+    folder->setData(0, ListedRole, true);
+    qDeleteAll(folder->takeChildren()); // what came before a page failed
+    requestChildren(folder->data(0, FolderIdRole).toString(), QString());
+}
+
+void FileTreeDialog::requestChildren(const QString &folderId, const QString &marker)
+{
+    countLoading(1);
+    const QString step = QStringLiteral("getFileList");
+    const auto done = m_replies.guard(
+        step, [this, folderId](const FileItems &children) { onChildren(folderId, children); });
+    const auto failed =
+        m_replies.guard(step, [this, step, folderId](const QString &error, int code) {
+            logFailure(step, code, error);
+            onListFailed(folderId);
+        });
+    m_replies.await(m_client.listFoldersPaged(folderId, marker, done, failed));
+}
+
+void FileTreeDialog::countLoading(int change)
+{
+    m_loading += change;
+    if (m_loading > 0) {
+        m_spinner->start();
+    } else {
+        m_spinner->stop();
+    }
+}
+
+void FileTreeDialog::onChildren(const QString &folderId, const FileItems &children)
+{
+    countLoading(-1);
+    QTreeWidgetItem *folder = itemOf(folderId);
+    if (!folder) {
+        return;
+    }
+    for (const FileItem &child : children.items) {
+        if (child.type == QLatin1String("folder")) {
+            addItem(folder, child.name, child.file_id);
+        }
+    }
+    if (!children.next_marker.isEmpty()) {
+        requestChildren(folderId, children.next_marker);
+    } else if (folder->childCount() == 0) {
+        folder->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicator);
+    }
+}
+
+void FileTreeDialog::onListFailed(const QString &folderId)
+{
+    countLoading(-1);
+    showSingleToast(QStringLiteral("文件夹加载失败"));
+    // Closed and unlisted, so that opening it once more asks again.
+    if (QTreeWidgetItem *folder = itemOf(folderId)) {
+        folder->setData(0, ListedRole, false);
+        folder->setExpanded(false);
+    }
+}
+
+QTreeWidgetItem *FileTreeDialog::itemOf(const QString &folderId) const
+{
+    for (QTreeWidgetItemIterator it(m_ui->fileTree); *it; ++it) {
+        if ((*it)->data(0, FolderIdRole).toString() == folderId) {
+            return *it;
+        }
+    }
+    return nullptr;
+}
+
+QTreeWidgetItem *FileTreeDialog::addItem(QTreeWidgetItem *parent, const QString &name,
+                                         const QString &folderId)
+{
+    auto *item = new QTreeWidgetItem(parent, {name});
+    item->setIcon(0, iconOf(FileKind::Folder));
+    // As rich text a name with tags in it would be rendered instead of shown.
+    item->setToolTip(0, Qt::convertFromPlainText(name, Qt::WhiteSpaceNormal));
+    item->setData(0, FolderIdRole, folderId);
+    item->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
+    item->setDisabled(m_excludedIds.contains(folderId));
+    return item;
+}

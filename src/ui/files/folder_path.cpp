@@ -1,0 +1,119 @@
+#include "ui/files/folder_path.h"
+
+#include <QDebug>
+#include <QTextDocument>
+
+namespace {
+
+constexpr int LongestName = 20;
+
+QString shortened(const QString &name)
+{
+    if (name.size() <= LongestName) {
+        return name;
+    }
+    QString start = name.left(LongestName - 1);
+    if (start.at(start.size() - 1).isHighSurrogate()) {
+        start.chop(1);
+    }
+    return start + QStringLiteral("…");
+}
+
+} // namespace
+
+FolderPath::FolderPath(QObject *parent) : QObject(parent)
+{
+    push(QStringLiteral("首页"), QStringLiteral("root"));
+}
+
+void FolderPath::push(const QString &name, const QString &fileId)
+{
+    PathItem item;
+    item.name = name;
+    item.fileId = fileId;
+    m_items.append(item);
+    auto *row = new QStandardItem;
+    row->setEditable(false);
+    // As rich text a name with tags in it would be rendered instead of shown.
+    row->setToolTip(Qt::convertFromPlainText(name, Qt::WhiteSpaceNormal));
+    m_model.appendRow(row);
+    if (count() > 1) {
+        showRow(count() - 2);
+    }
+    showRow(count() - 1);
+    qDebug() << "added path item size:" << count();
+}
+
+void FolderPath::removeAfter(int index)
+{
+    if (index < 0 || index >= count() - 1) {
+        return;
+    }
+    for (int last = count() - 1; last > index; --last) {
+        m_items.removeLast();
+        m_model.removeRow(last);
+        qDebug() << "remove path item:" << last << "row count:" << m_model.rowCount();
+    }
+    showRow(index);
+}
+
+void FolderPath::remember(int row, const QString &fileId)
+{
+    m_items.last().selectedRow = row;
+    m_items.last().selectedFileId = fileId;
+}
+
+void FolderPath::clearFiles()
+{
+    PathItem &folder = m_items.last();
+    folder.files.clear();
+    folder.nextMarker.clear();
+    folder.loaded = false;
+}
+
+void FolderPath::addPage(const QList<FileItem> &files, const QString &nextMarker,
+                         const QString &order)
+{
+    PathItem &folder = m_items.last();
+    folder.files += files;
+    folder.nextMarker = nextMarker;
+    folder.order = order;
+    folder.loaded = true;
+}
+
+void FolderPath::removeFile(const QString &fileId)
+{
+    for (PathItem &item : m_items) {
+        const auto gone =
+            std::remove_if(item.files.begin(), item.files.end(),
+                           [&fileId](const FileItem &file) { return file.file_id == fileId; });
+        item.files.erase(gone, item.files.end());
+    }
+}
+
+void FolderPath::updateFile(const FileItem &file)
+{
+    for (PathItem &item : m_items) {
+        for (FileItem &known : item.files) {
+            if (known.file_id == file.file_id) {
+                known = file;
+            }
+        }
+    }
+}
+
+void FolderPath::forget(const QString &folderId)
+{
+    for (PathItem &item : m_items) {
+        if (item.fileId == folderId) {
+            item.loaded = false;
+        }
+    }
+}
+
+void FolderPath::showRow(int index)
+{
+    const QString text = shortened(m_items.at(index).name);
+    const bool isLast = index == count() - 1;
+    m_model.item(index)->setText(isLast ? text : text + QLatin1Char('>'));
+}

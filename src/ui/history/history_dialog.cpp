@@ -1,0 +1,234 @@
+#include "ui/history/history_dialog.h"
+
+#include <array>
+
+#include <QHeaderView>
+#include <QShortcut>
+
+#include "api/records/file_records.h"
+#include "app/environment/formatting.h"
+#include "db/tables/operations.h"
+#include "player/session/play_request.h"
+#include "ui/files/file_kinds.h"
+#include "ui/history/watch_progress_delegate.h"
+#include "ui/widgets/sort_table_widget_item.h"
+#include "ui/widgets/toast.h"
+#include "ui_history_dialog.h"
+
+namespace {
+
+enum Column { NameColumn, ProgressColumn, TimeColumn, ColumnCount };
+
+constexpr int IdRole = Qt::UserRole; // the row's key in the database
+constexpr std::array<int, ColumnCount> ColumnWidths{360, 112, 180};
+
+QString progressText(const PlayHistory &history)
+{
+    const int percent = qRound(history.playPercentage.value() * 100);
+    return QStringLiteral("%1%  %2/%3")
+        .arg(percent)
+        .arg(formatClock(history.playPosition.value()), formatClock(history.duration.value()));
+}
+
+} // namespace
+
+HistoryDialog::HistoryDialog(QWidget *parent)
+    : DialogPage(parent), m_ui(std::make_unique<Ui::HistoryDialog>())
+{
+    m_ui->setupUi(this);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setUpTable();
+    connect(m_ui->undoBar, &UndoBar::undoRequested, this, &HistoryDialog::onUndoRequested);
+    connect(m_ui->undoBar, &UndoBar::expired, this, [this] { m_removed.clear(); });
+    loadHistory();
+}
+
+HistoryDialog::~HistoryDialog() = default;
+
+void HistoryDialog::setUpTable()
+{
+    QTableWidget *table = m_ui->historyList;
+    table->setColumnCount(ColumnCount);
+    table->setHorizontalHeaderLabels(
+        {QStringLiteral("名称"), QStringLiteral("观看进度"), QStringLiteral("观看时间")});
+    QHeaderView *header = table->horizontalHeader();
+    header->setSortIndicator(TimeColumn, Qt::DescendingOrder);
+    table->setItemDelegateForColumn(ProgressColumn, new WatchProgressDelegate(table));
+    m_ui->historyList->setNotice(
+        {QStringLiteral("还没有观看记录"), QStringLiteral(":/image/history.png")});
+    connect(header, &QHeaderView::sectionClicked, this, &HistoryDialog::onHeaderClicked);
+    connect(table, &QTableWidget::itemDoubleClicked, this, &HistoryDialog::onItemDoubleClicked);
+    setUpShortcuts();
+}
+
+void HistoryDialog::setUpShortcuts()
+{
+    const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
+                            auto action) {
+        auto *shortcut = new QShortcut(keys, place);
+        shortcut->setContext(context);
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    QTableWidget *table = m_ui->historyList;
+    const auto openCurrent = [this, table] { onItemDoubleClicked(table->currentItem()); };
+    add(Qt::Key_Return, table, Qt::WidgetShortcut, openCurrent);
+    add(Qt::Key_Enter, table, Qt::WidgetShortcut, openCurrent);
+    const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
+    add(Qt::Key_Delete, this, page, &HistoryDialog::on_btnRemovePlayHistory_clicked);
+    add(Qt::Key_F5, this, Qt::WindowShortcut, &HistoryDialog::on_btnRefresh_clicked);
+}
+
+void HistoryDialog::loadHistory()
+{
+    qDebug() << "load history...";
+    QTableWidget *table = m_ui->historyList;
+    const QSet<int> selected = selectedIds();
+    const int row = table->currentRow();
+    table->clearContents();
+    listPlayHistory(m_rows);
+    table->setRowCount(m_rows.size());
+    for (int column = 0; column < ColumnCount; ++column) {
+        table->setColumnWidth(column, ColumnWidths.at(column));
+    }
+    for (int index = 0; index < m_rows.size(); ++index) {
+        fillRow(index, m_rows.at(index));
+    }
+    onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
+    // A player writes the history again and again: the user's place in the list stays.
+    select(selected, row);
+}
+
+QSet<int> HistoryDialog::selectedIds() const
+{
+    const QTableWidget *table = m_ui->historyList;
+    QSet<int> ids;
+    for (const QModelIndex &index : table->selectionModel()->selectedRows()) {
+        ids.insert(table->item(index.row(), NameColumn)->data(IdRole).toInt());
+    }
+    return ids;
+}
+
+void HistoryDialog::select(const QSet<int> &ids, int row)
+{
+    QTableWidget *table = m_ui->historyList;
+    table->clearSelection();
+    QItemSelectionModel *selection = table->selectionModel();
+    const auto add = QItemSelectionModel::Select | QItemSelectionModel::Rows;
+    for (int found = 0; found < table->rowCount(); ++found) {
+        if (ids.contains(table->item(found, NameColumn)->data(IdRole).toInt())) {
+            selection->setCurrentIndex(table->model()->index(found, NameColumn), add);
+        }
+    }
+    // What was selected has been removed: on from its place.
+    if (!ids.isEmpty() && !selection->hasSelection() && table->rowCount() > 0) {
+        table->selectRow(qBound(0, row, table->rowCount() - 1));
+    }
+}
+
+void HistoryDialog::fillRow(int row, const PlayHistory &history)
+{
+    QTableWidget *table = m_ui->historyList;
+    auto *name = SortTableWidgetItem::forName(history.name.value());
+    name->setIcon(iconOf(FileKind::Video));
+    name->setData(IdRole, history.id.value());
+    const QDateTime watched = history.updateTime.value();
+    const auto perMille = static_cast<qint64>(history.playPercentage.value() * 1000);
+    table->setItem(row, NameColumn, name);
+    table->setItem(row, ProgressColumn,
+                   SortTableWidgetItem::forValue(progressText(history), perMille));
+    table->setItem(
+        row, TimeColumn,
+        SortTableWidgetItem::forValue(formatDateTime(watched), watched.toMSecsSinceEpoch()));
+}
+
+void HistoryDialog::onHeaderClicked(int column)
+{
+    m_ui->historyList->sortItems(column,
+                                 m_ui->historyList->horizontalHeader()->sortIndicatorOrder());
+}
+
+void HistoryDialog::on_btnRemovePlayHistory_clicked()
+{
+    const QSet<int> ids = selectedIds();
+    QList<PlayHistory> selected;
+    std::copy_if(m_rows.begin(), m_rows.end(), std::back_inserter(selected),
+                 [&ids](const PlayHistory &history) { return ids.contains(history.id.value()); });
+    for (const int id : ids) {
+        removePlayHistory(id);
+    }
+    reloadAndOfferUndo(selected);
+}
+
+void HistoryDialog::on_btnClearPlayHistory_clicked()
+{
+    // The table may be older than what is cleared.
+    DQList<PlayHistory> rows;
+    listPlayHistory(rows);
+    clearPlayHistory();
+    reloadAndOfferUndo(QList<PlayHistory>(rows.begin(), rows.end()));
+}
+
+void HistoryDialog::reloadAndOfferUndo(const QList<PlayHistory> &candidates)
+{
+    loadHistory();
+    const int before = m_removed.size();
+    PlayHistory present;
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(m_removed),
+                 [&present](const PlayHistory &history) {
+                     return !loadPlayHistory(history.fileId.value(), present);
+                 });
+    if (m_removed.size() > before) {
+        m_ui->undoBar->offer(QStringLiteral("已删除 %1 条观看记录").arg(m_removed.size()));
+    }
+}
+
+void HistoryDialog::onUndoRequested()
+{
+    restorePlayHistory(m_removed);
+    loadHistory();
+}
+
+void HistoryDialog::on_btnClearSkipCutHistory_clicked()
+{
+    clearFolderSettings();
+    emit skipTimesCleared();
+    Toast::showTip(QStringLiteral("已清除所有文件夹的片头片尾设置"));
+}
+
+void HistoryDialog::on_btnRefresh_clicked()
+{
+    loadHistory();
+}
+
+const PlayHistory *HistoryDialog::historyAt(int row) const
+{
+    const QTableWidgetItem *name = m_ui->historyList->item(row, NameColumn);
+    const int id = name ? name->data(IdRole).toInt() : 0;
+    for (const PlayHistory &history : m_rows) {
+        if (history.id.value() == id) {
+            return &history;
+        }
+    }
+    return nullptr;
+}
+
+void HistoryDialog::onItemDoubleClicked(QTableWidgetItem *item)
+{
+    if (const PlayHistory *history = item ? historyAt(item->row()) : nullptr) {
+        open(*history);
+    }
+}
+
+// The player finds out where the video is now, and what lies beside it.
+void HistoryDialog::open(const PlayHistory &history)
+{
+    UserInfo user;
+    if (!loadUserInfo(history.userId.value(), user)) {
+        return;
+    }
+    FileItem video;
+    video.file_id = history.fileId.value();
+    video.parent_file_id = history.parentFileId.value();
+    video.name = history.name.value();
+    emit videoOpenRequested({user, video, {}, history});
+}

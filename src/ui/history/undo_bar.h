@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QFrame>
+#include <QTimer>
+
+class QLabel;
+
+// A line that tells of something done at once, with a button that takes it back. Hidden until
+// something was done, and again ten seconds after the last of it.
+class UndoBar final : public QFrame
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(UndoBar)
+
+public:
+    explicit UndoBar(QWidget *parent = nullptr);
+
+    void offer(const QString &text);
+
+signals:
+    void undoRequested();
+    // The offer is over, taken or not.
+    void expired();
+
+private:
+    void onUndoClicked();
+    void onTimeout();
+
+    QLabel *m_label = nullptr;
+    QTimer m_timer;
+};

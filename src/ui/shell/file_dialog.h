@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+
+#include <QList>
+
+#include "db/tables/user_info.h"
+#include "ui/widgets/dialog_page.h"
+
+class CloudFileDialog;
+class FileBatches;
+class TransDialog;
+struct PlayRequest;
+
+namespace Ui {
+class FileDialog;
+}
+
+// The file manager page: one tab for each logged-in user. Keeps the current-user setting and the
+// session in step with the tab the user clicks, and makes the tabs anew after each login or
+// logout.
+class FileDialog final : public DialogPage
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileDialog)
+
+public:
+    // The batches are the program's and must outlive the dialog; without them it makes its own.
+    explicit FileDialog(FileBatches *batches = nullptr, QWidget *parent = nullptr);
+    ~FileDialog() override;
+
+    [[nodiscard]] QString nickname() const { return m_nickname; }
+    // See listStatusChanged().
+    [[nodiscard]] QString listStatus() const;
+
+    // Gives the keyboard to the files of the page that is shown.
+    void focusList();
+
+public slots:
+    // The player changed the stored quality.
+    void updateVideoQuality();
+
+signals:
+    void userSwitched(const QString &nickname, const QString &spaceInfo);
+    // Relayed from every page, so that also pages made later are heard.
+    void refreshDiskSpace(QString &info);
+    void videoOpenRequested(const PlayRequest &request);
+    // Of the page that is shown: what of its list is shown, loaded and selected.
+    void listStatusChanged(const QString &text);
+
+private:
+    void rebuild();
+    void removeTab(int index);
+    void addTab(const UserInfo &user);
+    void makeCurrent(int index);
+    void relogin();
+    void logInAnother(CloudFileDialog *page);
+    void logOut(CloudFileDialog *page);
+    void connectAccounts(CloudFileDialog *page);
+    void onTabClicked(int index);
+    void onUserChanged(int changeType, int pos, int skipToPos, const QString &nickname);
+    void onListSettingsChanged(const CloudFileDialog *changed);
+    void loadAvatar(const UserInfo &user, CloudFileDialog *page);
+    [[nodiscard]] CloudFileDialog *pageAt(int index) const;
+    [[nodiscard]] QList<CloudFileDialog *> pages() const;
+
+    const std::unique_ptr<Ui::FileDialog> m_ui;
+    const std::unique_ptr<TransDialog> m_transfers;
+    FileBatches *const m_batches;
+    QList<UserInfo> m_users; // in the order of the tabs
+    QString m_nickname;
+};

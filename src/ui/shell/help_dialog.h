@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "ui/widgets/dialog_page.h"
+
+namespace Ui {
+class HelpDialog;
+}
+
+// Name, version and licences, and three buttons that open pages in the browser.
+class HelpDialog final : public DialogPage
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(HelpDialog)
+
+public:
+    explicit HelpDialog(QWidget *parent = nullptr);
+    ~HelpDialog() override;
+
+private slots:
+    void on_btnDownloadTV_clicked();
+    void on_btnDownloadPc_clicked();
+    void on_btnReportBug_clicked();
+
+private:
+    const std::unique_ptr<Ui::HelpDialog> m_ui;
+};

@@ -1,0 +1,239 @@
+#include <sys/resource.h>
+
+#include "backend_test.h"
+#include "scripted_platform.h"
+
+namespace {
+
+const std::string Get = "GET /health HTTP/1.1\r\nHost: h\r\n";
+const std::string Post = "POST /app/cloudtv/pc/refresh HTTP/1.1\r\nHost: h\r\n";
+const std::string LoginReply =
+    "HTTP/1.1 200 OK\r\nContent-Length: 27\r\n\r\n{\"qrCodeUrl\":\"u\",\"sid\":\"s\"}";
+
+} // namespace
+
+// What clients may do, and what happens to the others meanwhile.
+class TestClients final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_options = optionsFor(m_platform.url()); }
+    void cleanup() { m_server.reset(); }
+    void answersWhatIsSent_data();
+    void answersWhatIsSent();
+    void slowClientsAreSentAway();
+    void aHugeBodyIsNotRead();
+    void idleConnectionsKeepNobodyOut();
+    void tooManyCallsAreRefused();
+    void eachAddressHasItsOwnBucket_data();
+    void eachAddressHasItsOwnBucket();
+    void requestsUnderWayAreAnsweredAtTheEnd();
+
+private:
+    int start()
+    {
+        m_server = std::make_unique<backend::Server>(m_options);
+        m_server->start();
+        return m_server->port();
+    }
+
+    const ScriptedPlatform m_platform{LoginReply, Manner::Closes};
+    backend::Options m_options;
+    std::unique_ptr<backend::Server> m_server;
+};
+
+void TestClients::answersWhatIsSent_data()
+{
+    QTest::addColumn<std::string>("bytes");
+    QTest::addColumn<QString>("statuses");
+    const auto row = [](const char *name, const std::string &bytes, const char *statuses) {
+        QTest::newRow(name) << bytes << QString(statuses);
+    };
+    const auto length = [](const std::string &value) {
+        return Post + "Content-Length: " + value + "\r\n\r\n";
+    };
+    row("two at once", Get + "\r\n" + Get + "Connection: close\r\n\r\n", "200 200");
+    row("empty lines before", "\r\n\r\n" + Get + "Connection: x, CLOSE\r\n\r\n", "200");
+    row("HTTP/1.0", "GET /health HTTP/1.0\r\n\r\n", "200");
+    row("the whole address", "GET http://h/health HTTP/1.0\r\n\r\n", "200");
+    row("a waiting body",
+        Post + "Connection: close\r\nExpect: 100-continue\r\nContent-Length: 1\r\n\r\n", "100");
+    row("another path", "GET /healthy HTTP/1.0\r\n\r\n", "404");
+    row("another method", "HEAD /health HTTP/1.0\r\n\r\n", "405");
+    row("no HTTP", "hello\r\n\r\n", "400");
+    row("another version", "GET /health HTTP/2.0\r\n\r\n", "505");
+    row("no host", "GET /health HTTP/1.1\r\n\r\n", "400");
+    row("two hosts", Get + "Host: i\r\n\r\n", "400");
+    row("a blank before the colon", Get + "A : b\r\n\r\n", "400");
+    row("a line that goes on", Get + " b\r\n\r\n", "400");
+    row("a zero byte", Get + "A: " + std::string(1, '\0') + "\r\n\r\n", "400");
+    row("a broken escape", "GET /health?a=%4 HTTP/1.1\r\nHost: h\r\n\r\n", "400");
+    row("a long address", "GET /" + std::string(8200, 'a') + " HTTP/1.1\r\n\r\n", "414");
+    row("a large head", Get + "A: " + std::string(20000, 'a'), "431");
+    row("no length", length(""), "400");
+    row("a negative length", length("-1"), "400");
+    row("two lengths", length("1\r\nContent-Length: 2"), "400");
+    row("a large body", length("65537"), "413");
+    row("a length of twenty digits", length("18446744073709551617"), "413");
+    row("chunks", Post + "Transfer-Encoding: chunked\r\n\r\n", "411");
+    row("a packed body", Post + "Content-Encoding: gzip\r\n\r\n", "415");
+    const std::string token = std::string("GET ") + TokenPath;
+    row("a code and a token", token + "?authCode=a&refreshToken=b HTTP/1.0\r\n\r\n", "400");
+    row("neither", token + "?alphaTestNum= HTTP/1.0\r\n\r\n", "400");
+    row("two codes", token + "?authCode=a&authCode=b HTTP/1.0\r\n\r\n", "400");
+    row("an empty code", token + "?authCode= HTTP/1.0\r\n\r\n", "400");
+    row("a code of two lines", token + "?authCode=a%0Ab HTTP/1.0\r\n\r\n", "400");
+}
+
+void TestClients::answersWhatIsSent()
+{
+    QFETCH(std::string, bytes);
+    Peer peer(start());
+    QVERIFY(peer.send(bytes));
+    const QString reply = QString::fromUtf8(peer.received(300));
+    QStringList statuses;
+    for (auto found = QRegularExpression(QStringLiteral("HTTP/1.1 (\\d+)")).globalMatch(reply);
+         found.hasNext();) {
+        statuses += found.next().captured(1);
+    }
+    QTEST(statuses.join(QLatin1Char(' ')), "statuses");
+}
+
+void TestClients::slowClientsAreSentAway()
+{
+    m_options.requestPatience = backend::Milliseconds(500);
+    m_options.idlePatience = backend::Milliseconds(1000);
+    const int port = start();
+    Peer silent(port);
+    Peer slow(port);
+    QElapsedTimer timer;
+    timer.start();
+    for (char next : Post) {
+        slow.send(std::string(1, next));
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+        if (timer.elapsed() > 900) {
+            break;
+        }
+    }
+    QVERIFY(slow.received().startsWith("HTTP/1.1 408"));
+    QCOMPARE(silent.received(), QByteArray());
+    QVERIFY(timer.elapsed() < 3000);
+}
+
+void TestClients::aHugeBodyIsNotRead()
+{
+    Peer peer(start());
+    QVERIFY(peer.send(Post + "Content-Length: 1000000000\r\n\r\n"));
+    const std::string megabyte(1 << 20, 'x');
+    int sent = 0;
+    while (sent < 1000 && peer.send(megabyte)) {
+        ++sent;
+    }
+    QVERIFY2(sent < 1000, "a gigabyte was taken");
+    QCOMPARE(ask(m_server->port(), "qrcode").status, 200);
+}
+
+void TestClients::idleConnectionsKeepNobodyOut()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min<rlim_t>(4096, limit.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    m_options.connections = 900; // so that some have to make room
+    const int port = start();
+    std::vector<std::unique_ptr<Peer>> idle;
+    for (int i = 0; i < 1000; ++i) {
+        idle.push_back(std::make_unique<Peer>(port));
+        QVERIFY(idle.back()->isOpen());
+        idle.back()->send(i % 2 ? Post : "");
+    }
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(ask(port, "qrcode").status, 200);
+    QVERIFY(timer.elapsed() < 5000);
+}
+
+void TestClients::tooManyCallsAreRefused()
+{
+    const ScriptedPlatform frozen("", Manner::Hangs);
+    m_options = optionsFor(frozen.url());
+    m_options.callsAtOnce = 2;
+    m_options.waitingCalls = 1;
+    const int port = start();
+    std::vector<std::unique_ptr<Peer>> peers;
+    for (int i = 0; i < 3; ++i) {
+        peers.push_back(std::make_unique<Peer>(port));
+        peers.back()->send("GET /app/oauth/accessToken?authCode=a HTTP/1.0\r\n\r\n");
+        QTRY_COMPARE(frozen.requests().size(), std::size_t(std::min(i + 1, 2)));
+    }
+    QTRY_COMPARE(ask(port, "qrcode").status, 503);
+    QCOMPARE(ask(port, "qrcode").retryAfter, std::string("1"));
+    httplib::Client client("127.0.0.1", port);
+    QCOMPARE(answerOf(client.Get("/health")).status, 200);
+    for (const auto &peer : peers) {
+        QVERIFY(peer->received().startsWith("HTTP/1.1 502"));
+    }
+}
+
+void TestClients::eachAddressHasItsOwnBucket_data()
+{
+    QTest::addColumn<QString>("proxy");
+    QTest::addColumn<QStringList>("forwarded"); // of each request in turn
+    QTest::addColumn<QString>("statuses");      // with two requests in a bucket
+    const auto row = [](const char *name, const char *proxy, const char *forwarded,
+                        const char *statuses) {
+        QTest::newRow(name) << QString(proxy) << QString(forwarded).split(QLatin1Char(';'))
+                            << QString(statuses);
+    };
+    row("nobody named: the header is nothing", "10.0.0.1", "1.1.1.1;2.2.2.2;3.3.3.3",
+        "200 200 429");
+    row("a named proxy is believed", "127.0.0.0/8", "1.1.1.1;1.1.1.1;2.2.2.2;1.1.1.1",
+        "200 200 200 429");
+    row("only what it added itself", "127.0.0.1",
+        "9.9.9.9, 1.1.1.1;8.8.8.8,1.1.1.1;7.7.7.7 , 1.1.1.1", "200 200 429");
+    row("through two proxies", "127.0.0.1", "1.1.1.1,127.0.0.1;2.2.2.2,127.0.0.1;1.1.1.1;1.1.1.1",
+        "200 200 200 429");
+    row("a household of IPv6", "127.0.0.1", "2001:db8::1;2001:db8::2;2001:db8::3;2001:db8:0:1::1",
+        "200 200 429 200");
+    row("what is no address", "127.0.0.1", "x;x;y", "200 200 429");
+}
+
+void TestClients::eachAddressHasItsOwnBucket()
+{
+    QFETCH(QString, proxy);
+    QFETCH(QStringList, forwarded);
+    m_options.proxies = {proxy.toStdString()};
+    m_options.requestsPerSecond = 0.05;
+    m_options.burst = 2;
+    const int port = start();
+    QStringList statuses;
+    for (const QString &addresses : qAsConst(forwarded)) {
+        const Answer answer = ask(port, "qrcode", {{"X-Forwarded-For", addresses.toStdString()}});
+        statuses += QString::number(answer.status);
+        QCOMPARE(answer.retryAfter, std::string(answer.status == 429 ? "20" : ""));
+    }
+    QTEST(statuses.join(QLatin1Char(' ')), "statuses");
+}
+
+void TestClients::requestsUnderWayAreAnsweredAtTheEnd()
+{
+    const ScriptedPlatform slow(LoginReply, Manner::Trickles);
+    m_options = optionsFor(slow.url());
+    m_options.platformPatience = std::chrono::seconds(10);
+    const int port = start();
+    Peer idle(port);
+    Answer answer;
+    std::thread client([&answer, port] { answer = ask(port, "qrcode"); });
+    QTRY_COMPARE(slow.requests().size(), std::size_t(1));
+    m_server->stop();
+    client.join();
+    QCOMPARE(answer.status, 200);
+    QCOMPARE(idle.received(), QByteArray());
+    QVERIFY(!Peer(port).isOpen());
+    m_server->start();
+    QCOMPARE(ask(port, "authCode=a").status, 502); // at the same port
+}
+
+QTEST_GUILESS_MAIN(TestClients)
+#include "tst_backend_clients.moc"

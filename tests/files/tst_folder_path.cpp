@@ -1,0 +1,69 @@
+#include <QTest>
+
+#include "support/test_main.h"
+#include "ui/files/folder_path.h"
+
+namespace {
+
+FileItem file(const QString &fileId, const QString &name)
+{
+    FileItem item;
+    item.file_id = fileId;
+    item.name = name;
+    return item;
+}
+
+} // namespace
+
+class TestFolderPath final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void shortensNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("text");
+        const QString twenty(20, 'a');
+        QTest::newRow("twenty characters") << twenty << twenty;
+        QTest::newRow("one more") << twenty + "b" << twenty.left(19) + "…";
+        // A face is two code units: it is left out whole.
+        QTest::newRow("a face at the edge") << twenty.left(18) + "😀😀" << twenty.left(18) + "…";
+    }
+    void shortensNames()
+    {
+        QFETCH(QString, name);
+        FolderPath path;
+        path.push(name, "f1");
+        QTEST(path.model()->index(1, 0).data().toString(), "text");
+        QCOMPARE(path.last().name, name);
+    }
+
+    void tagsInANameAreShown()
+    {
+        FolderPath path;
+        path.push("<b>x</b>", "f1");
+        const QString tip = path.model()->index(1, 0).data(Qt::ToolTipRole).toString();
+        QVERIFY2(tip.contains("&lt;b&gt;x"), qPrintable(tip));
+    }
+
+    void changesAFileInEveryFolder()
+    {
+        FolderPath path;
+        path.addPage({file("x", "x"), file("y", "y")}, "more", "name ASC");
+        path.push("a", "f1");
+        path.addPage({file("y", "y")}, QString(), "name ASC");
+        path.updateFile(file("y", "new"));
+        QCOMPARE(path.last().files.first().name, "new");
+        path.removeFile("y");
+        QVERIFY(path.last().files.isEmpty());
+        path.removeAfter(0);
+        QCOMPARE(path.last().files.size(), 1);
+        QCOMPARE(path.last().nextMarker, "more");
+        path.forget("root");
+        QVERIFY(!path.last().loaded);
+    }
+};
+
+MORAVU_TEST_WITHOUT_WINDOWS(TestFolderPath)
+#include "tst_folder_path.moc"

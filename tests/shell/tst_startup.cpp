@@ -1,0 +1,136 @@
+#include <QApplication>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QSplashScreen>
+#include <QTabBar>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include "app/appearance.h"
+#include "app/arguments.h"
+#include "app/toolkit_texts.h"
+#include "ui/widgets/base_window.h"
+#include "ui/widgets/questions.h"
+
+Q_DECLARE_METATYPE(std::optional<int>)
+
+namespace {
+
+// What a user may meet of texts that Qt or the toolkit's translator gives.
+QStringList toolkitTexts()
+{
+    QStringList texts;
+    QMessageBox box;
+    box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel | QMessageBox::Close |
+                           QMessageBox::Yes | QMessageBox::No | QMessageBox::Retry);
+    box.setDetailedText("x");
+    for (const QAbstractButton *button : box.buttons()) {
+        texts << button->text();
+    }
+    QLineEdit edit;
+    const std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());
+    for (const QAction *action : menu->actions()) {
+        texts << action->text().section('\t', 0, 0);
+    }
+    const BaseWindow window;
+    const QTabBar bar;
+    for (const auto &buttons :
+         {window.findChildren<QToolButton *>(), bar.findChildren<QToolButton *>()}) {
+        for (const QToolButton *button : buttons) {
+            texts << button->accessibleName() << button->toolTip();
+        }
+    }
+    texts.removeAll(QString());
+    return texts;
+}
+
+} // namespace
+
+class TestStartup final : public QObject
+{
+    Q_OBJECT
+
+public:
+    TestStartup() { qputenv("LANGUAGE", "fr:zh_CN:de"); }
+
+private slots:
+    void init()
+    {
+        // Arguments are answered before there is an application.
+        if (!m_application && QByteArray("answersArguments") != QTest::currentTestFunction()) {
+            static int argc = 0;
+            m_application = std::make_unique<QApplication>(argc, nullptr);
+        }
+    }
+
+    void answersArguments_data()
+    {
+        QTest::addColumn<QByteArrayList>("arguments");
+        QTest::addColumn<std::optional<int>>("exitCode");
+        const std::optional<int> start;
+        const auto row = [](const char *title, const QByteArrayList &arguments,
+                            std::optional<int> exitCode) {
+            QTest::newRow(title) << arguments << exitCode;
+        };
+        row("none", {}, start);
+        row("help", {"--help"}, 0);
+        row("version", {"--version"}, 0);
+        row("an unknown option", {"--frobnicate"}, 2);
+        row("an unknown option beside a known one", {"--help", "--frobnicate"}, 2);
+        row("a file", {"film.mkv"}, 2);
+        row("a toolkit's option", {"-platform", "offscreen"}, start);
+        row("a toolkit's option without its value", {"-platform"}, 2);
+        row("a toolkit's switch", {"-reverse"}, start);
+    }
+    void answersArguments()
+    {
+        QFETCH(QByteArrayList, arguments);
+        arguments.prepend("moravu");
+        std::vector<char *> words;
+        for (QByteArray &argument : arguments) {
+            words.push_back(argument.data());
+        }
+        words.push_back(nullptr);
+        QTEST(answerArguments(arguments.size(), words.data()), "exitCode");
+    }
+
+    void installsTheUsersTranslation()
+    {
+        QCOMPARE(QCoreApplication::translate("Test", "Hello"), QString("Hello"));
+        loadTranslation();
+        QCOMPARE(QCoreApplication::translate("Test", "Hello"), QString("你好"));
+    }
+
+    void showsASplashAndTakesItAway()
+    {
+        bool shown = false;
+        QTimer::singleShot(0, this, [&shown] {
+            const QWidgetList windows = QApplication::topLevelWidgets();
+            shown = windows.size() == 1 && qobject_cast<QSplashScreen *>(windows.first());
+        });
+        showSplash();
+        QVERIFY(shown);
+        QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    }
+
+    void speaksChineseForTheToolkit()
+    {
+        ToolkitTexts translator;
+        QCoreApplication::installTranslator(&translator);
+        const QRegularExpression chinese("^[\\x{4e00}-\\x{9fff}]+(\\(&[A-Z]\\))?$");
+        const QStringList texts = toolkitTexts();
+        QCOMPARE(texts.size(), 7 + 7 + 6 + 2);
+        QCOMPARE(texts.filter(chinese), texts);
+    }
+
+private:
+    std::unique_ptr<QApplication> m_application;
+};
+
+QTEST_APPLESS_MAIN(TestStartup)
+#include "tst_startup.moc"
