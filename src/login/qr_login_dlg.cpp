@@ -139,11 +139,12 @@ void QRLoginDlg::refreshQRCode()
     const auto done = [this](const QString &reply) { onQrCode(reply); };
     const auto failed = [this, request = ++m_codeRequests](
                             const QString & /*error*/, int /*code*/) { onQrCodeFailed(request); };
-    m_replies.await(HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
-                        .param(QStringLiteral("alphaTestNum"), EmptyValue)
-                        .success(m_replies.guard(step, done))
-                        .fail(m_replies.guard(step, failed))
-                        .post());
+    m_replies.limitWait(
+        HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
+            .param(QStringLiteral("alphaTestNum"), EmptyValue)
+            .success(m_replies.guard(step, done))
+            .fail(m_replies.guard(step, failed))
+            .post());
 }
 
 // One that was left behind by Refresh says nothing about the code that is asked for now.
@@ -208,11 +209,11 @@ void QRLoginDlg::handleTimeout()
     const auto failed = [this, poll = ++m_polls](const QString & /*error*/, int /*code*/) {
         onPollFailed(poll);
     };
-    m_replies.await(HttpClient(endpoints().openApi + QStringLiteral("/oauth/qrcode/") +
-                               m_qrcode.sid + QStringLiteral("/status"))
-                        .success(m_replies.guard(QStringLiteral("qrcode"), done))
-                        .fail(m_replies.guard(failed))
-                        .get());
+    m_replies.limitWait(HttpClient(endpoints().openApi + QStringLiteral("/oauth/qrcode/") +
+                                   m_qrcode.sid + QStringLiteral("/status"))
+                            .success(m_replies.guard(QStringLiteral("qrcode"), done))
+                            .fail(m_replies.guard(failed))
+                            .get());
 }
 
 // Polling ends without a word; a poll that was left behind by Refresh ends nothing.
@@ -253,12 +254,12 @@ void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
         qDebug() << "getAccessToken请求失败:" << error;
         stallWithTip(QStringLiteral("获取授权信息请求失败"));
     };
-    m_replies.await(HttpClient(endpoints().backend + QStringLiteral("/app/oauth/accessToken"))
-                        .param(QStringLiteral("alphaTestNum"), EmptyValue)
-                        .param(QStringLiteral("authCode"), scan.authCode)
-                        .success(m_replies.guard(step, done))
-                        .fail(m_replies.guard(step, failed))
-                        .get());
+    m_replies.limitWait(HttpClient(endpoints().backend + QStringLiteral("/app/oauth/accessToken"))
+                            .param(QStringLiteral("alphaTestNum"), EmptyValue)
+                            .param(QStringLiteral("authCode"), scan.authCode)
+                            .success(m_replies.guard(step, done))
+                            .fail(m_replies.guard(step, failed))
+                            .get());
 }
 
 void QRLoginDlg::onAccessToken(const QString &reply)
@@ -286,8 +287,9 @@ void QRLoginDlg::getDriveInfo(const AccessTokenResp &token)
         qDebug() << "getDriveInfo fail" << error;
         stallWithToast(NoDriveInfo);
     };
-    m_replies.await(OpenApiClient::forAccessToken(token.accessToken)
-                        .driveInfoText(m_replies.guard(step, done), m_replies.guard(step, failed)));
+    m_replies.limitWait(
+        OpenApiClient::forAccessToken(token.accessToken)
+            .driveInfoText(m_replies.guard(step, done), m_replies.guard(step, failed)));
 }
 
 void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
@@ -322,8 +324,8 @@ void QRLoginDlg::askForName(const UserInfo &user)
         logFailure(step, code, error);
         finishLogin(user, QString());
     };
-    m_replies.await(OpenApiClient::forAccessToken(m_accessToken)
-                        .userInfo(m_replies.guard(step, done), m_replies.guard(step, failed)));
+    m_replies.limitWait(OpenApiClient::forAccessToken(m_accessToken)
+                            .userInfo(m_replies.guard(step, done), m_replies.guard(step, failed)));
 }
 
 // A refused account is stored and becomes the current one all the same.

@@ -29,7 +29,7 @@ struct HttpRefusal
 // A firing call sends the request and returns at once. When the reply is there, exactly one of
 // success and fail runs, then complete, all from the event loop of the calling (the interface)
 // thread; callbacks that are not set are skipped. Redirects are not followed, and no time-out is
-// set: who asks decides how long to wait (ReplyGuard::await). HTTP error statuses are failures.
+// set: who asks decides how long to wait (ReplyGuard::limitWait). HTTP error statuses are failures.
 // Addresses that are not http or https are not asked (mayBeAsked), which is a local failure.
 //
 // The object is a handle: copies share one request, and a request that is waiting for its reply

@@ -74,7 +74,7 @@ void HttpDownLoader::start()
     m_totalSize = 0;
     m_received = 0;
     if (mayBeAsked(QUrl(m_url))) {
-        await(m_manager->head(downloadRequest(m_url)));
+        expect(m_manager->head(downloadRequest(m_url)));
     } else {
         QMetaObject::invokeMethod(
             this, [this] { failWithCode(QNetworkReply::ProtocolUnknownError); },
@@ -82,7 +82,7 @@ void HttpDownLoader::start()
     }
 }
 
-void HttpDownLoader::await(QNetworkReply *reply)
+void HttpDownLoader::expect(QNetworkReply *reply)
 {
     m_reply = reply;
     m_silence.start(ReplyGuard::patience().silent);
@@ -144,7 +144,7 @@ void HttpDownLoader::requestChunk()
     QNetworkRequest request = downloadRequest(m_url);
     request.setRawHeader(QByteArrayLiteral("Range"),
                          QStringLiteral("bytes=%1-%2").arg(m_received).arg(chunkEnd).toLatin1());
-    await(m_manager->get(request));
+    expect(m_manager->get(request));
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpDownLoader::slotReadyRead);
     connect(m_reply, &QNetworkReply::errorOccurred, this, &HttpDownLoader::slotError);
 }

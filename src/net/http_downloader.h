@@ -53,7 +53,7 @@ private:
     enum class State { Idle = 0, Downloading = 1, Failed = 4 };
 
     void beginWriting(const QNetworkReply *headReply);
-    void await(QNetworkReply *reply);
+    void expect(QNetworkReply *reply);
     void requestChunk();
     void finishChunk();
     void finish();

@@ -37,7 +37,7 @@ void watch(const PendingReply &reply)
 
 } // namespace
 
-void ReplyGuard::await(const PendingReply &reply)
+void ReplyGuard::limitWait(const PendingReply &reply)
 {
     const auto answered = [](const PendingReply &awaited) { return !awaited.isPending(); };
     m_awaited.erase(std::remove_if(m_awaited.begin(), m_awaited.end(), answered), m_awaited.end());

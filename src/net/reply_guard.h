@@ -16,7 +16,7 @@
 //
 //     const auto done = m_replies.guard(step, [this](const FileItems &page) { ... });
 //     const auto failed = m_replies.guard(step, [this](const QString &error, int code) { ... });
-//     m_replies.await(m_client.listFiles(folder, limit, marker, done, failed));
+//     m_replies.limitWait(m_client.listFiles(folder, limit, marker, done, failed));
 //
 // Requests carry no time-out. Who awaits one has patience for 15 s without a byte, 60 s in all;
 // then the request is given up: its fail callback runs, its connection is closed, and what the
@@ -70,7 +70,7 @@ public:
     }
 
     // Waits for a fired request as described above.
-    void await(const PendingReply &reply);
+    void limitWait(const PendingReply &reply);
 
     // Ends the awaited requests at once: none of their callbacks runs.
     void abandon();

@@ -57,7 +57,7 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         const PendingReply reply = ask(server);
-        m_replies.await(reply);
+        m_replies.limitWait(reply);
         QVERIFY(reply.isPending());
         QTRY_VERIFY(!m_calls.isEmpty());
         QVERIFY2(clock.elapsed() >= least * 9 / 10 && clock.elapsed() < least + 500,
@@ -73,8 +73,8 @@ private slots:
     {
         ScriptedServer server([](const ReceivedRequest &) { return ScriptedAnswer{}; });
         m_calls.clear();
-        m_replies.await(ask(server));
-        m_replies.await(ask(server));
+        m_replies.limitWait(ask(server));
+        m_replies.limitWait(ask(server));
         QTRY_COMPARE(server.requests().size(), 2);
         m_replies.abandon();
         QTRY_COMPARE(server.openConnections(), 0);

@@ -6,7 +6,7 @@
 #include "api/records/change_records.h"
 #include "api/records/file_records.h"
 #include "api/records/video_records.h"
-#include "api/session/api_refusal.h"
+#include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
@@ -196,9 +196,12 @@ private slots:
             drive.server().addFault(FaultOn("getDriveInfo").body(body));
             Outcome outcome;
             std::optional<DriveInfo> info;
-            client.driveInfo([&](const DriveInfo &reply) { info = reply; }, outcome.fail());
+            auto trouble = ApiTrouble::Other;
+            client.whenRefused([&](const ApiRefusal &told) { trouble = told.trouble; })
+                .driveInfo([&](const DriveInfo &reply) { info = reply; }, outcome.fail());
             QTRY_VERIFY(info.has_value());
             QCOMPARE(info->toJson(), DriveInfo().toJson());
+            QVERIFY(trouble == ApiTrouble::NotJson);
         }
     }
     void aFailureReachesTheCallerOnce_data()
@@ -213,22 +216,23 @@ private slots:
         };
         const FaultOn any = FaultOn("getDriveInfo").always();
         row("no right", FaultOn(any).status(403, "ForbiddenNoPermission.File", "no"), 201,
-            "ForbiddenNoPermission.File no 没有权限进行此操作", "never");
+            "ForbiddenNoPermission.File no：没有权限", "never");
         row("drive full", FaultOn(any).status(403, "QuotaExhausted.Drive", "full"), 201,
-            "QuotaExhausted.Drive full 云盘空间不足", "never");
+            "QuotaExhausted.Drive full：云盘空间不足", "never");
         row("name taken", FaultOn(any).status(409, "AlreadyExist.File", "x"), 206,
-            "AlreadyExist.File x 同名文件或文件夹已存在", "never");
+            "AlreadyExist.File x：名称已被占用", "never");
         row("not transcoded yet", FaultOn(any).status(400, "VideoPreviewWaitAndRetry", "x"), 302,
-            "VideoPreviewWaitAndRetry x 视频正在转码，请稍后再试", "never");
+            "VideoPreviewWaitAndRetry x：视频正在转码，请稍后再试", "never");
         row("cannot be transcoded", FaultOn(any).status(404, "NotFound.VideoPreviewInfo", "x"), 203,
-            "NotFound.VideoPreviewInfo x 该视频无法转码", "never");
+            "NotFound.VideoPreviewInfo x：该视频无法转码", "never");
         row("too fast", FaultOn(any).status(429, "TooManyRequests", "x"), 299,
-            "TooManyRequests x 操作过于频繁，请稍后再试", "always");
+            "TooManyRequests x：操作过于频繁，请稍后再试", "always");
         row("capital keys",
             FaultOn(any).status(404).body(R"({"Code": "NotFoundX", "Message": "m"})"), 203,
-            "NotFoundX m ", "never");
-        row("no JSON", FaultOn(any).status(503).body("<html>"), 403, "  ", "reading");
-        row("cut before the reply", FaultOn(any).closes(), 2, {}, "reading");
+            "NotFoundX m：文件已不存在", "never");
+        row("no JSON", FaultOn(any).status(503).body("<html>"), 403, " ：云盘暂时无法处理",
+            "reading");
+        row("cut before the reply", FaultOn(any).closes(), 2, "：网络连接失败", "reading");
         row("longer than 1 MB", FaultOn(any).body(std::string(1 << 21, ' ')), -1, {}, "never");
     }
     void aFailureReachesTheCallerOnce()
@@ -252,10 +256,8 @@ private slots:
         QCOMPARE(outcome.failures, 1);
         QTEST(outcome.code, "code");
         QVERIFY(!outcome.error.isEmpty());
-        QCOMPARE(refusal
-                     ? refusal->code + ' ' + refusal->message + ' ' + troubleText(refusal->trouble)
-                     : QString(),
-                 reason);
+        const QString told = refusal ? refusal->code + ' ' + refusal->message : QString();
+        QCOMPARE(withReason(told, outcome.code, refusal), reason);
         const bool reading = mayAskAgain(CallKind::Reading, outcome.code, refusal);
         const bool changing = mayAskAgain(CallKind::Changing, outcome.code, refusal);
         QTEST(QString(changing ? "always" : reading ? "reading" : "never"), "again");

@@ -6,7 +6,7 @@
 
 #include <QString>
 
-#include "api/session/api_refusal.h"
+#include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
 #include "net/http_client.h"
 

@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr int HttpOk = 200;
 constexpr int WholeListLimit = 200;
 constexpr int ImageThumbnailWidth = 90;
 constexpr int VideoThumbnailTime = 120000;
@@ -57,16 +58,6 @@ Request fileRequest(const QString &driveId, const QString &fileId)
     return request;
 }
 
-template <class Response>
-std::function<void(const QString &)> parsed(const ApiSuccess<Response> &success)
-{
-    return [success](const QString &reply) {
-        if (success) {
-            success(recordFromText<Response>(reply));
-        }
-    };
-}
-
 } // namespace
 
 OpenApiClient::OpenApiClient(const UserInfo &user)
@@ -86,6 +77,22 @@ OpenApiClient OpenApiClient::whenRefused(const ApiRefusalHandler &refused) const
     OpenApiClient client = *this;
     client.m_refused = refused;
     return client;
+}
+
+template <class Response>
+ApiSuccess<QString> OpenApiClient::parsed(const ApiSuccess<Response> &success) const
+{
+    return [success, refused = m_refused](const QString &reply) {
+        const QJsonValue body = objectFromText(reply);
+        if (refused && !body.isObject()) {
+            refused({HttpOk, {}, {}, ApiTrouble::NotJson});
+        }
+        if (success) {
+            Response record;
+            record.fromJson(body);
+            success(record);
+        }
+    };
 }
 
 PendingReply OpenApiClient::userInfo(const ApiSuccess<UserInfoResp> &success,

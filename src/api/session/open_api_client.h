@@ -28,7 +28,8 @@ struct ApiRefusal;
 // The error's text and Qt's numeric network error, -1 for a failure before anything was sent.
 using ApiFailure = std::function<void(const QString &error, int code)>;
 
-// Why the server refused, for callers who tell the user more than that it failed.
+// What the server said beside an error, for callers who tell the user more than that it failed:
+// see api_failure.h.
 using ApiRefusalHandler = std::function<void(const ApiRefusal &refusal)>;
 
 // The reply; fields that it lacked, or all when it was no JSON object, are empty.
@@ -52,7 +53,9 @@ public:
     // For a token whose user is not known yet: it is sent as it is and never renewed.
     [[nodiscard]] static OpenApiClient forAccessToken(const QString &accessToken);
 
-    // The same user's operations; `refused` runs just before `fail` when the server gave a reason.
+    // The same user's operations. `refused` runs just before `fail` when the server answered with
+    // an error status. It also runs, with ApiTrouble::NotJson, just before a `success` whose reply
+    // was no JSON object: an empty page of a list is then no empty folder.
     [[nodiscard]] OpenApiClient whenRefused(const ApiRefusalHandler &refused) const;
 
     PendingReply userInfo(const ApiSuccess<UserInfoResp> &success, const ApiFailure &fail) const;
@@ -112,6 +115,9 @@ public:
 
 private:
     OpenApiClient() = default;
+
+    template <class Response>
+    ApiSuccess<QString> parsed(const ApiSuccess<Response> &success) const;
 
     PendingReply post(const QString &path, const QSerializer &request,
                       const ApiSuccess<QString> &success, const ApiFailure &fail) const;

@@ -53,7 +53,7 @@ void reportSystemInfo()
     const auto failed = [](const QString &error, int code) {
         logFailure(QStringLiteral("report info"), code, error);
     };
-    ReplyGuard().await(
+    ReplyGuard().limitWait(
         HttpClient(endpoints().backend + QStringLiteral("/app/cloudtv/pc/refresh"))
             .json(QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)))
             .fail(failed)

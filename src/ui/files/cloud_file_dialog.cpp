@@ -416,7 +416,7 @@ void CloudFileDialog::requestDiskSpace()
     const auto failed = m_replies.guard(step, [](const QString &error, int /*code*/) {
         qDebug() << "getSpaceInfo erro:" << error;
     });
-    m_replies.await(m_client.spaceInfo(done, failed));
+    m_replies.limitWait(m_client.spaceInfo(done, failed));
 }
 
 void CloudFileDialog::onDiskSpace(const SpaceInfo &space)

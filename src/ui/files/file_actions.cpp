@@ -124,7 +124,7 @@ void FileActions::sendNewFolder(const QString &parentId, const QString &name)
     const auto failed = m_replies.guard(step, [this, parentId](const QString &error, int code) {
         onCreateFailed(parentId, error, code);
     });
-    m_replies.await(m_client.createFolder(parentId, name, done, failed));
+    m_replies.limitWait(m_client.createFolder(parentId, name, done, failed));
 }
 
 void FileActions::onFolderCreated(const QString &parentId, const QString &fileId)
@@ -186,7 +186,7 @@ void FileActions::sendName(int row)
             logFailure(step, code, error);
             onRenameFailed(id, folderId, code);
         });
-    m_replies.await(m_client.rename(file.file_id, name, done, failed));
+    m_replies.limitWait(m_client.rename(file.file_id, name, done, failed));
 }
 
 void FileActions::onRenameFailed(const QString &fileId, const QString &folderId, int code)
@@ -267,7 +267,7 @@ void FileActions::copyLink()
     });
     const auto failed = m_replies.guard(
         step, [this](const QString &error, int code) { onLinkFailed(error, code); });
-    m_replies.await(m_client.downloadUrl(fileId, done, failed));
+    m_replies.limitWait(m_client.downloadUrl(fileId, done, failed));
 }
 
 void FileActions::onLinkFailed(const QString &error, int code)

@@ -174,13 +174,13 @@ void FileBatches::send(Running &running)
         });
     switch (order.operation) {
     case FileOperation::Trash:
-        m_replies.await(running.client.trash(file.id, done, fail));
+        m_replies.limitWait(running.client.trash(file.id, done, fail));
         return;
     case FileOperation::Delete:
-        m_replies.await(running.client.remove(file.id, done, fail));
+        m_replies.limitWait(running.client.remove(file.id, done, fail));
         return;
     case FileOperation::Move:
-        m_replies.await(running.client.move(file.id, order.targetFolderId, done, fail));
+        m_replies.limitWait(running.client.move(file.id, order.targetFolderId, done, fail));
         return;
     }
 }

@@ -96,7 +96,7 @@ void FileTreeDialog::requestChildren(const QString &folderId, const QString &mar
             logFailure(step, code, error);
             onListFailed(folderId);
         });
-    m_replies.await(m_client.listFoldersPaged(folderId, marker, done, failed));
+    m_replies.limitWait(m_client.listFoldersPaged(folderId, marker, done, failed));
 }
 
 void FileTreeDialog::countLoading(int change)

@@ -23,7 +23,8 @@ bool FolderLoader::load(const FolderRequest &request)
             m_loading = false;
             emit loadFailed(request);
         });
-    m_replies.await(m_client.listFiles(request.folderId, PageSize, request.marker, done, failed));
+    m_replies.limitWait(
+        m_client.listFiles(request.folderId, PageSize, request.marker, done, failed));
     return true;
 }
 
