@@ -1,3 +1,5 @@
+#include <QProcess>
+#include <QTextCodec>
 #include <QtTest>
 
 #include "api/records/file_records.h"
@@ -261,11 +263,65 @@ private slots:
              {QString("../../etc/passwd.srt"), QString(300, 'x') + QString(".srt")}) {
             FileItem file = filesNamed({name}).constFirst();
             file.file_id = "6a1b";
-            const QFileInfo path(subtitleTempPath(file));
+            const QFileInfo path(subtitlePath(QDir::tempPath(), file));
             QCOMPARE(path.dir(), QDir::temp());
             QVERIFY(path.fileName().endsWith(".subtitle"));
             QVERIFY(path.fileName().toUtf8().size() <= 255);
         }
+    }
+
+    void knowsSubtitlesByTheirContent_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("isSubtitles");
+        const auto row = [](const char *name, const QByteArray &content, bool isSubtitles) {
+            QTest::newRow(name) << content << isSubtitles;
+        };
+        const QByteArray subRip = "1\r\n00:00:01,000 --> 00:00:02,000\r\nwords";
+        row("SubRip", subRip, true);
+        row("SubRip after a mark", "\xef\xbb\xbf\n" + subRip, true);
+        row("SubRip in GB18030", subRip + "\xd7\xd6\xc4\xbb", true);
+        row("SubRip in UTF-16", QTextCodec::codecForName("UTF-16")->fromUnicode(subRip), true);
+        row("WebVTT", "WEBVTT\n\n00:01.000 --> 00:02.000\nwords", true);
+        row("Substation Alpha", "[Script Info]\nTitle: x\n", true);
+        row("TTML", "<?xml version=\"1.0\"?>\n<tt xmlns=\"http://www.w3.org/ns/ttml\">", true);
+        row("MicroDVD", "{1}{25}words", true);
+        row("MPL2", "[1][25]words", true);
+        row("SubViewer", "00:00:01.00,00:00:02.00\nwords", true);
+        row("an edit list", "# mpv EDL v0\n/etc/passwd,0,1\n" + subRip, false);
+        row("a play list", "#EXTM3U\nhttp://127.0.0.1/x\n" + subRip, false);
+        row("a list of files", "ffconcat version 1.0\nfile x", false);
+        row("a session", "v=0\nc=IN IP4 127.0.0.1\n" + subRip, false);
+        row("a film", QByteArray::fromHex("1a45dfa3") + subRip, false);
+        row("a film behind a time", subRip + QByteArray(4, 0), false);
+        row("nothing", "", false);
+    }
+    void knowsSubtitlesByTheirContent()
+    {
+        QFETCH(QByteArray, content);
+        QTEST(isSubtitleContent(content), "isSubtitles");
+    }
+
+    // Others may have put links there.
+    void removesOldFoldersOnly()
+    {
+        QTemporaryDir home;
+        qputenv("HOME", home.path().toLocal8Bit());
+        qputenv("TMPDIR", home.path().toLocal8Bit());
+        const QDir folder(home.path());
+        folder.mkpath("elsewhere/kept");
+        QFile::link(folder.filePath("elsewhere"), folder.filePath("moravu-subtitles-link"));
+        for (const char *name : {"moravu-subtitles-old", "moravu-subtitles-new", "other"}) {
+            folder.mkdir(name);
+        }
+        for (const char *name : {"moravu-subtitles-old", "other", "elsewhere"}) {
+            QCOMPARE(QProcess::execute("touch", {"-d", "2 days ago", folder.filePath(name)}), 0);
+        }
+        removeOldSubtitleFolders();
+        QCOMPARE(
+            folder.entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name),
+            (QStringList{"elsewhere", "moravu-subtitles-link", "moravu-subtitles-new", "other"}));
+        QVERIFY(folder.exists("elsewhere/kept"));
     }
 };
 

@@ -1,10 +1,13 @@
 #include <QApplication>
-#include <QDir>
+#include <QDirIterator>
 #include <QtTest>
 
 #include "db/tables/operations.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/player_fixture.h"
+#include "player/session/folder_memory.h"
+#include "player/session/history_row.h"
+#include "player/session/track_choices.h"
 #include "player/window/player_window.h"
 #include "support/fault_on.h"
 #include "support/test_main.h"
@@ -62,7 +65,11 @@ private slots:
         m_player->addClip(Second, m_clip);
     }
 
-    void cleanup() { m_player.reset(); }
+    void cleanup()
+    {
+        m_player.reset();
+        qunsetenv("TMPDIR");
+    }
 
     void listsTracks()
     {
@@ -224,12 +231,30 @@ private slots:
         QTRY_COMPARE(words(), "similar");
     }
 
+    void aFileThatCannotBeHadAddsNothing_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("refused") << subRip("similar") << 403 << "Failed to get file size.";
+        QTest::newRow("an edit list")
+            << QByteArray("# mpv EDL v0\nav://lavfi:sine\n") << 0 << "these are no subtitles";
+        QTest::newRow("too large") << subRip("similar") + QByteArray(20 << 20, ' ') << 0
+                                   << "The file is larger than 20971520 bytes";
+    }
+
     void aFileThatCannotBeHadAddsNothing()
     {
-        m_player->addFile("show/Ep01.srt", subRip("similar"));
-        m_player->server().addFault(FaultOn("/download/*srt").always().status(403));
+        QFETCH(QByteArray, content);
+        QFETCH(int, status);
+        QFETCH(QString, reason);
+        m_player->addFile("show/Ep01.srt", content);
+        if (status > 0) {
+            m_player->server().addFault(FaultOn("/download/*srt").always().status(status));
+        }
+        const LogCapture log;
         play(First);
-        QTest::qWait(500);
+        QTRY_VERIFY(!log.lines().filter("subtitle download fail :").filter(reason).isEmpty());
         QTRY_COMPARE(words(), "embedded chi");
         const int second = m_player->secondLabelled();
         QTRY_VERIFY(m_player->hasReached(second + 1));
@@ -243,18 +268,46 @@ private slots:
         QTRY_VERIFY2(words().startsWith("字幕显示正确"), qPrintable(words()));
     }
 
+    // Only the user can see them.
     void removesTemporaryFiles()
     {
-        QDir temporary(QDir::tempPath(), "*.subtitle");
-        const QStringList before = temporary.entryList();
+        QTemporaryDir temporary;
+        qputenv("TMPDIR", temporary.path().toLocal8Bit());
         m_player->addFile("show/Ep01.srt", subRip("similar"));
         play(First);
         QTRY_COMPARE(words(), "similar");
-        temporary.refresh();
-        QCOMPARE(temporary.entryList().size(), before.size() + 1);
+        QDirIterator found(temporary.path(), {"*.subtitle"}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        const QFileInfo file(found.next());
+        const QFileInfo folder(file.path());
+        QCOMPARE(file.permissions() & 0xfff, QFile::Permissions(0x600));
+        QCOMPARE(folder.permissions() & 0xfff, QFile::Permissions(0x700));
+        QVERIFY(folder.fileName().startsWith("moravu-subtitles-"));
+        QVERIFY(property("access-references").toBool());
         m_player->host().closeAll();
-        temporary.refresh();
-        QCOMPARE(temporary.entryList(), before);
+        QVERIFY(!QFileInfo::exists(folder.filePath()));
+    }
+
+    // The file comes when libmpv has another video already, which may be the same once more.
+    void aLateFileIsAddedToItsOwnVideo()
+    {
+        m_player->addFile("show/Ep01.srt", subRip("similar"));
+        play(Second);
+        const PlayRequest request = m_player->request(First);
+        HistoryRow row(request.user, request.file, request.history);
+        FolderMemory folder(request.file.parent_file_id, request.user.userId.value());
+        TrackChoices late(*m_player->mpv(), row, folder, request.user, FolderMemory::NoTrack);
+        const LogCapture log;
+        late.beginLoad();
+        late.onFileLoaded();
+        late.requestFolder();
+        QTRY_VERIFY(log.lines().contains("math similar subtitle: Ep01"));
+        late.endLoad();
+        QTRY_VERIFY(!log.lines().filter("成功").isEmpty());
+        QCOMPARE(property("track-list/count").toInt(), 5);
+        late.beginLoad();
+        late.onFileLoaded();
+        QCOMPARE(property("track-list/count").toInt(), 6);
     }
 
 private:

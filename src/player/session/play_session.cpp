@@ -281,6 +281,9 @@ void PlaySession::load(OpenedVideo &video)
     } else if (m_loaded && m_loaded == m_current.get()) {
         savePosition(); // it played on while the other one was being opened
     }
+    if (m_current && m_current.get() != &video) {
+        m_current->tracks.endLoad();
+    }
     video.state = PlayState::Loading;
     m_loaded = &video;
     qDebug() << "已经获取到播放链接";
@@ -366,11 +369,11 @@ void PlaySession::onPicture(OpenedVideo &video)
 {
     if (&video == m_candidate.get()) {
         m_current = std::move(m_candidate);
-        m_notice.clear();
         if (video.start == StartFrom::WhereItStopped) {
             m_mpv.play(); // a step from a paused video leads to a paused one
         }
     }
+    m_notice.clear();
     video.state = PlayState::Playing;
     m_positions.restart();
     emit changed();

@@ -1,6 +1,7 @@
 #include "player/session/subtitle_fetcher.h"
 
 #include <QFile>
+#include <QTemporaryDir>
 
 #include "api/records/file_records.h"
 #include "api/session/open_api_client.h"
@@ -8,51 +9,86 @@
 #include "net/log_failure.h"
 #include "player/session/subtitle_files.h"
 
+namespace {
+
+constexpr int LargestFile = 20 * 1024 * 1024; // bytes
+constexpr int LookedAt = 64 * 1024;           // bytes
+
+void logFailedDownload(const QString &error)
+{
+    logFailure(QStringLiteral("subtitle download"), -1, error);
+}
+
+bool holdsSubtitles(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && isSubtitleContent(file.read(LookedAt));
+}
+
+} // namespace
+
 SubtitleFetcher::SubtitleFetcher(QObject *parent) : QObject(parent) {}
 
 SubtitleFetcher::~SubtitleFetcher()
 {
     cancel();
-    for (const QString &path : qAsConst(m_paths)) {
-        QFile::remove(path);
-    }
 }
 
 void SubtitleFetcher::fetch(const UserInfo &user, const FileItem &subtitle)
 {
     cancel();
-    const int generation = m_generation;
-    const auto success = [this, generation, subtitle](const GetDownloadUrlResp &reply) {
-        if (generation == m_generation) {
-            download(reply.url, subtitle);
-        }
+    const auto success = [this, subtitle](const GetDownloadUrlResp &reply) {
+        download(reply.url, subtitle);
     };
     const auto fail = [](const QString &error, int code) {
         logFailure(QStringLiteral("getDownloadUrl"), code, error);
     };
-    OpenApiClient(user).downloadUrl(subtitle.file_id, m_replies.guard(success), fail);
+    m_replies.await(
+        OpenApiClient(user).downloadUrl(subtitle.file_id, m_replies.guard(success), fail));
 }
 
 void SubtitleFetcher::cancel()
 {
-    ++m_generation;
+    m_replies.abandon();
     delete m_download;
 }
 
 void SubtitleFetcher::download(const QString &url, const FileItem &subtitle)
 {
-    const QString path = subtitleTempPath(subtitle);
-    m_paths.insert(path);
-    m_download = new HttpDownLoader(url, path, this);
-    connect(m_download, &HttpDownLoader::downFinished, this, [this, id = subtitle.file_id, path] {
-        m_download->deleteLater();
-        m_download = nullptr;
-        emit fetched(id, path);
+    if (!m_folder) {
+        m_folder = std::make_unique<QTemporaryDir>(subtitleFolderTemplate());
+    }
+    if (!m_folder->isValid()) {
+        logFailedDownload(m_folder->errorString());
+        return;
+    }
+    const QString path = subtitlePath(m_folder->path(), subtitle);
+    auto *download = new HttpDownLoader(url, path, this);
+    m_download = download;
+    download->setLargest(LargestFile);
+    connect(download, &HttpDownLoader::downFinished, this,
+            [this, id = subtitle.file_id, path] { onDownloaded(id, path); });
+    connect(download, &HttpDownLoader::error, this, [this](const QString &error) {
+        endDownload();
+        logFailedDownload(error);
     });
-    connect(m_download, &HttpDownLoader::error, this, [this](const QString &error) {
-        logFailure(QStringLiteral("subtitle download"), -1, error);
-        m_download->deleteLater();
-        m_download = nullptr;
-    });
-    m_download->start();
+    download->start();
+}
+
+void SubtitleFetcher::onDownloaded(const QString &fileId, const QString &path)
+{
+    endDownload();
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+    if (holdsSubtitles(path)) {
+        emit fetched(fileId, path);
+    } else {
+        QFile::remove(path);
+        logFailedDownload(QStringLiteral("these are no subtitles"));
+    }
+}
+
+void SubtitleFetcher::endDownload()
+{
+    m_download->deleteLater();
+    m_download = nullptr;
 }

@@ -1,18 +1,20 @@
 #pragma once
 
+#include <memory>
+
 #include <QObject>
 #include <QPointer>
-#include <QSet>
 
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
 
 class FileItem;
 class HttpDownLoader;
+class QTemporaryDir;
 
-// Downloads subtitle files of the drive to temporary files, one at a time: a later request takes
-// the place of an earlier one. Failures are logged and add nothing. The files are removed with
-// this object.
+// Downloads subtitle files of the drive to temporary files that nobody else can read, one at a
+// time: a later request takes the place of an earlier one. Failures, files that are too large and
+// files that are something else are logged and add nothing. The files are removed with this object.
 class SubtitleFetcher final : public QObject
 {
     Q_OBJECT
@@ -30,9 +32,10 @@ signals:
 
 private:
     void download(const QString &url, const FileItem &subtitle);
+    void onDownloaded(const QString &fileId, const QString &path);
+    void endDownload();
 
     QPointer<HttpDownLoader> m_download;
-    QSet<QString> m_paths;
-    int m_generation = 0;
+    std::unique_ptr<QTemporaryDir> m_folder; // once it is needed
     ReplyGuard m_replies;
 };

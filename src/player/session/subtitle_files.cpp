@@ -2,10 +2,22 @@
 
 #include <algorithm>
 
+#include <QDateTime>
 #include <QDir>
+#include <QRegularExpression>
+#include <QTextCodec>
 
 #include "api/records/file_records.h"
 #include "app/environment/file_name.h"
+
+namespace {
+
+QString folderPrefix()
+{
+    return QStringLiteral("moravu-subtitles-");
+}
+
+} // namespace
 
 bool isSubtitleFile(const QString &name)
 {
@@ -42,9 +54,44 @@ const FileItem *findSimilarSubtitle(const QList<FileItem> &subtitles, const QStr
     return found == subtitles.cend() ? nullptr : &*found;
 }
 
-QString subtitleTempPath(const FileItem &subtitle)
+QString subtitlePath(const QString &folder, const FileItem &subtitle)
 {
-    // The id keeps files of the same name in two folders, or of two players, apart.
+    // The id keeps files of the same name in two folders of the drive apart.
     const QString name = subtitle.name + QLatin1Char('.') + subtitle.file_id;
-    return safePathInFolder(QDir::tempPath(), name + QStringLiteral(".subtitle"));
+    return safePathInFolder(folder, name + QStringLiteral(".subtitle"));
+}
+
+QString subtitleFolderTemplate()
+{
+    return QDir::temp().filePath(folderPrefix() + QStringLiteral("XXXXXX"));
+}
+
+void removeOldSubtitleFolders()
+{
+    const QDateTime limit = QDateTime::currentDateTimeUtc().addDays(-1);
+    const uint self = QFileInfo(QDir::homePath()).ownerId();
+    const QFileInfoList folders = QDir::temp().entryInfoList(
+        {folderPrefix() + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks | QDir::Hidden);
+    for (const QFileInfo &folder : folders) {
+        if (folder.ownerId() == self && folder.lastModified() < limit) {
+            QDir(folder.filePath()).removeRecursively();
+        }
+    }
+}
+
+// libmpv goes by how a file begins, so what begins like none of these is none. They are what goes
+// by the extensions above: texts in which a time comes first (SubRip, SubViewer), frame numbers
+// (MicroDVD, MPL2), WebVTT, Substation Alpha, TTML, MPSub, SAMI.
+bool isSubtitleContent(const QByteArray &beginning)
+{
+    static const QRegularExpression kinds(
+        QStringLiteral(R"(^\s*((\d+[^\n]*\n\s*)?-?\d+:\d+:\d+|\{(\d+|DEFAULT)\}\{|\[\d+\]\[\d+\])"
+                       R"(|\[\d+:\d+:\d+\]|\[INFORMATION\]|WEBVTT\s|\[Script Info\])"
+                       R"(|(<\?xml[^>]*>\s*)?(<!--.*-->\s*)?<tt[\s:>]|(TITLE|FORMAT)=|<SAMI))"),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    // Every charset but UTF-16 writes these signs as ISO 8859-1 does.
+    constexpr int Latin1 = 4;
+    const QString text = QTextCodec::codecForUtfText(beginning, QTextCodec::codecForMib(Latin1))
+                             ->toUnicode(beginning);
+    return !text.contains(QChar(QChar::Null)) && kinds.match(text).hasMatch();
 }

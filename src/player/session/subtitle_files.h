@@ -20,6 +20,16 @@ QString videoBaseName(const QString &name);
 // when there is none.
 const FileItem *findSimilarSubtitle(const QList<FileItem> &subtitles, const QString &videoName);
 
-// Where a subtitle file is downloaded to: in the system's temporary directory, ".subtitle" at the
-// end.
-QString subtitleTempPath(const FileItem &subtitle);
+// Where a subtitle file is downloaded to: in the folder, ".subtitle" at the end.
+QString subtitlePath(const QString &folder, const FileItem &subtitle);
+
+// For QTemporaryDir: a new folder for subtitle files in the system's temporary directory.
+QString subtitleFolderTemplate();
+
+// Removes the folders of this user that a program which was killed left behind a day ago or
+// earlier.
+void removeOldSubtitleFolders();
+
+// Whether a file that begins like this is subtitles, in any charset that libmpv recognises. What
+// libmpv would take for something else (a play list, an edit list, a film) is not.
+bool isSubtitleContent(const QByteArray &beginning);

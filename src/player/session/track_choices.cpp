@@ -94,22 +94,56 @@ void TrackChoices::beginLoad()
     emit changed();
 }
 
+// A subtitle file that is still on its way is kept for the next load of this video.
+void TrackChoices::endLoad()
+{
+    m_fileLoaded = false;
+    m_added.clear();
+}
+
 void TrackChoices::requestFolder()
 {
     if (std::exchange(m_filesAsked, true)) {
         return;
     }
-    const OpenApiClient client(m_user);
     const auto listed = [this](const FileItems &reply) { onFolderFiles(reply.items); };
     // The subtitle file that the video's row names can be had without its folder's list.
     const auto fail = [this](const QString &error, int code) {
         logFailure(QStringLiteral("getFileList"), code, error);
         onFolderFiles({});
     };
-    client.listAllByName(m_folder.folderId(), m_replies.guard(listed), m_replies.guard(fail));
+    m_replies.await(OpenApiClient(m_user).listAllByName(
+        m_folder.folderId(), m_replies.guard(listed), m_replies.guard(fail)));
     if (m_folder.folderName().isEmpty()) {
-        const auto named = [this](const FileItem &folder) { m_folder.setFolderName(folder.name); };
-        client.fileDetails(m_folder.folderId(), m_replies.guard(named), {});
+        requestFolderName();
+    }
+}
+
+void TrackChoices::requestFolderName()
+{
+    const auto named = [this](const FileItem &folder) { m_folder.setFolderName(folder.name); };
+    const auto fail = [](const QString &error, int code) {
+        logFailure(QStringLiteral("getFile"), code, error);
+    };
+    m_replies.await(
+        OpenApiClient(m_user).fileDetails(m_folder.folderId(), m_replies.guard(named), fail));
+}
+
+void TrackChoices::onFolderChanged()
+{
+    m_replies.abandon();
+    m_subtitleFiles.clear();
+    m_filesKnown = false;
+    if (!m_userChose) {
+        m_audioTrackId = m_folder.audioTrack();
+        m_subtitle = rememberedSubtitle();
+        m_fileChosen = m_fileChosen && m_subtitle.kind == SubtitleKind::DriveFile;
+        if (m_tracksChosen) {
+            selectRemembered();
+        }
+    }
+    if (std::exchange(m_filesAsked, false)) {
+        requestFolder();
     }
 }
 
@@ -257,7 +291,12 @@ void TrackChoices::onFetched(const QString &fileId, const QString &path)
 
 void TrackChoices::addFile()
 {
+    // The file comes from a drive: whatever else it names is not opened. Streams need it, though.
+    const QString references = QStringLiteral("access-references");
+    const QVariant before = m_mpv.getProperty(references);
+    m_mpv.setProperty(references, false);
     m_mpv.addSubtitle(m_paths.value(m_subtitle.fileId));
+    m_mpv.setProperty(references, before);
     m_tracks = m_mpv.trackInfo();
     // A file that libmpv cannot read adds no track, some add more than one.
     while (m_added.size() < externalTracks().size()) {
@@ -319,6 +358,7 @@ QList<MenuEntry> TrackChoices::audioMenu() const
 
 void TrackChoices::chooseSubtitle(const QVariant &data)
 {
+    m_userChose = true;
     m_fileChosen = true;
     m_tracksChosen = true;
     m_fetcher.cancel();
@@ -361,6 +401,7 @@ void TrackChoices::remember(const SubtitleChoice &choice)
 
 void TrackChoices::chooseAudio(const QVariant &data)
 {
+    m_userChose = true;
     m_audioTrackId = data.toInt();
     m_folder.setAudioTrack(*m_audioTrackId);
     setTrack(m_mpv, audioProperty(), *m_audioTrackId);

@@ -32,11 +32,16 @@ public:
 
     // The video is about to be loaded, possibly not for the first time.
     void beginLoad();
+    // libmpv was given another file: nothing more is added or selected until the next load.
+    void endLoad();
     void onFileLoaded();
     void onPlaybackRestarted();
     void onTrackListChanged(const TrackInfo &tracks);
     // Asks, once, for the subtitle files beside the video and for the name of their folder.
     void requestFolder();
+    // The video turned out to lie in another folder, which FolderMemory has opened: what is
+    // remembered and what lies beside the video are that folder's.
+    void onFolderChanged();
 
     [[nodiscard]] QList<MenuEntry> subtitleMenu() const;
     [[nodiscard]] QList<MenuEntry> audioMenu() const;
@@ -63,6 +68,7 @@ private:
     [[nodiscard]] SubtitleChoice rememberedSubtitle() const;
     [[nodiscard]] bool hasSubtitleTrack(int id) const;
     [[nodiscard]] QList<int> externalTracks() const;
+    void requestFolderName();
     void onFolderFiles(const QList<FileItem> &files);
     void onFetched(const QString &fileId, const QString &path);
     void selectRemembered();
@@ -93,5 +99,6 @@ private:
     bool m_fileLoaded = false;
     bool m_tracksChosen = false; // of the loaded file, by what is remembered or by the user
     bool m_fileChosen = false;   // the automatic choice of a file was made, or the user's
+    bool m_userChose = false;    // anything, since the video was opened
     ReplyGuard m_replies;
 };

@@ -6,6 +6,7 @@
 #include <QMessageBox>
 
 #include "player/session/play_request.h"
+#include "player/session/subtitle_files.h"
 #include "player/window/player_window.h"
 
 namespace {
@@ -23,7 +24,10 @@ void tellUser(const QString &reason)
 
 } // namespace
 
-PlayerHost::PlayerHost(QObject *parent) : QObject(parent) {}
+PlayerHost::PlayerHost(QObject *parent) : QObject(parent)
+{
+    removeOldSubtitleFolders();
+}
 
 PlayerHost::~PlayerHost()
 {
