@@ -4,6 +4,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 namespace {
 
@@ -70,12 +71,19 @@ std::optional<int> answerArguments(int argc, char *argv[])
                                   QStringLiteral("显示这段说明"));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("显示版本"));
-    parser.addOptions({help, version});
+    const QCommandLineOption quiet(
+        QStringLiteral("quiet"),
+        QStringLiteral("不输出诊断信息（桌面菜单项如此启动）。不加此选项时，诊断信息写到标准错误，"
+                       "其中含有令牌、签名地址、服务器回复和手机号，请勿公开"));
+    parser.addOptions({help, version, quiet});
     addToolkitOptions(parser);
     const QString mistake = mistakeIn(parser);
     if (!mistake.isEmpty()) {
         print(stderr, QStringLiteral("moravu: %1（参见 --help）\n").arg(mistake));
         return 2;
+    }
+    if (parser.isSet(quiet)) {
+        QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     }
     if (!parser.isSet(help) && !parser.isSet(version)) {
         return std::nullopt;

@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QLineEdit>
+#include <QLoggingCategory>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -83,6 +84,7 @@ private slots:
         row("an unknown option", {"--frobnicate"}, 2);
         row("an unknown option beside a known one", {"--help", "--frobnicate"}, 2);
         row("a file", {"film.mkv"}, 2);
+        row("without diagnostics", {"--quiet"}, start);
         row("a toolkit's option", {"-platform", "offscreen"}, start);
         row("a toolkit's option without its value", {"-platform"}, 2);
         row("a toolkit's switch", {"-reverse"}, start);
@@ -90,6 +92,7 @@ private slots:
     void answersArguments()
     {
         QFETCH(QByteArrayList, arguments);
+        const bool isQuiet = arguments.contains("--quiet");
         arguments.prepend("moravu");
         std::vector<char *> words;
         for (QByteArray &argument : arguments) {
@@ -97,6 +100,8 @@ private slots:
         }
         words.push_back(nullptr);
         QTEST(answerArguments(arguments.size(), words.data()), "exitCode");
+        QCOMPARE(QLoggingCategory::defaultCategory()->isDebugEnabled(), !isQuiet);
+        QLoggingCategory::setFilterRules(QString());
     }
 
     void installsTheUsersTranslation()
