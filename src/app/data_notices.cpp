@@ -15,18 +15,24 @@
 
 namespace {
 
-// False when the user chose to end the program.
-bool askToTryAgain()
+// True when the user wants another try. A signal that ends the program closes the box without any
+// answer.
+bool askToTryAgain(const QString &title, const QString &text)
 {
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("数据库被占用"),
-                    QStringLiteral("另一个程序正在使用青柚的本地数据，请关闭它后重试。"));
-    box.addButton(QStringLiteral("重试"), QMessageBox::AcceptRole);
-    const QPushButton *const leave = box.addButton(QStringLiteral("退出"), QMessageBox::RejectRole);
-    // It may become free while the question stands.
-    database()->setStateListener([&box] { box.accept(); });
+    QMessageBox box(QMessageBox::Warning, title, text);
+    const QPushButton *const again = box.addButton(QStringLiteral("重试"), QMessageBox::AcceptRole);
+    box.addButton(QStringLiteral("退出"), QMessageBox::RejectRole);
+    // The file may become free while the question stands.
+    database()->setListener([&box] { box.accept(); });
     box.exec();
-    database()->setStateListener({});
-    return box.clickedButton() != leave;
+    database()->setListener({});
+    return box.clickedButton() == again;
+}
+
+void tellOfFilePutAside()
+{
+    Toast::showTip(QStringLiteral("本地数据库已损坏，原文件保留在：") +
+                   QDir::toNativeSeparators(database()->putAside()));
 }
 
 } // namespace
@@ -34,12 +40,28 @@ bool askToTryAgain()
 bool waitForDatabase()
 {
     while (database()->state() == Database::State::Locked) {
-        if (!askToTryAgain()) {
+        const bool again =
+            askToTryAgain(QStringLiteral("数据库被占用"),
+                          QStringLiteral("另一个程序正在使用青柚的本地数据，请关闭它后重试。"));
+        if (!again && database()->state() == Database::State::Locked) {
             return false;
         }
         database()->tryAgain();
     }
     return true;
+}
+
+void closeDatabaseOrTell()
+{
+    while (!database()->close()) {
+        const bool again =
+            askToTryAgain(QStringLiteral("更改尚未保存"),
+                          QStringLiteral("本地数据无法写入磁盘，登录和播放记录等更改尚未保存。\n"
+                                         "现在退出，这些更改会丢失。"));
+        if (!again && database()->isWaitingToWrite()) {
+            return;
+        }
+    }
 }
 
 void tellOfUnusableData()
@@ -51,20 +73,23 @@ void tellOfUnusableData()
     } else if (!isSettingsFileUsable()) {
         Toast::showTip(QStringLiteral("设置文件无法使用，设置不会保存"));
     } else if (!database()->putAside().isEmpty()) {
-        Toast::showTip(QStringLiteral("本地数据库已损坏，原文件保留在：") +
-                       QDir::toNativeSeparators(database()->putAside()));
+        tellOfFilePutAside();
     }
 }
 
-void showUnwrittenData(QMainWindow &window)
+void watchDatabase(QMainWindow &window)
 {
     auto *const sign = new QLabel(QStringLiteral("磁盘无法写入，更改暂存在内存中"), &window);
     sign->setObjectName(QStringLiteral("unwrittenSign"));
     sign->setToolTip(QStringLiteral("可以写入时会自动保存；在此之前退出程序会丢失这些更改"));
     window.statusBar()->addPermanentWidget(sign);
-    const auto update = [sign] {
-        sign->setVisible(database()->state() == Database::State::InMemory);
+    const auto update = [sign, told = database()->putAside()]() mutable {
+        sign->setVisible(database()->state() != Database::State::Ready);
+        if (told != database()->putAside()) {
+            told = database()->putAside();
+            tellOfFilePutAside();
+        }
     };
-    database()->setStateListener(update);
-    update();
+    database()->setListener(update);
+    sign->setVisible(database()->state() != Database::State::Ready);
 }

@@ -5,12 +5,16 @@ class QMainWindow;
 // What the user is told of settings and a database that cannot be used as they should.
 
 // Waits, in a window that says so, as long as another process holds the database locked. False when
-// the user would rather end the program.
+// the program is to end: the user chose that or closed the window, or a signal asks for it.
 [[nodiscard]] bool waitForDatabase();
+
+// Closes the database; tells, in a window, as long as changes are not written that would be lost
+// then, and offers to try again.
+void closeDatabaseOrTell();
 
 // Says what start-up found: what is not kept, and where a file lies that was no database.
 void tellOfUnusableData();
 
 // Shows a sign in the window's status bar whenever changes wait in memory for the disk to take
-// them.
-void showUnwrittenData(QMainWindow &window);
+// them, and says when a damaged file has been put aside.
+void watchDatabase(QMainWindow &window);

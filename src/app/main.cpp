@@ -82,8 +82,8 @@ void restoreWindow(MainWindow &window, const AppSettings &settings)
 
 void closeDatabase()
 {
+    closeDatabaseOrTell();
     Database *const handle = database();
-    handle->close();
     setDatabase(nullptr);
     delete handle;
 }
@@ -113,7 +113,7 @@ int main(int argc, char *argv[])
 
     MainWindow window(nullptr);
     restoreWindow(window, settings);
-    showUnwrittenData(window);
+    watchDatabase(window);
     window.show();
     const int exitCode = QApplication::exec();
 

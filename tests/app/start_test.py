@@ -22,6 +22,7 @@ MAIN_TITLE = "青柚云盘["
 TOAST_TITLE = "Dialog"
 QUESTION_TITLE = "警告"
 LOCKED_TITLE = "数据库被占用"
+UNWRITTEN_TITLE = "更改尚未保存"
 NOBODY = Addresses("http://127.0.0.1:1", "http://127.0.0.1:1")  # nothing listens there
 
 
@@ -113,6 +114,12 @@ class Start(unittest.TestCase):
         holder = sqlite3.connect(self.data / "moravu.db", isolation_level=None)
         for statement in ("PRAGMA journal_mode=DELETE", "BEGIN EXCLUSIVE"):
             holder.execute(statement)
+        for leave in (lambda: program.process.send_signal(signal.SIGTERM),
+                      lambda: press("Escape"), lambda: program.window(LOCKED_TITLE).close()):
+            program = self.start(drive.addresses)
+            program.window(LOCKED_TITLE).activate()
+            leave()
+            self.assertEqual(program.end(), 0)
         program = self.start(drive.addresses)
         program.window(LOCKED_TITLE)
         self.assertFalse(program.shows(LOGIN_TITLE))
@@ -200,6 +207,24 @@ class Start(unittest.TestCase):
         program.window(MAIN_TITLE).close()
         self.assert_ends_in_order(program)
         self.assertTrue(program.said("Refresh token success."))
+        self.assertNotEqual(self.column("refreshToken"), old)
+
+    def test_tokens_that_a_busy_database_does_not_take_are_not_given_up_silently(self):
+        drive = self.start_drive()
+        self.log_in(drive)
+        self.change_database("UPDATE UserInfo SET updateTime = '2020-01-01 00:00:00'")
+        old = self.column("refreshToken")
+        holder = sqlite3.connect(self.data / "moravu.db", isolation_level=None)
+        holder.execute("BEGIN IMMEDIATE")
+        program = self.start(drive.addresses)
+        main = program.window(MAIN_TITLE)
+        program.wait_said("The database takes no writes")
+        main.close()
+        program.window(UNWRITTEN_TITLE).activate()
+        self.assertEqual(self.column("refreshToken"), old)
+        holder.close()
+        press("Return")  # 重试
+        self.assert_ends_in_order(program)
         self.assertNotEqual(self.column("refreshToken"), old)
 
     def test_stored_user_sees_the_window_while_the_service_is_away(self):

@@ -31,7 +31,13 @@ public:
     }
 
     // Others then find no database published.
-    void close() { m_database.reset(); }
+    void close()
+    {
+        if (m_database) {
+            m_database->close();
+        }
+        m_database.reset();
+    }
 
     bool execute(const QString &sql) { return DQConnection(m_database->connection()).exec(sql); }
 

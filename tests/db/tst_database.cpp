@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLockFile>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -41,7 +42,7 @@ void useEverything()
     store(played("f9", "u9"));
     AppSettings().setCurUserId("u9");
     clearPlayHistory();
-    removePlayHistory(4711);
+    removePlayHistory("f9");
     FolderSetting setting;
     setting.folderId = QString("f9");
     saveFolderSetting(setting);
@@ -247,7 +248,7 @@ private slots:
             QVERIFY(!database()->tryAgain());
         }
         int told = 0;
-        database()->setStateListener([&told] { ++told; });
+        database()->setListener([&told] { ++told; });
         QVERIFY(database()->tryAgain());
         QCOMPARE(told, 1);
         QCOMPARE(countUsers(), 1);
@@ -261,6 +262,7 @@ private slots:
         }
         save(user("u1"));
         m_database->open();
+        PlayHistory held;
         {
             QSqlDatabase other = QSqlDatabase::cloneDatabase(QSqlDatabase::database(), "other");
             QVERIFY(other.open());
@@ -274,13 +276,14 @@ private slots:
             QVERIFY(database()->isWaitingToWrite());
             QCOMPARE(storedUser("u1").refreshToken.value(), "unused");
             store(played("b"));
-            removePlayHistory(1);
-            store(played("d"));
-            QCOMPARE(listedFiles(), "d b c");
+            removePlayHistory("a");
+            removePlayHistory("c");
+            held = store(played("d"));
+            QCOMPARE(listedFiles(), "d b");
             QVERIFY(!database()->tryAgain()); // still busy
-            // The other process plays on: its later row stays, and its new one keeps its key.
+            // The other process plays on: its later rows stay, and its new one keeps its key.
             other.exec("UPDATE PlayHistory SET name = 'later', updateTime = '2096-01-01 00:00:00' "
-                       "WHERE fileId = 'b'");
+                       "WHERE fileId IN ('b', 'c')");
             other.exec("INSERT INTO PlayHistory (id, fileId, userId, updateTime) "
                        "VALUES (5, 'other', 'u1', '2020-01-01 00:00:00')");
             other.exec("COMMIT TRANSACTION");
@@ -289,7 +292,9 @@ private slots:
         QVERIFY(database()->tryAgain());
         QCOMPARE(database()->state(), Database::State::Ready);
         QCOMPARE(storedUser("u1").refreshToken.value(), "unused");
-        QCOMPARE(listedFiles(), "b d c other");
+        QCOMPARE(held.id.value(), 5); // by which it must not be saved any more
+        savePlayHistory(held);
+        QCOMPARE(listedFiles(), "d b c other");
         QCOMPARE(firstValue("SELECT name FROM PlayHistory WHERE fileId = 'b'"), "later");
         QCOMPARE(firstValue("SELECT fileId FROM PlayHistory WHERE id = 5"), "other");
     }
@@ -386,9 +391,9 @@ private slots:
             store(user("u1", "new"));
             const bool isKept = storedUser("u1").accessToken.value() == "new" &&
                                 !database()->tryAgain() && contents(path) == before;
+            const bool isStillOpen = !database()->close() && countUsers() == 1;
             chmod(folder, 0700);
-            m_database->close(); // which tries once more
-            return isRead && isKept;
+            return isRead && isKept && isStillOpen && database()->close();
         });
         QVERIFY(session.succeeded());
         m_database->open();
@@ -409,15 +414,7 @@ private slots:
     {
         QFETCH(int, bytesKept);
         const QByteArray damage = QTest::currentDataTag();
-        save(user("u1"));
-        m_database->open();
-        {
-            DQTransaction transaction(database()->connection());
-            for (int i = 0; i < 500; ++i) {
-                QVERIFY(addHistory(QString::number(i)));
-            }
-            QVERIFY(transaction.commit());
-        }
+        addManyRows();
         m_database->close();
         QFile file(m_database->path());
         QVERIFY(bytesKept == 0 ? file.remove()
@@ -446,6 +443,80 @@ private slots:
         m_database->open();
         QCOMPARE(database()->putAside(), "");
         QCOMPARE(countUsers(), hasRows ? 2 : 1);
+    }
+
+    void damageWhileRunningIsMendedAsAtTheStart_data()
+    {
+        QTest::addColumn<bool>("isLocked");
+        QTest::newRow("by the write that meets it") << false;
+        QTest::newRow("later, while another process is at it") << true;
+    }
+    void damageWhileRunningIsMendedAsAtTheStart()
+    {
+        QFETCH(bool, isLocked);
+        addManyRows();
+        QFile file(m_database->path());
+        QLockFile other(file.fileName() + ".lock");
+        QVERIFY(!isLocked || other.lock());
+        int told = 0;
+        database()->setListener([&told] { ++told; });
+        QVERIFY(file.resize(file.size() - 4096));
+        const LogCapture log;
+        store(played("met"));
+        if (isLocked) {
+            QCOMPARE(database()->state(), Database::State::InMemory);
+            QVERIFY(isInHistory("met") && isInHistory("0") && countUsers() == 1);
+            other.unlock();
+            QVERIFY(database()->tryAgain());
+        }
+        QCOMPARE(database()->state(), Database::State::Ready);
+        QCOMPARE(told, isLocked ? 2 : 1);
+        QVERIFY(QFileInfo::exists(database()->putAside()));
+        m_database->open();
+        QCOMPARE(firstValue("PRAGMA integrity_check"), "ok");
+        QVERIFY(isInHistory("met") && isInHistory("0") && countUsers() == 1);
+    }
+
+    void oneOfTwoProcessesReplacesADamagedFile()
+    {
+        addManyRows();
+        m_database->close();
+        QFile file(m_database->path());
+        QVERIFY(file.resize(file.size() - 4096));
+        const auto start = [this] {
+            const LogCapture log;
+            m_database->open();
+            while (!database()->tryAgain()) {
+            }
+            return isInHistory("0");
+        };
+        ChildProcess first(start);
+        ChildProcess second(start);
+        QVERIFY(first.succeeded() && second.succeeded());
+        const QDir folder = QFileInfo(file).dir();
+        QCOMPARE(folder.entryList({"moravu.db.*"}).size(), 1);
+    }
+
+    void aDamagedFileStaysUntilThereIsRoomForANewOne()
+    {
+        addManyRows();
+        m_database->close();
+        QFile file(m_database->path());
+        QVERIFY(file.resize(file.size() - 4096));
+        const QByteArray before = contents(file.fileName());
+        ChildProcess session([&] {
+            signal(SIGXFSZ, SIG_IGN);
+            rlimit bytes = {8192, RLIM_INFINITY};
+            setrlimit(RLIMIT_FSIZE, &bytes);
+            const LogCapture log;
+            m_database->open();
+            const bool isKept = database()->state() == Database::State::InMemory &&
+                                isInHistory("0") && contents(file.fileName()) == before;
+            bytes.rlim_cur = RLIM_INFINITY;
+            setrlimit(RLIMIT_FSIZE, &bytes);
+            return isKept && database()->tryAgain() && isInHistory("0");
+        });
+        QVERIFY(session.succeeded());
     }
 
     void onlyTheOwnerMayReadTheFiles()
@@ -479,6 +550,21 @@ private:
     {
         saveUserInfo(info);
         m_database->close();
+    }
+
+    // A user and enough rows for many pages, all in the file itself.
+    void addManyRows()
+    {
+        save(user("u1"));
+        m_database->open();
+        {
+            DQTransaction transaction(database()->connection());
+            for (int i = 0; i < 500; ++i) {
+                QVERIFY(addHistory(QString::number(i)));
+            }
+            QVERIFY(transaction.commit());
+        }
+        m_database->open();
     }
 
     std::unique_ptr<ApplicationDatabase> m_database;

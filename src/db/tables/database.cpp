@@ -9,7 +9,6 @@
 
 #include "app/environment/data_dir.h"
 #include "db/dq/dq_model_meta_info.h"
-#include "db/dq/dq_sqlite_statement.h"
 #include "db/tables/database_file.h"
 #include "db/tables/unwritten_rows.h"
 
@@ -22,24 +21,32 @@ constexpr int RetryMilliseconds = 10000;
 // How long a write waits for another process before it fails; the window stands still meanwhile.
 constexpr int BusyMilliseconds = 3000;
 
-// Writes the changes that a session in memory has noted; true when none is left.
-bool writeToFile(const QString &filePath, const QSqlDatabase &memory)
+constexpr int TriesToClose = 3;
+
+// Writes the changes that a session in memory has noted; Good when none is left.
+FileVerdict writeToFile(const QString &filePath, const QSqlDatabase &memory, int busyMilliseconds)
 {
-    if (isForeign(filePath) || !isWritable(filePath)) {
-        return false;
+    if (isForeign(filePath)) {
+        return FileVerdict::Damaged;
+    }
+    if (!isWritable(filePath)) {
+        return FileVerdict::NoWriting;
     }
     restrictDatabaseFiles(filePath);
     const QString name = QStringLiteral("a file that takes writes again");
-    bool written = false;
+    FileVerdict verdict = FileVerdict::NoWriting;
     {
-        const QSqlDatabase file = connectToFile(filePath, name);
-        for (const DQModelMetaInfo *model : applicationModels()) {
-            file.exec(DQSqliteStatement().createTableIfNotExists(*model));
+        const QSqlDatabase file = connectToFile(filePath, name, busyMilliseconds);
+        verdict = examine(file, Examination::Quick);
+        if (verdict == FileVerdict::Good && createTables(file)) {
+            const QSqlError error = writeChanges(memory, file);
+            verdict = error.isValid() ? verdictOfWriting(error) : FileVerdict::Good;
+        } else if (verdict == FileVerdict::Good) {
+            verdict = FileVerdict::NoWriting;
         }
-        written = examine(file) == FileVerdict::Good && writeChanges(memory, file);
     }
     QSqlDatabase::removeDatabase(name);
-    return written;
+    return verdict;
 }
 
 } // namespace
@@ -55,41 +62,48 @@ Database::Database(QString filePath) : m_filePath(std::move(filePath))
 
 Database::~Database()
 {
-    close();
+    if (isWaitingToWrite()) {
+        qWarning().noquote() << "The database took no writes, changes are lost :" << m_filePath;
+    }
+    disconnect();
     if (g_database == this) {
         g_database = nullptr;
     }
 }
 
-void Database::open()
+// `ofSession` are the rows with which a session goes on that has the file no more; it would be left
+// with nothing while the file is locked.
+void Database::open(const QVector<TableRows> &ofSession)
 {
-    if (isForeign(m_filePath)) {
-        m_putAside = putFileAside(m_filePath);
-    }
-    QVector<TableRows> rescued;
-    FileVerdict verdict = FileVerdict::NoWriting;
-    if (!isForeign(m_filePath) && isWritable(m_filePath)) {
-        verdict = openFile();
-    }
+    FileVerdict verdict = openFile();
     if (verdict == FileVerdict::Damaged) {
-        verdict = replaceFile(rescued);
+        disconnect();
+        verdict = replaceFile();
+        verdict = verdict == FileVerdict::Good ? openFile() : verdict;
     }
     if (verdict == FileVerdict::Good) {
         enter(State::Ready);
-    } else if (verdict == FileVerdict::Locked) {
+    } else if (verdict == FileVerdict::Locked && ofSession.isEmpty()) {
         disconnect();
         enter(State::Locked);
     } else {
-        openMemory(readRowsOfFile(m_filePath), rescued);
+        disconnect();
+        openMemory(ofSession.isEmpty() ? readRowsOfFile(m_filePath) : ofSession);
     }
 }
 
 // Good when the tables are there.
 FileVerdict Database::openFile()
 {
+    if (isForeign(m_filePath)) {
+        return FileVerdict::Damaged;
+    }
+    if (!isWritable(m_filePath)) {
+        return FileVerdict::NoWriting;
+    }
     restrictDatabaseFiles(m_filePath);
     m_connection.open(connectToFile(m_filePath, QLatin1String(QSqlDatabase::defaultConnection)));
-    const FileVerdict verdict = examine(m_connection.database());
+    const FileVerdict verdict = examine(m_connection.database(), Examination::Quick);
     if (verdict != FileVerdict::Good) {
         return verdict;
     }
@@ -98,41 +112,36 @@ FileVerdict Database::openFile()
     m_connection.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
     m_connection.exec(QStringLiteral("PRAGMA synchronous=FULL"));
     m_connection.exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(BusyMilliseconds));
-    if (createTables()) {
-        return FileVerdict::Good;
-    }
-    const FileVerdict cause = verdictOf(m_connection.lastQuery().lastError());
-    return cause == FileVerdict::Good ? FileVerdict::NoWriting : cause;
+    return createModelTables() ? FileVerdict::Good
+                               : verdictOfWriting(m_connection.lastQuery().lastError());
 }
 
-// Good when a new file has taken the place of the damaged one, with the rows that were rescued.
-FileVerdict Database::replaceFile(QVector<TableRows> &rescued)
+FileVerdict Database::replaceFile()
 {
-    rescued = readRows(m_connection.database());
-    disconnect();
-    m_putAside = putFileAside(m_filePath);
-    const FileVerdict verdict = m_putAside.isEmpty() ? FileVerdict::NoWriting : openFile();
-    if (verdict == FileVerdict::Good) {
-        addRows(m_connection.database(), rescued);
+    QString putAside;
+    const FileVerdict verdict = replaceDamagedFile(m_filePath, putAside);
+    if (!putAside.isEmpty()) {
+        m_putAside = putAside;
+        m_isPutAsideTold = false;
     }
     return verdict;
 }
 
-// `rescued` are rows that the file does not have and is to get.
-void Database::openMemory(const QVector<TableRows> &ofFile, const QVector<TableRows> &rescued)
+// `rows` are those of the file, as far as they are known.
+void Database::openMemory(const QVector<TableRows> &rows)
 {
     qWarning().noquote() << "The database takes no writes, they are kept in memory :" << m_filePath;
-    disconnect();
     m_connection.open(
         connectToFile(QStringLiteral(":memory:"), QLatin1String(QSqlDatabase::defaultConnection)));
-    createTables();
-    addRows(m_connection.database(), ofFile);
+    createModelTables();
+    if (!addRows(m_connection.database(), rows)) {
+        qWarning("Rows of the database did not fit into memory.");
+    }
     noteChanges(m_connection.database());
-    addRows(m_connection.database(), rescued);
     enter(State::InMemory);
 }
 
-bool Database::createTables()
+bool Database::createModelTables()
 {
     for (DQModelMetaInfo *model : applicationModels()) {
         m_connection.addModel(model);
@@ -142,43 +151,65 @@ bool Database::createTables()
 
 bool Database::tryAgain()
 {
-    if (m_state == State::Ready) {
-        return true;
+    QVector<TableRows> rows;
+    if (m_state == State::InMemory) {
+        if (!writeBack(ProbeMilliseconds)) {
+            return false;
+        }
+        rows = readRows(m_connection.database());
     }
-    const bool isInMemory = m_state == State::InMemory;
-    if (isInMemory && !writeToFile(m_filePath, m_connection.database())) {
-        return false;
+    if (m_state != State::Ready) {
+        disconnect();
+        open(rows);
     }
-    disconnect();
-    open();
     return m_state == State::Ready;
 }
 
-bool Database::continueInMemory()
+bool Database::recover()
 {
     const FileVerdict cause = verdictOf(m_connection.lastQuery().lastError());
-    const bool isFileToBlame = cause == FileVerdict::NoWriting || cause == FileVerdict::Locked;
     const QString anything = QStringLiteral("SELECT count(*) FROM sqlite_master");
     // Without the rows of the file, those of the session would stand alone.
-    if (m_state != State::Ready || !isFileToBlame || !m_connection.exec(anything)) {
+    if (m_state != State::Ready || cause == FileVerdict::Good ||
+        (cause != FileVerdict::Damaged && !m_connection.exec(anything))) {
         return false;
     }
-    openMemory(readRows(m_connection.database()), {});
+    const QVector<TableRows> rows = readRows(m_connection.database());
+    disconnect();
+    if (cause == FileVerdict::Damaged) {
+        replaceFile();
+        open(rows);
+    } else {
+        openMemory(rows);
+    }
     return true;
 }
 
 bool Database::isWaitingToWrite() const
 {
-    return m_state == State::InMemory && hasUnwrittenRows(m_connection.database());
+    return m_state == State::InMemory && m_connection.isOpen() &&
+           hasUnwrittenRows(m_connection.database());
 }
 
-void Database::close()
+bool Database::writeBack(int busyMilliseconds)
 {
-    m_retry.stop();
-    if (isWaitingToWrite() && !writeToFile(m_filePath, m_connection.database())) {
-        qWarning().noquote() << "The database took no writes, changes are lost :" << m_filePath;
+    FileVerdict verdict = writeToFile(m_filePath, m_connection.database(), busyMilliseconds);
+    if (verdict == FileVerdict::Damaged && replaceFile() == FileVerdict::Good) {
+        verdict = writeToFile(m_filePath, m_connection.database(), busyMilliseconds);
     }
+    return verdict == FileVerdict::Good;
+}
+
+bool Database::close()
+{
+    for (int tries = 0; isWaitingToWrite() && !writeBack(BusyMilliseconds);) {
+        if (++tries == TriesToClose) {
+            return false;
+        }
+    }
+    m_retry.stop();
     disconnect();
+    return true;
 }
 
 void Database::disconnect()
@@ -194,7 +225,8 @@ void Database::disconnect()
 
 void Database::enter(State state)
 {
-    const bool hasChanged = std::exchange(m_state, state) != state;
+    const bool hasChanged = std::exchange(m_state, state) != state || !m_isPutAsideTold;
+    m_isPutAsideTold = true;
     if (state == State::Ready) {
         m_retry.stop();
     } else {

@@ -16,13 +16,15 @@ enum class FileVerdict;
 // Writes are synchronous and durable: what a save reported as done survives a killed process and
 // a power cut. Where the file does not allow that, nothing is lost and nobody waits:
 //
-// - A file that is no database, or a damaged one, is put aside beside itself under a name with the
-//   date; a new one takes its place with the rows that could still be read.
+// - A file that is no database, or a damaged one, found at the start or later, is put aside beside
+//   itself under a name with the date; a new one takes its place with the rows that could still be
+//   read.
 // - While another process holds the file locked, the handle is not open and every operation fails
 //   in its quiet way (false, 0, nothing found) until tryAgain() finds it free.
 // - With a folder that cannot be written, or a full disk, at the start or later, the session goes
-//   on in memory with the rows that can be read. What changes is written to the file as soon as it
-//   takes it, tried every few seconds and at close().
+//   on in memory with the rows that can be read, and so it does while another process does not let
+//   go of the file. What changes is written as soon as the file takes it, tried every few seconds
+//   and at close().
 class Database final
 {
     Q_DISABLE_COPY_MOVE(Database)
@@ -35,19 +37,22 @@ public:
     explicit Database(QString filePath);
     ~Database();
 
-    void close();
+    // Writes before what waits in memory, for which it waits some seconds. False when the file does
+    // not take it: the handle stays open, and what waits is lost with it.
+    bool close();
 
     [[nodiscard]] State state() const { return m_state; }
-    // Told when the state has changed, from the next change on.
-    void setStateListener(const std::function<void()> &listener) { m_listener = listener; }
+    // Told when the state has changed or a file has been put aside, from the next time on.
+    void setListener(const std::function<void()> &listener) { m_listener = listener; }
 
     // Opens a locked file, or writes what a session in memory has kept back and goes on with the
     // file. True when the database is Ready.
     bool tryAgain();
 
-    // Goes on in memory when the statement that failed last did so because the file takes no
-    // writes; true when it does, so that the statement is worth another try.
-    bool continueInMemory();
+    // Finds a way to go on when the last statement failed because of the file: in memory when that
+    // takes no writes, with a new one when it is damaged. True when the statement is worth another
+    // try.
+    bool recover();
 
     // Whether changes of a session in memory wait to be written.
     [[nodiscard]] bool isWaitingToWrite() const;
@@ -58,11 +63,12 @@ public:
     [[nodiscard]] const DQConnection &connection() const { return m_connection; }
 
 private:
-    void open();
+    void open(const QVector<TableRows> &ofSession = {});
     [[nodiscard]] FileVerdict openFile();
-    [[nodiscard]] FileVerdict replaceFile(QVector<TableRows> &rescued);
-    void openMemory(const QVector<TableRows> &ofFile, const QVector<TableRows> &rescued);
-    bool createTables();
+    FileVerdict replaceFile();
+    void openMemory(const QVector<TableRows> &rows);
+    bool createModelTables();
+    bool writeBack(int busyMilliseconds);
     void disconnect();
     void enter(State state);
 
@@ -70,6 +76,7 @@ private:
     DQConnection m_connection;
     State m_state = State::Locked;
     QString m_putAside;
+    bool m_isPutAsideTold = true;
     QTimer m_retry;
     std::function<void()> m_listener;
 };

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTemporaryDir>
@@ -13,8 +14,6 @@
 #include "app/environment/data_dir.h"
 
 namespace {
-
-constexpr int BusyMilliseconds = 500;
 
 const char *const FileSuffixes[] = {"", "-journal", "-wal", "-shm"};
 
@@ -36,6 +35,57 @@ bool copyDatabase(const QString &filePath, const QString &copy)
         }
     }
     return QFile::copy(filePath, copy);
+}
+
+// Renames the file, and SQLite's files with it. The new path; empty when that was not possible.
+QString putFileAside(const QString &filePath)
+{
+    const QString base =
+        filePath + QDateTime::currentDateTime().toString(QStringLiteral(".yyyyMMdd-hhmmss"));
+    QString aside = base;
+    for (int number = 2; QFileInfo::exists(aside); ++number) {
+        aside = QStringLiteral("%1-%2").arg(base).arg(number);
+    }
+    if (!rename(filePath, aside)) {
+        return {};
+    }
+    for (const char *suffix : {"-journal", "-wal", "-shm"}) {
+        rename(filePath + QLatin1String(suffix), aside + QLatin1String(suffix));
+    }
+    return aside;
+}
+
+// Damaged, with the rows that can be read, when the file is to be replaced.
+FileVerdict rescueRows(const QString &filePath, QVector<TableRows> &rows)
+{
+    if (isForeign(filePath)) {
+        return FileVerdict::Damaged;
+    }
+    const QString name = QStringLiteral("a file that may be damaged");
+    FileVerdict verdict = FileVerdict::Damaged;
+    {
+        const QSqlDatabase file = connectToFile(filePath, name);
+        verdict = examine(file, Examination::Thorough);
+        if (verdict == FileVerdict::Damaged) {
+            rows = readRows(file);
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    return verdict;
+}
+
+bool makeFile(const QString &filePath, const QVector<TableRows> &rows)
+{
+    QFile::remove(filePath); // what a process that was killed has left
+    restrictDatabaseFiles(filePath);
+    const QString name = QStringLiteral("a file that is made anew");
+    bool made = false;
+    {
+        const QSqlDatabase file = connectToFile(filePath, name);
+        made = file.isOpen() && createTables(file) && addRows(file, rows);
+    }
+    QSqlDatabase::removeDatabase(name);
+    return made;
 }
 
 } // namespace
@@ -70,14 +120,23 @@ FileVerdict verdictOf(const QSqlError &error)
     }
 }
 
-FileVerdict examine(const QSqlDatabase &database)
+FileVerdict verdictOfWriting(const QSqlError &error)
+{
+    const FileVerdict verdict = verdictOf(error);
+    return verdict == FileVerdict::Good ? FileVerdict::NoWriting : verdict;
+}
+
+FileVerdict examine(const QSqlDatabase &database, Examination examination)
 {
     if (!database.isOpen()) {
         return verdictOf(database.lastError());
     }
     QSqlQuery query(database);
     query.setForwardOnly(true);
-    if (query.exec(QStringLiteral("PRAGMA quick_check(1)")) && query.next()) {
+    const QString sql = examination == Examination::Quick
+                            ? QStringLiteral("PRAGMA quick_check(1)")
+                            : QStringLiteral("PRAGMA integrity_check(1)");
+    if (query.exec(sql) && query.next()) {
         return query.value(0).toString() == QLatin1String("ok") ? FileVerdict::Good
                                                                 : FileVerdict::Damaged;
     }
@@ -111,28 +170,37 @@ void restrictDatabaseFiles(const QString &filePath)
     }
 }
 
-QString putFileAside(const QString &filePath)
+// One process at a time: a second one would put the first one's new file aside.
+FileVerdict replaceDamagedFile(const QString &filePath, QString &putAside)
 {
-    const QString base =
-        filePath + QDateTime::currentDateTime().toString(QStringLiteral(".yyyyMMdd-hhmmss"));
-    QString aside = base;
-    for (int number = 2; QFileInfo::exists(aside); ++number) {
-        aside = QStringLiteral("%1-%2").arg(base).arg(number);
+    QLockFile lock(filePath + QStringLiteral(".lock"));
+    lock.setStaleLockTime(0);
+    if (!lock.tryLock(ProbeMilliseconds)) {
+        return lock.error() == QLockFile::LockFailedError ? FileVerdict::Locked
+                                                          : FileVerdict::NoWriting;
     }
-    if (!rename(filePath, aside)) {
-        return {};
+    QVector<TableRows> rows;
+    const FileVerdict verdict = rescueRows(filePath, rows);
+    if (verdict != FileVerdict::Damaged) {
+        return verdict;
     }
-    for (const char *suffix : {"-journal", "-wal", "-shm"}) {
-        rename(filePath + QLatin1String(suffix), aside + QLatin1String(suffix));
+    const QString fresh = filePath + QStringLiteral(".new");
+    if (makeFile(fresh, rows)) {
+        putAside = putFileAside(filePath);
     }
-    return aside;
+    if (!putAside.isEmpty() && rename(fresh, filePath)) {
+        return FileVerdict::Good;
+    }
+    QFile::remove(fresh);
+    return FileVerdict::NoWriting;
 }
 
-QSqlDatabase connectToFile(const QString &filePath, const QString &connectionName)
+QSqlDatabase connectToFile(const QString &filePath, const QString &connectionName,
+                           int busyMilliseconds)
 {
     QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName);
     database.setDatabaseName(filePath);
-    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(BusyMilliseconds));
+    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyMilliseconds));
     database.open();
     return database;
 }

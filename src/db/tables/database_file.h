@@ -20,8 +20,12 @@ enum class FileVerdict {
 // What a statement's failure says of the file it was for; Good when the file is not to blame.
 [[nodiscard]] FileVerdict verdictOf(const QSqlError &error);
 
-// Reads the whole file.
-[[nodiscard]] FileVerdict examine(const QSqlDatabase &database);
+// The same of a statement that was to write: never Good.
+[[nodiscard]] FileVerdict verdictOfWriting(const QSqlError &error);
+
+// Reads the whole file, or, much slower, compares its parts with each other too.
+enum class Examination { Quick, Thorough };
+[[nodiscard]] FileVerdict examine(const QSqlDatabase &database, Examination examination);
 
 // Whether there is something else at the path, such as a folder or a pipe, that must not be opened.
 [[nodiscard]] bool isForeign(const QString &filePath);
@@ -33,13 +37,19 @@ enum class FileVerdict {
 // their owner. SQLite gives the files that it makes later the same permissions.
 void restrictDatabaseFiles(const QString &filePath);
 
-// Renames the file, and SQLite's files with it, to a name of the same folder with the date in it.
-// The new path; empty when that was not possible.
-[[nodiscard]] QString putFileAside(const QString &filePath);
+// Puts a new database in the place of what is none, or of a damaged one, with the rows that can
+// still be read; the old one, and SQLite's files with it, get a name with the date in it. Either
+// all of that is done, and `putAside` is the old one's new path, or nothing. Good also when another
+// process has done it meanwhile, or when there is no damage.
+[[nodiscard]] FileVerdict replaceDamagedFile(const QString &filePath, QString &putAside);
+
+// How long a connection that only looks waits for other processes.
+constexpr int ProbeMilliseconds = 500;
 
 // Connects to the file for reading and writing under that name. The connection is not open when
-// that failed; its statements wait half a second for other processes.
-[[nodiscard]] QSqlDatabase connectToFile(const QString &filePath, const QString &connectionName);
+// that failed; its statements wait that long for other processes.
+[[nodiscard]] QSqlDatabase connectToFile(const QString &filePath, const QString &connectionName,
+                                         int busyMilliseconds = ProbeMilliseconds);
 
 // The rows of a file that cannot be written, nor anything beside it.
 [[nodiscard]] QVector<TableRows> readRowsOfFile(const QString &filePath);

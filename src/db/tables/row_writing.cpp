@@ -12,6 +12,13 @@ QDateTime timeAfter(const QDateTime &former)
     return former.isValid() ? std::max(now, former.addMSecs(1)) : now;
 }
 
+void takeKey(DQModel &record, const DQModel &stored)
+{
+    if (!record.id.isNull() && !stored.id.isNull()) {
+        record.id.set(stored.id.get());
+    }
+}
+
 bool saveAndCommit(DQModel &record, bool isNew, DQTransaction &transaction)
 {
     const QVariant former = record.id.get();
@@ -24,5 +31,5 @@ bool saveAndCommit(DQModel &record, bool isNew, DQTransaction &transaction)
 
 bool writeOrRemember(const std::function<bool()> &work)
 {
-    return work() || (database() && database()->continueInMemory() && work());
+    return work() || (database() && database()->recover() && work());
 }

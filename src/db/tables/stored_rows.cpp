@@ -1,10 +1,15 @@
 #include "db/tables/stored_rows.h"
 
+#include <algorithm>
+
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 
+#include "db/dq/dq_model_meta_info.h"
+#include "db/dq/dq_sqlite_statement.h"
+#include "db/tables/database_file.h"
 #include "db/tables/folder_setting.h"
 #include "db/tables/play_history.h"
 #include "db/tables/user_info.h"
@@ -36,15 +41,16 @@ bool readInOrder(const QSqlDatabase &from, const QString &order, TableRows &resu
     return !query.lastError().isValid();
 }
 
-void addRow(QSqlQuery &query, const QVariantList &row, const QVector<int> &columns)
+// False when the file is to blame.
+bool addRow(QSqlQuery &query, const QVariantList &row, const QVector<int> &columns)
 {
     for (int i = 0; i < columns.size(); ++i) {
         query.bindValue(i, row.at(columns.at(i)));
     }
-    query.exec();
+    return query.exec() || verdictOf(query.lastError()) == FileVerdict::Good;
 }
 
-void addTable(const QSqlDatabase &to, const TableRows &table)
+bool addTable(const QSqlDatabase &to, const TableRows &table)
 {
     const QSqlRecord present = to.record(table.table);
     QStringList names;
@@ -61,9 +67,8 @@ void addTable(const QSqlDatabase &to, const TableRows &table)
     query.prepare(
         QStringLiteral("INSERT OR IGNORE INTO %1 (%2) values (%3)")
             .arg(table.table, names.join(QLatin1Char(',')), places.join(QLatin1Char(','))));
-    for (const QVariantList &row : table.rows) {
-        addRow(query, row, columns);
-    }
+    return std::all_of(table.rows.begin(), table.rows.end(),
+                       [&](const QVariantList &row) { return addRow(query, row, columns); });
 }
 
 } // namespace
@@ -76,6 +81,14 @@ QVector<DQModelMetaInfo *> applicationModels()
 const QString &naturalKey(const DQModelMetaInfo &model)
 {
     return model.at(1).name; // behind `id`
+}
+
+bool createTables(const QSqlDatabase &database)
+{
+    const QVector<DQModelMetaInfo *> models = applicationModels();
+    return std::all_of(models.begin(), models.end(), [&database](const DQModelMetaInfo *model) {
+        return QSqlQuery(database).exec(DQSqliteStatement().createTableIfNotExists(*model));
+    });
 }
 
 QVector<TableRows> readRows(const QSqlDatabase &from)
@@ -93,14 +106,16 @@ QVector<TableRows> readRows(const QSqlDatabase &from)
     return tables;
 }
 
-void addRows(const QSqlDatabase &to, const QVector<TableRows> &tables)
+bool addRows(const QSqlDatabase &to, const QVector<TableRows> &tables)
 {
     QSqlDatabase target(to);
-    target.transaction();
-    for (const TableRows &table : tables) {
-        if (!table.rows.isEmpty()) {
-            addTable(to, table);
-        }
+    const bool added = target.transaction() &&
+                       std::all_of(tables.begin(), tables.end(), [&to](const TableRows &table) {
+                           return table.rows.isEmpty() || addTable(to, table);
+                       });
+    if (added && target.commit()) {
+        return true;
     }
-    target.commit();
+    target.rollback();
+    return false;
 }

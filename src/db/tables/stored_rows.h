@@ -14,6 +14,9 @@ class QSqlDatabase;
 // The column that tells the rows of a table apart for the user: userId, fileId, folderId.
 [[nodiscard]] const QString &naturalKey(const DQModelMetaInfo &model);
 
+// Makes those of them that are missing.
+[[nodiscard]] bool createTables(const QSqlDatabase &database);
+
 // Rows of one table, apart from any file.
 struct TableRows
 {
@@ -27,5 +30,6 @@ struct TableRows
 [[nodiscard]] QVector<TableRows> readRows(const QSqlDatabase &from);
 
 // Adds the rows, with their `id`, to the tables of the same names. One that clashes with a row
-// there is left out, and so are columns that the table lacks.
-void addRows(const QSqlDatabase &to, const QVector<TableRows> &tables);
+// there or suits no table is left out, and so are columns that the table lacks. False when the file
+// did not take them; then none is there.
+[[nodiscard]] bool addRows(const QSqlDatabase &to, const QVector<TableRows> &tables);

@@ -1,6 +1,7 @@
 #include "db/tables/unwritten_rows.h"
 
 #include <QSqlDatabase>
+#include <QSqlError>
 #include <QSqlField>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -11,26 +12,54 @@
 
 namespace {
 
-// One statement and its values; inactive when it fails.
-QSqlQuery run(const QSqlDatabase &on, const QString &sql, const QVariantList &values = {})
+// Brings changes from one database to another. After the first failure it executes nothing more.
+class ChangeWriter final
+{
+public:
+    ChangeWriter(const QSqlDatabase &memory, const QSqlDatabase &file)
+        : m_memory(memory), m_file(file)
+    {
+    }
+
+    QSqlError write();
+
+private:
+    QSqlQuery run(const QSqlDatabase &on, const QString &sql, const QVariantList &values = {});
+    bool findsInFile(const QString &sql, const QVariantList &values);
+    void writeTable(const DQModelMetaInfo &model);
+    void writeChange(const DQModelMetaInfo &model, const QVariant &key, const QVariant &removedAt);
+    void writeRow(const QString &table, const QSqlRecord &row, bool withId);
+
+    const QSqlDatabase m_memory;
+    const QSqlDatabase m_file;
+    QSqlError m_error;
+};
+
+// One statement and its values; it finds no row when it fails.
+QSqlQuery ChangeWriter::run(const QSqlDatabase &on, const QString &sql, const QVariantList &values)
 {
     QSqlQuery query(on);
+    if (m_error.isValid()) {
+        return query;
+    }
     query.setForwardOnly(true);
     query.prepare(sql);
     for (const QVariant &value : values) {
         query.addBindValue(value);
     }
-    query.exec();
+    if (!query.exec()) {
+        m_error = query.lastError();
+    }
     return query;
 }
 
-bool isThere(const QSqlDatabase &on, const QString &sql, const QVariantList &values)
+bool ChangeWriter::findsInFile(const QString &sql, const QVariantList &values)
 {
-    return run(on, sql, values).next();
+    return run(m_file, sql, values).next();
 }
 
 // Writes one row as it is in memory, with the columns that are not null.
-bool writeRow(const QSqlDatabase &file, const QString &table, const QSqlRecord &row, bool withId)
+void ChangeWriter::writeRow(const QString &table, const QSqlRecord &row, bool withId)
 {
     QStringList names;
     QStringList places;
@@ -42,76 +71,93 @@ bool writeRow(const QSqlDatabase &file, const QString &table, const QSqlRecord &
             values.append(row.value(i));
         }
     }
-    const QString sql =
+    run(m_file,
         QStringLiteral("REPLACE INTO %1 (%2) values (%3)")
-            .arg(table, names.join(QLatin1Char(',')), places.join(QLatin1Char(',')));
-    return run(file, sql, values).isActive();
+            .arg(table, names.join(QLatin1Char(',')), places.join(QLatin1Char(','))),
+        values);
 }
 
-bool writeChange(const QSqlDatabase &memory, const QSqlDatabase &file, const DQModelMetaInfo &model,
-                 const QVariant &key)
+void ChangeWriter::writeChange(const DQModelMetaInfo &model, const QVariant &key,
+                               const QVariant &removedAt)
 {
     const QString &table = model.name();
     const QString &column = naturalKey(model);
-    QSqlQuery query =
-        run(memory, QStringLiteral("SELECT * FROM %1 WHERE %2 = ?").arg(table, column), {key});
-    if (!query.next()) {
-        return run(file, QStringLiteral("DELETE FROM %1 WHERE %2 = ?").arg(table, column), {key})
-            .isActive();
+    QSqlQuery kept =
+        run(m_memory, QStringLiteral("SELECT * FROM %1 WHERE %2 = ?").arg(table, column), {key});
+    if (!kept.next()) {
+        const QString removal =
+            QStringLiteral("DELETE FROM %1 WHERE %2 = ? AND NOT ifnull(updateTime > ?, 0)");
+        run(m_file, removal.arg(table, column), {key, removedAt});
+        return;
     }
-    const QSqlRecord row = query.record();
-    const QString isNewer = QStringLiteral("SELECT 1 FROM %1 WHERE %2 = ? AND updateTime > ?");
-    if (isThere(file, isNewer.arg(table, column), {key, row.value(QStringLiteral("updateTime"))})) {
-        return true;
+    const QSqlRecord row = kept.record();
+    const QVariant writtenAt = row.value(QStringLiteral("updateTime"));
+    const QString laterRow = QStringLiteral("SELECT 1 FROM %1 WHERE %2 = ? AND updateTime > ?");
+    if (findsInFile(laterRow.arg(table, column), {key, writtenAt})) {
+        return;
     }
-    const QString isTaken = QStringLiteral("SELECT 1 FROM %1 WHERE %2 <> ? AND id = ?");
-    const bool withId =
-        !isThere(file, isTaken.arg(table, column), {key, row.value(QStringLiteral("id"))});
-    return writeRow(file, table, row, withId);
+    const QString otherRowWithId = QStringLiteral("SELECT 1 FROM %1 WHERE %2 <> ? AND id = ?");
+    const QVariant id = row.value(QStringLiteral("id"));
+    writeRow(table, row, !findsInFile(otherRowWithId.arg(table, column), {key, id}));
 }
 
-bool writeTable(const QSqlDatabase &memory, const QSqlDatabase &file, const DQModelMetaInfo &model)
+void ChangeWriter::writeTable(const DQModelMetaInfo &model)
 {
-    QSqlQuery keys =
-        run(memory, QStringLiteral("SELECT key FROM Changed WHERE name = ?"), {model.name()});
-    bool written = true;
-    while (written && keys.next()) {
-        written = writeChange(memory, file, model, keys.value(0));
+    QSqlQuery changes =
+        run(m_memory, QStringLiteral("SELECT key, removedAt FROM Changed WHERE name = ?"),
+            {model.name()});
+    while (changes.next()) {
+        writeChange(model, changes.value(0), changes.value(1));
     }
-    return written;
+    if (!m_error.isValid()) {
+        m_error = changes.lastError();
+    }
+}
+
+QSqlError ChangeWriter::write()
+{
+    run(m_file, QStringLiteral("BEGIN IMMEDIATE TRANSACTION"));
+    for (const DQModelMetaInfo *model : applicationModels()) {
+        writeTable(*model);
+    }
+    run(m_file, QStringLiteral("COMMIT TRANSACTION"));
+    if (m_error.isValid()) {
+        QSqlQuery(m_file).exec(QStringLiteral("ROLLBACK TRANSACTION"));
+    }
+    run(m_memory, QStringLiteral("DELETE FROM Changed"));
+    return m_error;
 }
 
 } // namespace
 
 void noteChanges(const QSqlDatabase &memory)
 {
-    run(memory, QStringLiteral("CREATE TABLE Changed (name TEXT, key TEXT, UNIQUE(name, key))"));
+    QSqlQuery query(memory);
+    query.exec(QStringLiteral(
+        "CREATE TABLE Changed (name TEXT, key TEXT, removedAt TEXT, UNIQUE(name, key))"));
     // Else the row that a REPLACE takes the place of goes without a trigger.
-    run(memory, QStringLiteral("PRAGMA recursive_triggers=ON"));
+    query.exec(QStringLiteral("PRAGMA recursive_triggers=ON"));
     for (const DQModelMetaInfo *model : applicationModels()) {
         const QString trigger =
             QStringLiteral("CREATE TRIGGER %3%1 AFTER %3 ON %1 "
-                           "BEGIN REPLACE INTO Changed VALUES ('%1', %4.%2); END")
+                           "BEGIN REPLACE INTO Changed VALUES ('%1', %4.%2, %5); END")
                 .arg(model->name(), naturalKey(*model));
-        run(memory, trigger.arg(QStringLiteral("INSERT"), QStringLiteral("new")));
-        run(memory, trigger.arg(QStringLiteral("DELETE"), QStringLiteral("old")));
+        query.exec(
+            trigger.arg(QStringLiteral("INSERT"), QStringLiteral("new"), QStringLiteral("NULL")));
+        // Never before the row's own time: the clock may have been set back.
+        query.exec(trigger.arg(QStringLiteral("DELETE"), QStringLiteral("old"),
+                               QStringLiteral("max(ifnull(old.updateTime, ''), "
+                                              "strftime('%Y-%m-%d %H:%M:%f', 'now'))")));
     }
 }
 
 bool hasUnwrittenRows(const QSqlDatabase &memory)
 {
-    return isThere(memory, QStringLiteral("SELECT 1 FROM Changed"), {});
+    QSqlQuery query(memory);
+    return query.exec(QStringLiteral("SELECT 1 FROM Changed")) && query.next();
 }
 
-bool writeChanges(const QSqlDatabase &memory, const QSqlDatabase &file)
+QSqlError writeChanges(const QSqlDatabase &memory, const QSqlDatabase &file)
 {
-    bool written = run(file, QStringLiteral("BEGIN IMMEDIATE TRANSACTION")).isActive();
-    for (const DQModelMetaInfo *model : applicationModels()) {
-        written = written && writeTable(memory, file, *model);
-    }
-    if (!written || !run(file, QStringLiteral("COMMIT TRANSACTION")).isActive()) {
-        run(file, QStringLiteral("ROLLBACK TRANSACTION"));
-        return false;
-    }
-    return run(memory, QStringLiteral("DELETE FROM Changed")).isActive();
+    return ChangeWriter(memory, file).write();
 }
