@@ -118,8 +118,8 @@ private slots:
             store(played(file));
         }
         PlayHistory other = store(played("other", "u2"));
-        removePlayHistory(storedHistory("b").id.value());
-        removePlayHistory(4711);
+        removePlayHistory("b");
+        removePlayHistory("nobody's");
         QCOMPARE(listedFiles(), "c a");
         clearPlayHistory();
         QCOMPARE(listedFiles(), "");
@@ -156,7 +156,9 @@ private slots:
             FolderSetting setting = folder(folderId);
             saveFolderSetting(setting);
         }
+        QVERIFY(m_database->execute("UPDATE VideoFolderSetting SET updateTime='" + LongAgo + '\''));
         clearSkipPositions("f1");
+        QVERIFY(isNow(storedFolder("f1").updateTime.value()));
         clearSkipPositions("f3");
         QCOMPARE(storedFolder("f1").skipHeadPos.get(), QVariant(0));
         QCOMPARE(storedFolder("f1").skipTailPos.get(), QVariant(0));
@@ -187,13 +189,6 @@ private slots:
     }
 
 private:
-    static PlayHistory storedHistory(const QString &fileId)
-    {
-        PlayHistory history;
-        loadPlayHistory(fileId, history);
-        return history;
-    }
-
     std::unique_ptr<ApplicationDatabase> m_database;
 };
 

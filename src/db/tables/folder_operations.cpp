@@ -19,6 +19,7 @@ void saveFolderSetting(FolderSetting &setting)
         FolderSetting stored;
         loadFolderSetting(setting.folderId.value(), stored);
         const bool isNew = stored.id.isNull();
+        takeKey(setting, stored);
         if (!isNew) {
             setting.updateTime = QDateTime::currentDateTime();
         }
@@ -37,6 +38,7 @@ void clearSkipPositions(const QString &folderId)
         loadFolderSetting(folderId, setting);
         setting.skipHeadPos = 0;
         setting.skipTailPos = 0;
+        setting.updateTime = QDateTime::currentDateTime();
         return setting.id.isNull() || saveAndCommit(setting, false, transaction);
     });
 }

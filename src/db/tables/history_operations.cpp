@@ -25,6 +25,14 @@ QDateTime newestUpdateTime()
     return timeAfter(dqDateTimeFromText(query.value(0).toString()));
 }
 
+// The row keeps its `id` unless another has it now. One that is there is not touched.
+bool putBack(PlayHistory history)
+{
+    PlayHistory present;
+    return loadPlayHistory(history.fileId.value(), present) ||
+           history.save(loadRowById(history.id.value(), present));
+}
+
 } // namespace
 
 void savePlayHistory(PlayHistory &history)
@@ -45,6 +53,7 @@ void savePlayHistory(PlayHistory &history)
         history.updateTime = newestUpdateTime();
         PlayHistory stored;
         const bool isNew = !loadPlayHistory(history.fileId.value(), stored);
+        takeKey(history, stored);
         return saveAndCommit(history, isNew, transaction);
     });
 }
@@ -62,10 +71,11 @@ void listPlayHistory(DQList<PlayHistory> &list)
                .call();
 }
 
-void removePlayHistory(int id)
+void removePlayHistory(const QString &fileId)
 {
-    writeOrRemember(
-        [id] { return dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::id) == id).remove(); });
+    writeOrRemember([&fileId] {
+        return dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::fileId) == fileId).remove();
+    });
 }
 
 void clearPlayHistory()
@@ -83,17 +93,11 @@ void clearPlayHistory()
     });
 }
 
-void restorePlayHistory(const QList<PlayHistory> &removed)
+bool restorePlayHistory(const QList<PlayHistory> &removed)
 {
-    DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
-    if (!transaction.isActive()) {
-        return;
-    }
-    const bool restored = std::all_of(removed.begin(), removed.end(), [](PlayHistory history) {
-        PlayHistory present;
-        return loadPlayHistory(history.fileId.value(), present) || history.save();
+    return writeOrRemember([&removed] {
+        DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
+        return transaction.isActive() && std::all_of(removed.begin(), removed.end(), putBack) &&
+               transaction.commit();
     });
-    if (restored) {
-        transaction.commit();
-    }
 }

@@ -13,7 +13,8 @@
 // The application's operations on its three tables. Each save finds out by the natural key
 // (userId, fileId, folderId) whether the row is new. It writes the whole row: a field that is null
 // in the record takes its column's default, so load a row first to keep what it holds. A row that
-// is written without its `id` gets a new one and moves to the end of the table.
+// is written without its `id` gets a new one and moves to the end of the table; an `id` that is no
+// longer the row's is put right.
 //
 // Failures are logged as warnings; a record whose save failed keeps the `id` that it had.
 
@@ -56,7 +57,7 @@ void loadFolderSetting(const QString &folderId, FolderSetting &setting);
 // A row that is not new gets the current time as `updateTime`.
 void saveFolderSetting(FolderSetting &setting);
 
-// Sets both skip positions of a stored folder to 0.
+// Sets both skip positions of a stored folder to 0, and `updateTime` to the current time.
 void clearSkipPositions(const QString &folderId);
 
 // Removes the settings of every user.
@@ -74,14 +75,14 @@ bool loadPlayHistory(const QString &fileId, PlayHistory &history);
 // The current user's rows, the most recently played first; replaces what `list` held.
 void listPlayHistory(DQList<PlayHistory> &list);
 
-void removePlayHistory(int id);
+void removePlayHistory(const QString &fileId);
 
 // Removes the current user's rows.
 void clearPlayHistory();
 
 // Puts removed rows back as they were, with their times. Those whose video has been watched again
-// meanwhile stay as they are now.
-void restorePlayHistory(const QList<PlayHistory> &removed);
+// meanwhile stay as they are now. False when they are not all there now.
+bool restorePlayHistory(const QList<PlayHistory> &removed);
 
 // --- single rows of any table
 

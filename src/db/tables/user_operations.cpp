@@ -54,6 +54,7 @@ void saveUserInfo(UserInfo &info)
         UserInfo stored;
         const bool isNew = !loadUserInfo(info.userId.value(), stored);
         if (!isNew) {
+            takeKey(settled, stored);
             settleTokens(settled, stored);
         } else if (info.updateTime.isNull()) { // not left to the database: the record knows it then
             settled.updateTime = timeAfter(QDateTime());

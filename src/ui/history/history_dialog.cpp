@@ -153,8 +153,8 @@ void HistoryDialog::on_btnRemovePlayHistory_clicked()
     QList<PlayHistory> selected;
     std::copy_if(m_rows.begin(), m_rows.end(), std::back_inserter(selected),
                  [&ids](const PlayHistory &history) { return ids.contains(history.id.value()); });
-    for (const int id : ids) {
-        removePlayHistory(id);
+    for (const PlayHistory &history : selected) {
+        removePlayHistory(history.fileId.value());
     }
     reloadAndOfferUndo(selected);
 }
