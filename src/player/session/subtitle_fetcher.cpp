@@ -43,7 +43,7 @@ void SubtitleFetcher::fetch(const UserInfo &user, const FileItem &subtitle)
     const auto fail = [](const QString &error, int code) {
         logFailure(QStringLiteral("getDownloadUrl"), code, error);
     };
-    m_replies.await(
+    m_replies.limitWait(
         OpenApiClient(user).downloadUrl(subtitle.file_id, m_replies.guard(success), fail));
 }
 

@@ -112,7 +112,7 @@ void TrackChoices::requestFolder()
         logFailure(QStringLiteral("getFileList"), code, error);
         onFolderFiles({});
     };
-    m_replies.await(OpenApiClient(m_user).listAllByName(
+    m_replies.limitWait(OpenApiClient(m_user).listAllByName(
         m_folder.folderId(), m_replies.guard(listed), m_replies.guard(fail)));
     if (m_folder.folderName().isEmpty()) {
         requestFolderName();
@@ -125,7 +125,7 @@ void TrackChoices::requestFolderName()
     const auto fail = [](const QString &error, int code) {
         logFailure(QStringLiteral("getFile"), code, error);
     };
-    m_replies.await(
+    m_replies.limitWait(
         OpenApiClient(m_user).fileDetails(m_folder.folderId(), m_replies.guard(named), fail));
 }
 
