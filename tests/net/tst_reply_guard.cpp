@@ -81,11 +81,13 @@ private slots:
         QTest::qWait(400);
         QCOMPARE(m_calls, QStringList());
     }
-    void failuresAreLoggedInOneForm()
+    void failuresAreLoggedInTheirForms()
     {
         LogCapture log;
-        logFailure("getPlayInfo", 203, "Not Found");
-        QCOMPARE(log.lines(), QStringList("getPlayInfo fail : 203  => \"Not Found\""));
+        logFailure("getFileList", 203, "Not Found");
+        logAddressFailure("getPlayInfo", "Not Found", 203);
+        QCOMPARE(log.lines(), QStringList({"getFileList fail : 203  => \"Not Found\"",
+                                           "getPlayInfo fail :  \"Not Found\"  => 203"}));
     }
 
 private:

@@ -97,7 +97,7 @@ void PlayAddress::requestSource()
 void PlayAddress::onFailure(const QString &operation, int code, const QString &error) const
 {
     if (m_purpose == Purpose::Opening) {
-        logFailure(operation, code, error);
+        logAddressFailure(operation, error, code);
     }
 }
 
