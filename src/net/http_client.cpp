@@ -83,6 +83,12 @@ HttpClient &HttpClient::limit(qint64 bytes)
     return *this;
 }
 
+HttpClient &HttpClient::once()
+{
+    m_d->isSentOnce = true;
+    return *this;
+}
+
 HttpClient &HttpClient::charset(const QString &name)
 {
     m_d->charset = name;

@@ -59,8 +59,8 @@ public:
     // Logs the request and its outcome, with the parameters and the body: they may hold secrets.
     HttpClient &debug(bool on);
 
-    // The query of a GET, the form of a POST, PUT or upload. Sent as they stand, fully decoded: a
-    // value that holds "&" or "+" must be encoded by the caller.
+    // The query of a GET, the form of a POST, PUT or upload. Sent fully decoded, whatever they are
+    // given as: a value that may hold "&", "+" or "#" belongs into the URL (percentEncoded).
     HttpClient &param(const QString &name, const QString &value);
     HttpClient &params(const QMap<QString, QString> &values);
 
@@ -80,6 +80,11 @@ public:
     HttpClient &complete(const CompleteHandler &handler);
     // Runs just before `fail` when the server answered with an error status.
     HttpClient &refused(const RefusalHandler &handler);
+
+    // The POST or PUT is sent once and no more, for calls that must not be carried out twice.
+    // Others are sent again by Qt when the connection is cut before the reply begins, as happens to
+    // one that was kept open and is used again.
+    HttpClient &once();
 
     // The codec of the reply; UTF-8 when not set or not known.
     HttpClient &charset(const QString &name);

@@ -8,6 +8,7 @@
 
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
+#include "net/unrepeated_body.h"
 #include "net/web_address.h"
 #include "net/write_through.h"
 
@@ -39,11 +40,6 @@ QString readText(QNetworkReply *reply, const QString &charset)
         text += stream.readLine();
     }
     return text;
-}
-
-int statusOf(const QNetworkReply *reply)
-{
-    return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
 // x-retry-after is the drive platform's, in milliseconds; Retry-After is everybody's, in seconds.
@@ -183,6 +179,10 @@ QNetworkAccessManager *HttpClientPrivate::usedManager() const
 
 QNetworkReply *HttpClientPrivate::send(const QNetworkRequest &request)
 {
+    const bool hasText = m_method == Method::Post || m_method == Method::Put;
+    if (hasText && isSentOnce) {
+        return sendOnce(request);
+    }
     switch (m_method) {
     case Method::Post:
         return usedManager()->post(request, body());
@@ -195,6 +195,18 @@ QNetworkReply *HttpClientPrivate::send(const QNetworkRequest &request)
         break;
     }
     return usedManager()->get(request);
+}
+
+QNetworkReply *HttpClientPrivate::sendOnce(QNetworkRequest request)
+{
+    const QByteArray bytes = body();
+    auto device = std::make_unique<UnrepeatedBody>(bytes);
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, bytes.size());
+    QNetworkReply *reply = m_method == Method::Post ? usedManager()->post(request, device.get())
+                                                    : usedManager()->put(request, device.get());
+    device.release()->setParent(reply);
+    return reply;
 }
 
 PendingReply HttpClientPrivate::sendText(const QNetworkRequest &request)
@@ -260,6 +272,10 @@ PendingReply HttpClientPrivate::failLocally(const QString &error, bool logs)
 HttpOutcome HttpClientPrivate::textOutcome(QNetworkReply *reply, const QString &charset)
 {
     const QString text = readText(reply, charset);
+    if (reply->error() == QNetworkReply::ContentReSendError) {
+        // Only the cut that would have led to it concerns who asked.
+        return {false, QStringLiteral("Connection closed"), QNetworkReply::RemoteHostClosedError};
+    }
     if (reply->error() != QNetworkReply::NoError) {
         return {false, reply->errorString(), reply->error(), refusalIn(reply, text)};
     }

@@ -12,6 +12,7 @@
 
 #include "net/http_client.h"
 #include "net/http_exchange.h"
+#include "net/http_reply.h"
 #include "net/multipart_form.h"
 
 class QNetworkReply;
@@ -48,7 +49,8 @@ public:
     QPointer<QNetworkAccessManager> manager;
     Handlers handlers;
     QString charset;
-    qint64 limit = qint64(1) << 20;
+    qint64 limit = LongestReply;
+    bool isSentOnce = false;
     UploadContent content;
 
 private:
@@ -69,6 +71,7 @@ private:
     QByteArray body() const;
     QNetworkAccessManager *usedManager() const;
     QNetworkReply *send(const QNetworkRequest &request);
+    QNetworkReply *sendOnce(QNetworkRequest request);
     void renewAuthorization(const QString &accessToken);
 
     PendingReply sendText(const QNetworkRequest &request);

@@ -9,6 +9,7 @@
 #include <QNetworkRequest>
 #include <QSaveFile>
 
+#include "net/http_reply.h"
 #include "net/reply_guard.h"
 #include "net/web_address.h"
 #include "net/write_through.h"
@@ -27,11 +28,6 @@ QNetworkRequest downloadRequest(const QString &url)
     // Sizes and ranges count the file's bytes, not those of a compressed form.
     request.setRawHeader(QByteArrayLiteral("Accept-Encoding"), QByteArrayLiteral("identity"));
     return request;
-}
-
-int statusOf(const QNetworkReply *reply)
-{
-    return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
 // The length that the server states, or nothing when it is missing, no number, or out of range.

@@ -5,9 +5,9 @@
 void HttpExchange::watch(QNetworkReply *reply, qint64 limit)
 {
     m_reply = reply;
-    m_sent.start();
-    m_lastByte.start();
-    const auto moves = [this] { m_lastByte.start(); };
+    m_sinceSent.start();
+    m_sinceLastByte.start();
+    const auto moves = [this] { m_sinceLastByte.start(); };
     QObject::connect(reply, &QNetworkReply::uploadProgress, reply, moves);
     QObject::connect(reply, &QNetworkReply::metaDataChanged, reply, moves);
     QObject::connect(reply, &QNetworkReply::readyRead, reply, [this, limit] { onBytes(limit); });
@@ -23,8 +23,8 @@ std::optional<Exchange::Wait> HttpExchange::waited() const
     if (!m_pending || !m_reply) {
         return std::nullopt;
     }
-    return Wait{std::chrono::milliseconds(m_lastByte.elapsed()),
-                std::chrono::milliseconds(m_sent.elapsed())};
+    return Wait{std::chrono::milliseconds(m_sinceLastByte.elapsed()),
+                std::chrono::milliseconds(m_sinceSent.elapsed())};
 }
 
 void HttpExchange::giveUp()
@@ -43,7 +43,7 @@ void HttpExchange::abandon()
 
 void HttpExchange::onBytes(qint64 limit)
 {
-    m_lastByte.start();
+    m_sinceLastByte.start();
     const QNetworkReply *reply = m_reply.data();
     if (limit > 0 && reply != nullptr && reply->bytesAvailable() > limit) {
         cutOff({false, QStringLiteral("The reply is longer than %1 bytes").arg(limit),

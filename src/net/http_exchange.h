@@ -40,8 +40,8 @@ private:
     void cutOff(const HttpOutcome &verdict);
 
     QPointer<QNetworkReply> m_reply;
-    QElapsedTimer m_sent;
-    QElapsedTimer m_lastByte;
+    QElapsedTimer m_sinceSent;
+    QElapsedTimer m_sinceLastByte;
     std::optional<HttpOutcome> m_verdict;
     bool m_pending = true;
 };

@@ -25,7 +25,7 @@
 // holds no connection for ever either. Downloads lose patience with silence alone
 // (HttpDownLoader).
 //
-// Whether to ask once more after a failure is up to the asker: see mayAskAgain().
+// Whether to ask once more after a failure is up to the asker.
 class ReplyGuard final
 {
     Q_DISABLE_COPY_MOVE(ReplyGuard)

@@ -8,3 +8,8 @@ bool mayBeAsked(const QUrl &address)
     return address.isValid() && !address.host().isEmpty() &&
            (scheme == QLatin1String("http") || scheme == QLatin1String("https"));
 }
+
+QString percentEncoded(const QString &value)
+{
+    return QString::fromLatin1(QUrl::toPercentEncoding(value));
+}

@@ -217,6 +217,45 @@ private slots:
         }
         QVERIFY(!QFile::exists(target));
     }
+    // Qt sends again by itself what is cut before the first byte of a reply, on a connection that
+    // was kept open and on a new one.
+    void aCallThatIsCutIsSentOnceIfItMustBe_data()
+    {
+        QTest::addColumn<Method>("method");
+        QTest::addColumn<int>("unharmed"); // requests before it
+        QTest::addColumn<bool>("isOnce");
+        for (const int unharmed : {0, 1}) {
+            for (const bool isOnce : {true, false}) {
+                QTest::addRow("POST %d %d", unharmed, isOnce)
+                    << Method(&HttpClient::post) << unharmed << isOnce;
+                QTest::addRow("PUT %d %d", unharmed, isOnce)
+                    << Method(&HttpClient::put) << unharmed << isOnce;
+            }
+        }
+    }
+    void aCallThatIsCutIsSentOnceIfItMustBe()
+    {
+        QFETCH(Method, method);
+        QFETCH(int, unharmed);
+        QFETCH(bool, isOnce);
+        int left = unharmed;
+        ScriptedServer server([&](const ReceivedRequest &) {
+            return left-- > 0 ? answer("200 OK", "") : ScriptedAnswer{"", Ending::Close};
+        });
+        QNetworkAccessManager manager;
+        for (int i = 0; i <= unharmed; ++i) {
+            Calls calls;
+            HttpClient client(server.url());
+            calls.listen(client).manager(&manager).json("{}");
+            ((isOnce ? client.once() : client).*method)();
+            QTRY_VERIFY(calls.isComplete());
+            QCOMPARE(calls.entries.first(), i < unharmed ? "success:" : "fail:2");
+            QCOMPARE(calls.error, i < unharmed ? "" : "Connection closed");
+            QCOMPARE(server.requests()[i].body, QByteArray("{}"));
+        }
+        const int sent = server.requests().size() - unharmed;
+        QVERIFY2(isOnce ? sent == 1 : sent > 1, qPrintable(QString::number(sent)));
+    }
     void aReplyMayBeAsLongAsItsLimit()
     {
         const int mega = 1024 * 1024;

@@ -1,5 +1,6 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
+#include <QSignalSpy>
 #include <QTest>
 
 #include "api/records/account_records.h"
@@ -8,6 +9,7 @@
 #include "api/records/video_records.h"
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
+#include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
 #include "session/drive_fixture.h"
@@ -297,6 +299,58 @@ private slots:
         client.vipInfo(outcome.success<VipInfo>(), outcome.fail());
         QTRY_COMPARE(outcome.successes, 4);
         QVERIFY(clock.elapsed() < 200);
+    }
+    void theServersReturnIsTold()
+    {
+        DriveFixture drive;
+        const OpenApiClient client(drive.logIn());
+        QSignalSpy returns(&Session::instance().reachability(), &Reachability::returned);
+        Outcome outcome;
+        const auto ask = [&](const FaultOn &fault, int returned) {
+            drive.server().addFault(fault);
+            outcome = {};
+            client.vipInfo(outcome.success<VipInfo>(), outcome.fail());
+            QTRY_VERIFY(outcome.over());
+            QTRY_COMPARE(returns.size(), returned);
+        };
+        ask(FaultOn("getVipInfo").always().status(503), 0); // no loss
+        drive.server().clearFaults();
+        for (const FaultOn &reply : {FaultOn("nothing"), FaultOn("getVipInfo").status(403)}) {
+            returns.clear();
+            ask(FaultOn("getVipInfo").always().closes(), 0);
+            drive.server().clearFaults();
+            ask(reply, 1);
+        }
+    }
+    // The drive would carry it out a second time; a page may be asked for twice.
+    void aChangeThatIsCutReachesTheDriveOnce_data()
+    {
+        QTest::addColumn<Start>("start");
+        QTest::addColumn<bool>("isOnce");
+        const auto row = [](const char *name, bool isOnce, Start start) {
+            QTest::newRow(name) << start << isOnce;
+        };
+        row("list", false, [](const OpenApiClient &c) { c.listFiles(Folder, 1, "", {}, {}); });
+        row("create", true, [](const OpenApiClient &c) { c.createFolder(Folder, "n", {}, {}); });
+        row("rename", true, [](const OpenApiClient &c) { c.rename(Id, "n", {}, {}); });
+        row("copy", true, [](const OpenApiClient &c) { c.copy(Id, Folder, {}, {}); });
+        row("move", true, [](const OpenApiClient &c) { c.move(Id, Folder, {}, {}); });
+        row("trash", true, [](const OpenApiClient &c) { c.trash(Id, {}, {}); });
+        row("delete", true, [](const OpenApiClient &c) { c.remove(Id, {}, {}); });
+    }
+    void aChangeThatIsCutReachesTheDriveOnce()
+    {
+        QFETCH(Start, start);
+        QFETCH(bool, isOnce);
+        DriveFixture drive;
+        const OpenApiClient client(drive.logIn());
+        drive.server().addFault(FaultOn("openFile/*").closes());
+        LogCapture log;
+        start(client);
+        QTRY_COMPARE(drive.server().requests().size(), std::size_t(isOnce ? 1 : 2));
+        client.spaceInfo({}, {});
+        QTRY_COMPARE(drive.requests("/adrive/v1.0/user/getSpaceInfo").size(), std::size_t(1));
+        QCOMPARE(drive.server().requests().size(), std::size_t(isOnce ? 2 : 3));
     }
     void aLongPageArrives()
     {

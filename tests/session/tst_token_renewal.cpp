@@ -215,6 +215,37 @@ private slots:
         QCOMPARE(asked(TokenPath), 2);
         QCOMPARE(asked(DrivePath), 2);
     }
+    // However fast they follow each other.
+    void failuresThatGoOnAreSaidAgain()
+    {
+        m_shown.clear();
+        Session::instance().setNotifier([this](const QString &text) { m_shown.append(text); },
+                                        std::chrono::milliseconds(300));
+        const UserInfo user = m_drive->logIn(0, LongAgo);
+        add(FaultOn(TokenPath).always().status(500));
+        const QDeadlineTimer patience(5000);
+        int renewals = 0;
+        while (m_shown.size() < 2 && !patience.hasExpired()) {
+            Outcome outcome;
+            ask(user, outcome);
+            QTRY_COMPARE(outcome.calls(), 1);
+            ++renewals;
+        }
+        QCOMPARE(m_shown, QStringList({FailureText, FailureText}));
+        QCOMPARE(asked(TokenPath), renewals);
+    }
+    void aRepetitionWaitsForItsTurn()
+    {
+        const UserInfo user = m_drive->logIn(0);
+        add(FaultOn("getSpaceInfo").status(429));
+        add(FaultOn(DrivePath).delay(200).status(401));
+        Outcome outcome;
+        OpenApiClient(user).spaceInfo({}, {}); // holds the user back for a second
+        ask(user, outcome);
+        QTRY_COMPARE(outcome.successes, 1);
+        const auto refused = m_drive->requests("/adrive/v1.0/user/getSpaceInfo");
+        QVERIFY(m_drive->requests(text(DrivePath)).at(1).time - refused.at(0).time >= 950);
+    }
     void whatAReplyLacksStaysAsItWas()
     {
         const UserInfo user = m_drive->logIn(0, LongAgo);
@@ -279,6 +310,9 @@ private slots:
             FaultOn(TokenPath).delay(300).status(400), store, 204, "a9");
         row("another process stores its pair a moment after the refusal",
             FaultOn(TokenPath).status(401), store, 204, "a9");
+        row(
+            "the user logs out a moment after the refusal", FaultOn(TokenPath).status(401),
+            [](const UserInfo &user) { removeUser(user.userId.value()); }, -1, "none");
     }
     void eventsDuringTheRenewal()
     {

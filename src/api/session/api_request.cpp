@@ -5,6 +5,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QUrl>
 
 #include "api/session/session.h"
 #include "api/session/token_validity.h"
@@ -49,7 +50,7 @@ void ApiRequest::start()
 {
     UserInfo user;
     if (m_call.userId.isEmpty()) {
-        exchange(m_call.accessToken);
+        sendWithToken(m_call.accessToken);
     } else if (!loadUserInfo(m_call.userId, user) ||
                accessTokenValid(user, QDateTime::currentDateTime())) {
         m_mayRenew = true;
@@ -64,9 +65,11 @@ void ApiRequest::start()
     }
 }
 
-void ApiRequest::sendWithStoredToken()
+// When it is the user's turn. A rejected request of the current user is repeated as it stands,
+// which takes that user's token; others are built anew.
+void ApiRequest::sendWithStoredToken(const std::optional<HttpClient> &rejected)
 {
-    const auto send = [self = shared_from_this()] {
+    const auto send = [self = shared_from_this(), rejected] {
         UserInfo user;
         if (!self->m_pending) {
             return false;
@@ -75,13 +78,17 @@ void ApiRequest::sendWithStoredToken()
             self->failLater(QStringLiteral("The user is not logged in"), HttpClient::LocalFailure);
             return false;
         }
-        self->exchange(user.accessToken.value());
+        if (rejected && AppSettings().curUserId() == self->m_call.userId) {
+            self->m_sent = HttpClient(*rejected).repeat();
+        } else {
+            self->sendWithToken(user.accessToken.value());
+        }
         return true;
     };
     Session::instance().pacing().whenAllowed(m_call.userId, send);
 }
 
-void ApiRequest::exchange(const QString &token)
+void ApiRequest::sendWithToken(const QString &token)
 {
     HttpClient http(endpoints().openApi + m_call.path);
     const auto self = shared_from_this();
@@ -93,12 +100,16 @@ void ApiRequest::exchange(const QString &token)
         .fail([self, token, weak = http.weak()](const QString &error, int code) {
             self->onFailed({HttpClient(weak), token, error, code});
         });
+    if (m_call.kind == CallKind::Changing) {
+        http.once();
+    }
     m_sent = m_call.body ? http.json(*m_call.body).post() : http.get();
 }
 
 void ApiRequest::onReply(const QString &reply)
 {
     m_pending = false;
+    Session::instance().reachability().onReplied();
     if (m_call.success) {
         m_call.success(reply);
     }
@@ -107,13 +118,17 @@ void ApiRequest::onReply(const QString &reply)
 void ApiRequest::onRefused(const HttpRefusal &refusal)
 {
     m_refusal = apiRefusal(refusal);
-    if (m_refusal->trouble == ApiTrouble::TooFast) {
+    Session::instance().reachability().onReplied();
+    if (m_refusal->trouble == ApiTrouble::TooFast && !m_call.userId.isEmpty()) {
         Session::instance().pacing().hold(m_call.userId, refusal.retryAfter);
     }
 }
 
 void ApiRequest::onFailed(const Rejection &rejection)
 {
+    if (troubleOf(rejection.code) == ApiTrouble::Unreachable) {
+        Session::instance().reachability().onLost(QUrl(endpoints().openApi));
+    }
     if (rejection.code == QNetworkReply::AuthenticationRequiredError && m_mayRenew) {
         m_mayRenew = false;
         renewAndRepeat(rejection);
@@ -136,8 +151,7 @@ void ApiRequest::renewAndRepeat(const Rejection &rejection)
                                     });
 }
 
-// The repetition of a request takes the current user's token; for other users it is built anew.
-void ApiRequest::repeatOrFail(Rejection rejection, bool renewed)
+void ApiRequest::repeatOrFail(const Rejection &rejection, bool renewed)
 {
     if (!m_pending) {
         return;
@@ -147,11 +161,7 @@ void ApiRequest::repeatOrFail(Rejection rejection, bool renewed)
         return;
     }
     m_refusal.reset();
-    if (AppSettings().curUserId() == m_call.userId) {
-        m_sent = rejection.http.repeat();
-    } else {
-        sendWithStoredToken();
-    }
+    sendWithStoredToken(rejection.http);
 }
 
 // From the event loop: a caller may open a dialog, which must not hold up others.

@@ -19,7 +19,8 @@ struct ApiCall
     QString path;
     // The JSON body to post; a call without one is a GET.
     std::optional<QString> body;
-    qint64 limit; // of the reply, in bytes
+    CallKind kind; // what changes the drive is sent once
+    qint64 limit;  // of the reply, in bytes
     std::function<void(const QString &reply)> success;
     ApiFailure fail;
     ApiRefusalHandler refused;
@@ -53,10 +54,10 @@ private:
     };
 
     void start();
-    void sendWithStoredToken();
-    void exchange(const QString &token);
+    void sendWithStoredToken(const std::optional<HttpClient> &rejected = std::nullopt);
+    void sendWithToken(const QString &token);
     void renewAndRepeat(const Rejection &rejection);
-    void repeatOrFail(Rejection rejection, bool renewed);
+    void repeatOrFail(const Rejection &rejection, bool renewed);
 
     void onReply(const QString &reply);
     void onRefused(const HttpRefusal &refusal);

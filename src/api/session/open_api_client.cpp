@@ -7,6 +7,7 @@
 #include "api/session/api_request.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/user_info.h"
+#include "net/http_reply.h"
 
 namespace {
 
@@ -19,7 +20,6 @@ constexpr int PlayUrlSeconds = 14400;
 constexpr int DownloadUrlSeconds = 115200;
 
 constexpr qint64 LongestPage = qint64(16) << 20;
-constexpr qint64 LongestReply = qint64(1) << 20;
 
 const QString ListPath = QStringLiteral("/adrive/v1.0/openFile/list");
 
@@ -98,7 +98,8 @@ ApiSuccess<QString> OpenApiClient::parsed(const ApiSuccess<Response> &success) c
 PendingReply OpenApiClient::userInfo(const ApiSuccess<UserInfoResp> &success,
                                      const ApiFailure &fail) const
 {
-    return send(QStringLiteral("/oauth/users/info"), std::nullopt, parsed(success), fail);
+    return send(CallKind::Reading, QStringLiteral("/oauth/users/info"), std::nullopt,
+                parsed(success), fail);
 }
 
 PendingReply OpenApiClient::driveInfo(const ApiSuccess<DriveInfo> &success,
@@ -135,7 +136,7 @@ PendingReply OpenApiClient::createFolder(const QString &parentFileId, const QStr
     request.name = name;
     request.type = QStringLiteral("folder");
     request.check_name_mode = QStringLiteral("auto_rename");
-    return post(QStringLiteral("/adrive/v1.0/openFile/create"), request, parsed(success), fail);
+    return change(QStringLiteral("/adrive/v1.0/openFile/create"), request, parsed(success), fail);
 }
 
 PendingReply OpenApiClient::listFolders(const QString &parentFileId,
@@ -235,7 +236,7 @@ PendingReply OpenApiClient::rename(const QString &fileId, const QString &name,
 {
     auto request = fileRequest<FileUpdateReq>(m_driveId, fileId);
     request.name = name;
-    return post(QStringLiteral("/adrive/v1.0/openFile/update"), request, parsed(success), fail);
+    return change(QStringLiteral("/adrive/v1.0/openFile/update"), request, parsed(success), fail);
 }
 
 PendingReply OpenApiClient::copy(const QString &fileId, const QString &toParentFileId,
@@ -244,7 +245,7 @@ PendingReply OpenApiClient::copy(const QString &fileId, const QString &toParentF
 {
     auto request = fileRequest<FileCopyReq>(m_driveId, fileId);
     request.to_parent_file_id = toParentFileId;
-    return post(QStringLiteral("/adrive/v1.0/openFile/copy"), request, parsed(success), fail);
+    return change(QStringLiteral("/adrive/v1.0/openFile/copy"), request, parsed(success), fail);
 }
 
 PendingReply OpenApiClient::move(const QString &fileId, const QString &toParentFileId,
@@ -254,38 +255,46 @@ PendingReply OpenApiClient::move(const QString &fileId, const QString &toParentF
     auto request = fileRequest<FileMoveReq>(m_driveId, fileId);
     request.to_parent_file_id = toParentFileId;
     request.check_name_mode = QStringLiteral("auto_rename");
-    return post(QStringLiteral("/adrive/v1.0/openFile/move"), request, parsed(success), fail);
+    return change(QStringLiteral("/adrive/v1.0/openFile/move"), request, parsed(success), fail);
 }
 
 PendingReply OpenApiClient::trash(const QString &fileId, const ApiSuccess<FileTrashResp> &success,
                                   const ApiFailure &fail) const
 {
-    return post(QStringLiteral("/adrive/v1.0/openFile/recyclebin/trash"),
-                fileRequest<FileTrashReq>(m_driveId, fileId), parsed(success), fail);
+    return change(QStringLiteral("/adrive/v1.0/openFile/recyclebin/trash"),
+                  fileRequest<FileTrashReq>(m_driveId, fileId), parsed(success), fail);
 }
 
 PendingReply OpenApiClient::remove(const QString &fileId, const ApiSuccess<FileDeleteResp> &success,
                                    const ApiFailure &fail) const
 {
-    return post(QStringLiteral("/adrive/v1.0/openFile/delete"),
-                fileRequest<FileDeleteReq>(m_driveId, fileId), parsed(success), fail);
+    return change(QStringLiteral("/adrive/v1.0/openFile/delete"),
+                  fileRequest<FileDeleteReq>(m_driveId, fileId), parsed(success), fail);
 }
 
 PendingReply OpenApiClient::post(const QString &path, const QSerializer &request,
                                  const ApiSuccess<QString> &success, const ApiFailure &fail) const
 {
-    return send(path, recordToText(request), success, fail);
+    return send(CallKind::Reading, path, recordToText(request), success, fail);
+}
+
+PendingReply OpenApiClient::change(const QString &path, const QSerializer &request,
+                                   const ApiSuccess<QString> &success, const ApiFailure &fail) const
+{
+    return send(CallKind::Changing, path, recordToText(request), success, fail);
 }
 
 PendingReply OpenApiClient::postEmpty(const QString &path, const ApiSuccess<QString> &success,
                                       const ApiFailure &fail) const
 {
-    return send(path, QStringLiteral("{}"), success, fail);
+    return send(CallKind::Reading, path, QStringLiteral("{}"), success, fail);
 }
 
-PendingReply OpenApiClient::send(const QString &path, const std::optional<QString> &body,
+PendingReply OpenApiClient::send(CallKind kind, const QString &path,
+                                 const std::optional<QString> &body,
                                  const ApiSuccess<QString> &success, const ApiFailure &fail) const
 {
     const qint64 limit = path == ListPath ? LongestPage : LongestReply;
-    return ApiRequest::send({m_userId, m_accessToken, path, body, limit, success, fail, m_refused});
+    return ApiRequest::send(
+        {m_userId, m_accessToken, path, body, kind, limit, success, fail, m_refused});
 }

@@ -23,6 +23,7 @@ class UserInfo;
 class UserInfoResp;
 class VideoPreviewPlayInfoResp;
 class VipInfo;
+enum class CallKind;
 struct ApiRefusal;
 
 // The error's text and Qt's numeric network error, -1 for a failure before anything was sent.
@@ -38,12 +39,14 @@ using ApiSuccess = std::function<void(const Response &)>;
 
 // The operations of the Open API for one user. A value: it may go as soon as it was called.
 //
-// Each operation posts its request and later calls exactly one of the two callbacks once, never
-// from inside the call, on the interface thread; either may be empty. The callbacks outlive their
+// Each operation sends its request and later calls exactly one of the two callbacks once, never
+// from inside the call, on the interface thread; either may be empty. Abandoning the reply that is
+// returned calls neither. The callbacks outlive their
 // caller unless they are guarded, and wait for the server without end unless the reply that is
 // returned is awaited (net/reply_guard.h does both). The user's tokens are read anew at each
 // operation; one that has run out is renewed before the request is sent. A request that the server
-// turns away for its token is repeated once with a renewed one. A user whom the server refused as
+// turns away for its token is repeated once with a renewed one; nothing else is, and what changes
+// the drive reaches the server once. A user whom the server refused as
 // too fast is held back for a while. An operation of a user who is not stored (any more) fails.
 class OpenApiClient final
 {
@@ -123,7 +126,9 @@ private:
                       const ApiSuccess<QString> &success, const ApiFailure &fail) const;
     PendingReply postEmpty(const QString &path, const ApiSuccess<QString> &success,
                            const ApiFailure &fail) const;
-    PendingReply send(const QString &path, const std::optional<QString> &body,
+    PendingReply change(const QString &path, const QSerializer &request,
+                        const ApiSuccess<QString> &success, const ApiFailure &fail) const;
+    PendingReply send(CallKind kind, const QString &path, const std::optional<QString> &body,
                       const ApiSuccess<QString> &success, const ApiFailure &fail) const;
 
     QString m_userId;

@@ -13,8 +13,6 @@ namespace {
 
 constexpr std::chrono::milliseconds TimeBetweenLooks(200);
 constexpr int MostLooks = 10;
-// Failures that follow each other faster than this are one to the user.
-constexpr std::chrono::milliseconds QuietTime(10000);
 
 } // namespace
 
@@ -36,10 +34,11 @@ void Session::setCurrentUser(const UserInfo &user)
     AppSettings().setCurUserId(user.userId.value());
 }
 
-void Session::setNotifier(const Notifier &notifier)
+void Session::setNotifier(const Notifier &notifier, std::chrono::milliseconds quietTime)
 {
     m_notifier = notifier;
-    m_lastFailure.invalidate();
+    m_quietTime = quietTime;
+    m_sinceShown.invalidate();
 }
 
 void Session::renewTokens(const QString &userId, const Continuation &next)
@@ -108,9 +107,11 @@ void Session::waitForOthersTokens(const QString &userId, const QString &usedToke
 {
     UserInfo present;
     const bool isStored = loadUserInfo(userId, present);
-    if (isStored && present.refreshToken.value() != usedToken) {
+    if (!isStored) {
+        finishRenewal(userId, false); // logged out meanwhile: nothing to tell
+    } else if (present.refreshToken.value() != usedToken) {
         finishRenewal(userId, true);
-    } else if (!isStored || looks == 0) {
+    } else if (looks == 0) {
         failRenewal(userId);
     } else {
         QTimer::singleShot(TimeBetweenLooks, QCoreApplication::instance(),
@@ -134,10 +135,10 @@ void Session::finishRenewal(const QString &userId, bool renewed)
 
 void Session::failRenewal(const QString &userId)
 {
-    const bool isSaid = m_lastFailure.isValid() && !m_lastFailure.hasExpired(QuietTime.count());
-    m_lastFailure.start();
+    const bool isShown = m_sinceShown.isValid() && !m_sinceShown.hasExpired(m_quietTime.count());
     finishRenewal(userId, false);
-    if (m_notifier && !isSaid) {
+    if (m_notifier && !isShown) {
+        m_sinceShown.start();
         m_notifier(QStringLiteral("获取授权信息失败"));
     }
 }

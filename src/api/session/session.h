@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <QString>
 
 #include "api/session/request_pacing.h"
+#include "net/reachability.h"
 
 class UserInfo;
 struct TokenReply;
@@ -35,7 +37,9 @@ public:
 
     // Who shows "获取授权信息失败" when a renewal fails. Without a notifier nothing is shown.
     // A row of failures, as when a selection's operations all need the same renewal, is shown once.
-    void setNotifier(const Notifier &notifier);
+    // The next one is shown when `quietTime` has passed since.
+    void setNotifier(const Notifier &notifier,
+                     std::chrono::milliseconds quietTime = std::chrono::seconds(10));
 
     // Renews the user's tokens, stores them with that user, then calls `next`. What asks while a
     // renewal of the same user is under way shares it; all are called in the order of asking.
@@ -44,6 +48,8 @@ public:
     void renewTokens(const QString &userId, const Continuation &next);
 
     RequestPacing &pacing() { return m_pacing; }
+    // Of the Open API, by what its operations meet.
+    Reachability &reachability() { return m_reachability; }
 
 private:
     Session() = default;
@@ -57,8 +63,10 @@ private:
     void failRenewal(const QString &userId);
 
     Notifier m_notifier;
-    QElapsedTimer m_lastFailure;
+    std::chrono::milliseconds m_quietTime{0};
+    QElapsedTimer m_sinceShown; // not valid before the first failure
     QQueue<QString> m_renewals; // the users whose turn it is, and comes
     std::map<QString, std::vector<Continuation>> m_waiting;
     RequestPacing m_pacing;
+    Reachability m_reachability;
 };

@@ -9,23 +9,17 @@
 #include <QUrlQuery>
 
 #include "app/environment/endpoints.h"
+#include "net/http_reply.h"
 #include "net/web_address.h"
 
 namespace {
 
 constexpr std::chrono::seconds LongestWait(15); // trickling included
-constexpr qint64 LongestReply = qint64(1) << 20;
-
-// QUrlQuery leaves a plus sign alone, which the backend would read as a blank.
-QString encoded(const QString &value)
-{
-    return QString::fromLatin1(QUrl::toPercentEncoding(value));
-}
 
 QNetworkRequest tokenRequest(const QString &refreshToken)
 {
     QUrlQuery query;
-    query.addQueryItem(QStringLiteral("refreshToken"), encoded(refreshToken));
+    query.addQueryItem(QStringLiteral("refreshToken"), percentEncoded(refreshToken));
     // Not null: a null value would leave out the equals sign.
     query.addQueryItem(QStringLiteral("alphaTestNum"), QStringLiteral(""));
     QUrl url(endpoints().backend + QStringLiteral("/app/oauth/accessToken"));
@@ -36,7 +30,7 @@ QNetworkRequest tokenRequest(const QString &refreshToken)
 // The body of an error says nothing about tokens, whatever it holds.
 TokenReply tokensOf(QNetworkReply *reply)
 {
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = statusOf(reply);
     if (reply->error() != QNetworkReply::NoError) {
         return {{}, status == 400 || status == 401 || status == 403};
     }

@@ -4,6 +4,7 @@
 
 #include <QScrollBar>
 
+#include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "ui/files/file_kinds.h"
 #include "ui/files/file_table.h"
@@ -37,6 +38,8 @@ FileBrowser::FileBrowser(const UserInfo &user, FileTable *table, QObject *parent
     connect(table, &FileTable::viewChanged, &m_viewCheck, qOverload<>(&QTimer::start));
     connect(table, &FileTable::pushedAtEnd, this, &FileBrowser::retry);
     connect(table, &FileTable::retryClicked, this, &FileBrowser::retry);
+    connect(&Session::instance().reachability(), &Reachability::returned, this,
+            &FileBrowser::retry);
 }
 
 const FileItem *FileBrowser::file(const QString &fileId) const

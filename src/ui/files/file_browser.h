@@ -48,7 +48,8 @@ public:
     // deep they were; where an entry is named, that one becomes the current one instead.
     void reload(const QString &select = QString());
 
-    // Asks again for the page that failed; does nothing when none did.
+    // Asks again for the page that failed; does nothing when none did. Happens by itself when the
+    // server can be reached again.
     void retry();
     // Something came into the folder: what is held of it is asked for anew when it is shown.
     void forget(const QString &folderId) { m_path.forget(folderId); }
