@@ -14,6 +14,7 @@
 #include "login/qr_image.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
+#include "net/web_address.h"
 #include "ui/widgets/toast.h"
 #include "ui_qr_login_dlg.h"
 
@@ -191,6 +192,7 @@ void QRLoginDlg::startPolling()
         }
         delete m_timer;
     }
+    ++m_polls;
     m_timer = new QTimer(this);
     connect(m_timer, &QTimer::timeout, this, &QRLoginDlg::handleTimeout);
     m_timer->start(PollInterval);
@@ -205,27 +207,33 @@ void QRLoginDlg::handleTimeout()
     if (m_qrcode.sid.isEmpty()) {
         return;
     }
-    const auto done = [this](const QString &reply) { onStatus(reply); };
-    const auto failed = [this, poll = ++m_polls](const QString & /*error*/, int /*code*/) {
+    const int poll = ++m_polls;
+    const auto done = [this, poll](const QString &reply) { onStatus(poll, reply); };
+    const auto failed = [this, poll](const QString & /*error*/, int /*code*/) {
         onPollFailed(poll);
     };
-    m_replies.limitWait(HttpClient(endpoints().openApi + QStringLiteral("/oauth/qrcode/") +
-                                   m_qrcode.sid + QStringLiteral("/status"))
-                            .success(m_replies.guard(QStringLiteral("qrcode"), done))
-                            .fail(m_replies.guard(failed))
-                            .get());
+    m_poll = HttpClient(endpoints().openApi + QStringLiteral("/oauth/qrcode/") +
+                        percentEncoded(m_qrcode.sid) + QStringLiteral("/status"))
+                 .success(m_replies.guard(QStringLiteral("qrcode"), done))
+                 .fail(m_replies.guard(failed))
+                 .get();
+    m_replies.limitWait(m_poll);
 }
 
-// Polling ends without a word; a poll that was left behind by Refresh ends nothing.
+// Polling ends without a word.
 void QRLoginDlg::onPollFailed(int poll)
 {
-    if (poll == m_polls && !m_timer->isActive()) {
+    if (poll == m_polls) {
         stall();
     }
 }
 
-void QRLoginDlg::onStatus(const QString &reply)
+// What is said of a code that is shown no longer changes nothing, as its failed poll ends nothing.
+void QRLoginDlg::onStatus(int poll, const QString &reply)
 {
+    if (poll != m_polls) {
+        return;
+    }
     const auto scan = recordFromText<QueryScanQrCodeResp>(reply);
     qDebug() << "oauth/qrcode status=" << scan.status;
     const ScanStatus *row = scanStatus(scan.status);
@@ -254,9 +262,9 @@ void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
         qDebug() << "getAccessToken请求失败:" << error;
         stallWithTip(QStringLiteral("获取授权信息请求失败"));
     };
-    m_replies.limitWait(HttpClient(endpoints().backend + QStringLiteral("/app/oauth/accessToken"))
-                            .param(QStringLiteral("alphaTestNum"), EmptyValue)
-                            .param(QStringLiteral("authCode"), scan.authCode)
+    const QString query = QStringLiteral("/app/oauth/accessToken?alphaTestNum=&authCode=") +
+                          percentEncoded(scan.authCode);
+    m_replies.limitWait(HttpClient(endpoints().backend + query)
                             .success(m_replies.guard(step, done))
                             .fail(m_replies.guard(step, failed))
                             .get());
@@ -305,14 +313,14 @@ void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
     if (isRefused(reply)) {
         finishLogin(user, QStringLiteral("账号异常:") + drive.status);
     } else if (drive.nick_name.isEmpty()) {
-        askForName(user);
+        askForName(user, token.accessToken);
     } else {
         finishLogin(user, QString());
     }
 }
 
 // The login does not fail for want of a name.
-void QRLoginDlg::askForName(const UserInfo &user)
+void QRLoginDlg::askForName(const UserInfo &user, const QString &accessToken)
 {
     const QString step = QStringLiteral("getUserInfo");
     const auto done = [this, user](const UserInfoResp &reply) {
@@ -324,7 +332,7 @@ void QRLoginDlg::askForName(const UserInfo &user)
         logFailure(step, code, error);
         finishLogin(user, QString());
     };
-    m_replies.limitWait(OpenApiClient::forAccessToken(m_accessToken)
+    m_replies.limitWait(OpenApiClient::forAccessToken(accessToken)
                             .userInfo(m_replies.guard(step, done), m_replies.guard(step, failed)));
 }
 
@@ -355,9 +363,18 @@ void QRLoginDlg::setTip(const QString &text)
     m_ui->tipMsg->setText(text);
 }
 
-// Nothing goes on by itself from here: Refresh becomes the obvious thing to do.
+bool QRLoginDlg::isPolling() const
+{
+    return m_poll.isPending() || (m_timer != nullptr && m_timer->isActive());
+}
+
+// Nothing goes on by itself from here: Refresh becomes the obvious thing to do. While a code is
+// still polled, the focus stays where it is.
 void QRLoginDlg::stall()
 {
+    if (isPolling()) {
+        return;
+    }
     m_ui->btnRefreshQrcode->setDefault(true);
     m_ui->btnRefreshQrcode->setFocus();
 }

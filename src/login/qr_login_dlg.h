@@ -47,16 +47,17 @@ private:
 
     void onQrCode(const QString &reply);
     void onQrCodeFailed(int request);
-    void onStatus(const QString &reply);
+    void onStatus(int poll, const QString &reply);
     void onAccessToken(const QString &reply);
     void onPollFailed(int poll);
     void onDriveInfo(const QString &reply, const AccessTokenResp &token);
-    void askForName(const UserInfo &user);
+    void askForName(const UserInfo &user, const QString &accessToken);
     void finishLogin(UserInfo user, const QString &refusal);
 
     void drawQrCode(const QString &content);
     void startPolling();
     void setTip(const QString &text);
+    bool isPolling() const;
     void stall();
     void stallWithTip(const QString &text);
     void stallWithToast(const QString &text);
@@ -66,6 +67,7 @@ private:
     QrcodeResponse m_qrcode;
     QString m_accessToken;
     int m_codeRequests = 0;
-    int m_polls = 0;
+    int m_polls = 0; // and codes: a poll of an earlier code is not the last one
+    PendingReply m_poll;
     ReplyGuard m_replies; // dismissed once the dialog is closed
 };

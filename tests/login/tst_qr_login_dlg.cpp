@@ -252,10 +252,11 @@ private slots:
     {
         QFETCH(QString, status);
         QFETCH(QString, shown);
+        const std::string code = "c+&/ %2B";
         // The phone has scanned; the status under test comes next, then no other, and no token.
-        const auto says = [](const QString &word) {
-            return FaultOn(StatusPath)
-                .body(QString(R"({"authCode": "c", "status": "%1"})").arg(word).toStdString());
+        const auto says = [&](const QString &word) {
+            const QString reply = QString(R"({"authCode": "%1", "status": "%2"})");
+            return FaultOn(StatusPath).body(reply.arg(text(code), word).toStdString());
         };
         server().addFault(says("ScanSuccess"));
         server().addFault(says(status));
@@ -267,7 +268,9 @@ private slots:
         const bool isConfirmed = status == "LoginSuccess";
         const bool isExpired = status == "QRCodeExpired";
         QTRY_COMPARE(polls(0) + asked(TokenPath), 3);
-        QCOMPARE(asked(TokenPath), isConfirmed ? 1 : 0);
+        const auto exchange = m_drive->requests(text(TokenPath));
+        QCOMPARE(exchange.size(), std::size_t(isConfirmed ? 1 : 0));
+        QVERIFY(!isConfirmed || exchange[0].query.find("authCode")->second == code);
         QVERIFY(log.contains(QString("oauth/qrcode status= \"%1\"").arg(status)));
         QCOMPARE(tip(), shown);
         QTRY_COMPARE(asked(QrPath), isExpired ? 2 : 1);
@@ -313,18 +316,22 @@ private slots:
         QCOMPARE(user.nickname.value(), name);
         QCOMPARE(AppSettings().curUserId(), name.isEmpty() ? "someone" : "u");
     }
-    // A timer that was left behind would poll on and exchange the new code a second time.
+    // A timer that was left behind would poll on and exchange the new code a second time; what the
+    // old code's poll brings late is not said of the new one.
     void refreshDuringAPollLeavesOneTimer()
     {
         open();
         hurry();
-        server().addFault(FaultOn(StatusPath).delay(300));
+        server().addFault(FaultOn(StatusPath)
+                              .delay(300)
+                              .body(R"({"authCode": "old", "status": "LoginSuccess"})"));
         server().addFault(FaultOn(TokenPath).freezes());
         const int before = polls(0);
         QTRY_VERIFY(polls(0) > before);
         refresh();
         QTRY_COMPARE(codes(), std::size_t(2));
-        QTRY_VERIFY(polls(1) > 0);
+        QTRY_VERIFY(polls(1) > 0); // a second later
+        QCOMPARE(tip(), Waiting);
         hurry(1);
         confirm();
         QTRY_COMPARE(tip(), Confirmed);
@@ -343,6 +350,13 @@ private slots:
         hurry();
         QTest::qWait(400);
         QCOMPARE(tip(), Waiting);
+        QVERIFY(!child<QPushButton>("btnRefreshQrcode")->isDefault());
+        // The code that is shown can still be scanned: the focus stays where it is.
+        server().addFault(FaultOn(QrPath).status(500));
+        refresh();
+        QTRY_COMPARE(asked(QrPath), 3);
+        const int polled = polls(0);
+        QTRY_VERIFY(polls(0) > polled + 5);
         QVERIFY(!child<QPushButton>("btnRefreshQrcode")->isDefault());
     }
     void aCodesSidIsPolledIfItHasOne()
