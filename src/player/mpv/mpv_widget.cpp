@@ -8,12 +8,10 @@
 #include <QJsonDocument>
 #include <QMouseEvent>
 #include <QOpenGLContext>
-#include <QOpenGLExtraFunctions>
-#include <QOpenGLFramebufferObject>
-#include <QWindow>
 
 #include "player/mpv/mpv_library.h"
 #include "player/mpv/mpv_node.h"
+#include "player/mpv/mpv_picture.h"
 #include "player/mpv/track_info.h"
 
 namespace {
@@ -35,12 +33,6 @@ void wakeup(void *widget)
 void onUpdate(void *widget)
 {
     QMetaObject::invokeMethod(static_cast<MpvWidget *>(widget), "maybeUpdate");
-}
-
-void *getProcAddress(void *, const char *name)
-{
-    QOpenGLContext *context = QOpenGLContext::currentContext();
-    return context ? reinterpret_cast<void *>(context->getProcAddress(name)) : nullptr;
 }
 
 std::optional<double> doubleOf(const mpv_event_property &property)
@@ -140,14 +132,12 @@ void MpvWidget::release()
         return;
     }
     m_library->set_wakeup_callback(m_mpv, nullptr, nullptr);
-    if (m_mpvGl) {
+    if (m_picture) {
         command(QVariantList{QStringLiteral("stop")});
-        m_library->render_context_set_update_callback(m_mpvGl, nullptr, nullptr);
+        m_picture->setUpdateCallback(nullptr, nullptr);
         makeCurrent();
-        m_library->render_context_free(m_mpvGl);
-        m_drawn.reset();
+        m_picture.reset();
         doneCurrent();
-        m_mpvGl = nullptr;
     }
     m_library->terminate_destroy(m_mpv);
     m_mpv = nullptr;
@@ -155,7 +145,7 @@ void MpvWidget::release()
 
 void MpvWidget::loadFile(const QString &url)
 {
-    if (m_mpvGl) {
+    if (m_picture) {
         load(url);
     } else {
         m_heldUrl = url;
@@ -293,7 +283,7 @@ int MpvWidget::duration() const
 bool MpvWidget::isDurationSettled() const
 {
     const QVariantMap cache = fileProperty(CacheName).toMap();
-    return m_lengthTold || cache.value(QStringLiteral("eof")).toBool();
+    return hasStarted() && (m_lengthTold || cache.value(QStringLiteral("eof")).toBool());
 }
 
 TrackInfo MpvWidget::trackInfo() const
@@ -457,17 +447,8 @@ void MpvWidget::mouseReleaseEvent(QMouseEvent *event)
 
 void MpvWidget::initializeGL()
 {
-    mpv_opengl_init_params init{};
-    init.get_proc_address = getProcAddress;
-    mpv_render_param parameters[] = {
-        {MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_OPENGL)},
-        {MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &init},
-        {MPV_RENDER_PARAM_INVALID, nullptr},
-    };
-    if (m_library->render_context_create(&m_mpvGl, m_mpv, parameters) < 0) {
-        throw std::runtime_error("failed to initialize mpv GL context");
-    }
-    m_library->render_context_set_update_callback(m_mpvGl, onUpdate, this);
+    m_picture = std::make_unique<MpvPicture>(*m_library, m_mpv);
+    m_picture->setUpdateCallback(onUpdate, this);
     if (!m_heldUrl.isEmpty()) {
         load(std::exchange(m_heldUrl, {}));
     }
@@ -475,41 +456,9 @@ void MpvWidget::initializeGL()
 
 void MpvWidget::paintGL()
 {
-    if (!m_mpvGl) {
-        return;
+    if (m_picture) {
+        m_picture->draw(defaultFramebufferObject(), size(), devicePixelRatioF());
     }
-    mpv_opengl_fbo target{static_cast<int>(defaultFramebufferObject()), width(), height(), 0};
-    int flip = 1;
-    mpv_render_param parameters[] = {
-        {MPV_RENDER_PARAM_OPENGL_FBO, &target},
-        {MPV_RENDER_PARAM_FLIP_Y, &flip},
-        {MPV_RENDER_PARAM_INVALID, nullptr},
-    };
-    m_library->render_context_render(m_mpvGl, parameters);
-    if (devicePixelRatioF() > 1.0) {
-        fillFramebuffer();
-    }
-}
-
-// libmpv is given the widget's size; where the screen has more pixels than that, its picture is
-// drawn larger.
-void MpvWidget::fillFramebuffer()
-{
-    if (!m_drawn || m_drawn->size() != size()) {
-        m_drawn = std::make_unique<QOpenGLFramebufferObject>(size());
-    }
-    const QSize whole = size() * devicePixelRatioF();
-    const GLuint target = defaultFramebufferObject();
-    QOpenGLExtraFunctions gl(context());
-    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, target);
-    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_drawn->handle());
-    gl.glBlitFramebuffer(0, 0, width(), height(), 0, 0, width(), height(), GL_COLOR_BUFFER_BIT,
-                         GL_NEAREST);
-    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, m_drawn->handle());
-    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target);
-    gl.glBlitFramebuffer(0, 0, width(), height(), 0, 0, whole.width(), whole.height(),
-                         GL_COLOR_BUFFER_BIT, GL_LINEAR);
-    gl.glBindFramebuffer(GL_FRAMEBUFFER, target);
 }
 
 // Qt draws nothing for a minimised window, but libmpv times its output by what is drawn.

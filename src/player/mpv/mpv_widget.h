@@ -7,14 +7,13 @@
 #include <QOpenGLWidget>
 #include <QVariant>
 
-class QOpenGLFramebufferObject;
+class MpvPicture;
 struct MpvLibrary;
 struct TrackInfo;
 struct mpv_event;
 struct mpv_event_end_file;
 struct mpv_event_property;
 struct mpv_handle;
-struct mpv_render_context;
 
 // What MpvWidget::getProperty() yields for a property that libmpv refuses: libmpv's negative
 // status. As a number it is 0, as a bool false.
@@ -109,7 +108,6 @@ public slots:
 
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
-    // Throws std::runtime_error "failed to initialize mpv GL context" (OpenGL older than 2.1).
     void initializeGL() override;
     void paintGL() override;
 
@@ -122,7 +120,6 @@ private:
     void observeProperties();
     void release();
     void load(const QString &url);
-    void fillFramebuffer();
     [[nodiscard]] bool hasStarted() const;
     [[nodiscard]] QVariant fileProperty(const char *name) const;
 
@@ -139,8 +136,7 @@ private:
 
     const MpvLibrary *m_library = nullptr;
     mpv_handle *m_mpv = nullptr;
-    mpv_render_context *m_mpvGl = nullptr;
-    std::unique_ptr<QOpenGLFramebufferObject> m_drawn; // see fillFramebuffer()
+    std::unique_ptr<MpvPicture> m_picture; // null until there is an OpenGL context
 
     QString m_heldUrl;          // waits for the render context
     qint64 m_loadedEntry = -1;  // libmpv's number of the file loaded last; -1: none
