@@ -242,21 +242,6 @@ private slots:
         QVERIFY(m_player->secondLabelled() < 50);
     }
 
-    void aLengthThatIsNotToldIsNotJudged()
-    {
-        // libmpv has read a few seconds of it when it opens.
-        clips::Clip clip{60};
-        clip.outputs = QString("-live 1 -vf noise=alls=40:allf=t -b:v 1M -bufsize 1M").split(' ');
-        m_player->server().addFault(FaultOn("/download/").always().trickles(700000));
-        m_player->addClip("film.mkv", clip);
-        m_player->setPlayInfo(playInfoWith({}));
-        m_player->storePosition("film.mkv", 20, 22);
-        m_player->open("film.mkv");
-        QVERIFY(m_player->waitFor(21));
-        m_player->close();
-        QVERIFY(stored("film.mkv") >= 21);
-    }
-
     void closingWhileOpeningSavesTheOldVideo()
     {
         play(200, 30);

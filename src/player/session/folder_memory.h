@@ -33,7 +33,7 @@ public:
     bool setOutroStart(int position, int duration);
     void clearOutro();
 
-    // The track chosen for the folder, noTrack when the user switched it off; empty: never chosen.
+    // The track chosen for the folder, NoTrack when the user switched it off; empty: never chosen.
     [[nodiscard]] std::optional<int> subtitleTrack() const;
     [[nodiscard]] std::optional<int> audioTrack() const;
     void setSubtitleTrack(std::optional<int> id);

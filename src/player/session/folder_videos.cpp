@@ -1,8 +1,10 @@
 #include "player/session/folder_videos.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
+#include "api/session/api_refusal.h"
 #include "api/session/open_api_client.h"
 #include "net/log_failure.h"
 #include "ui/widgets/natural_order.h"
@@ -10,6 +12,8 @@
 namespace {
 
 constexpr int PageSize = 200;
+constexpr int MostUselessPages = 5;
+constexpr std::chrono::seconds BeforeSecondTry(1);
 
 int indexOf(const QList<FileItem> &videos, const QString &fileId)
 {
@@ -32,6 +36,7 @@ QList<FileItem> inNaturalOrder(QList<FileItem> videos)
 FolderVideos::FolderVideos(UserInfo user, const QList<FileItem> &videos)
     : m_user(std::move(user)), m_videos(inNaturalOrder(videos))
 {
+    m_secondTry.setSingleShot(true);
 }
 
 void FolderVideos::adopt(const FolderVideos &other)
@@ -43,8 +48,21 @@ void FolderVideos::adopt(const FolderVideos &other)
 void FolderVideos::request(const FileItem &file)
 {
     m_file = file;
-    m_received.clear();
+    start();
     requestPage(QString());
+}
+
+// What was asked for before is forgotten.
+void FolderVideos::start()
+{
+    m_replies.abandon();
+    m_secondTry.stop();
+    m_isAsked = true;
+    m_received.clear();
+    m_receivedIds.clear();
+    m_markers.clear();
+    m_uselessPages = 0;
+    m_hasTriedAgain = false;
 }
 
 void FolderVideos::locate(const FileItem &file)
@@ -61,36 +79,66 @@ void FolderVideos::locate(const FileItem &file)
         logFailure(QStringLiteral("getFile"), code, error);
         request(file);
     };
-    OpenApiClient(m_user).fileDetails(file.file_id, m_replies.guard(success),
-                                      m_replies.guard(fail));
+    start();
+    m_replies.limitWait(OpenApiClient(m_user).fileDetails(file.file_id, m_replies.guard(success),
+                                                          m_replies.guard(fail)));
 }
 
 void FolderVideos::requestPage(const QString &marker)
 {
     const auto success = m_replies.guard([this](const FileItems &page) { onPage(page); });
-    const auto fail = [](const QString &error, int code) {
-        logFailure(QStringLiteral("getFileList"), code, error);
-    };
+    const auto fail = m_replies.guard(
+        [this, marker](const QString &error, int code) { onPageFailed(marker, error, code); });
     const OpenApiClient client(m_user);
-    if (marker.isEmpty()) {
-        client.listVideos(m_file.parent_file_id, success, fail);
-    } else {
-        client.listVideosPaged(m_file.parent_file_id, PageSize, marker, success, fail);
-    }
+    m_replies.limitWait(marker.isEmpty() ? client.listVideos(m_file.parent_file_id, success, fail)
+                                         : client.listVideosPaged(m_file.parent_file_id, PageSize,
+                                                                  marker, success, fail));
 }
 
+// Some drives repeat a marker, a page, or give empty pages with ever new markers: then there is no
+// end that could be waited for.
 void FolderVideos::onPage(const FileItems &page)
 {
-    m_received += page.items;
-    if (!page.next_marker.isEmpty() && !page.items.isEmpty()) {
-        requestPage(page.next_marker);
+    bool isUseful = false;
+    for (const FileItem &video : page.items) {
+        if (!m_receivedIds.contains(video.file_id)) {
+            m_receivedIds.insert(video.file_id);
+            m_received.append(video);
+            isUseful = true;
+        }
+    }
+    m_uselessPages = isUseful ? 0 : m_uselessPages + 1;
+    const QString &next = page.next_marker;
+    if (next.isEmpty() || m_markers.contains(next) || m_uselessPages > MostUselessPages) {
+        finish(next.isEmpty());
         return;
     }
+    m_markers.insert(next);
+    requestPage(next);
+}
+
+void FolderVideos::onPageFailed(const QString &marker, const QString &error, int code)
+{
+    logFailure(QStringLiteral("getFileList"), code, error);
+    if (m_hasTriedAgain || !mayAskAgain(CallKind::Reading, code)) {
+        finish(false);
+        return;
+    }
+    m_hasTriedAgain = true;
+    m_secondTry.disconnect();
+    connect(&m_secondTry, &QTimer::timeout, this, [this, marker] { requestPage(marker); });
+    m_secondTry.start(BeforeSecondTry);
+}
+
+void FolderVideos::finish(bool isWhole)
+{
+    m_isAsked = false;
     if (indexOf(m_received, m_file.file_id) < 0) {
+        emit failed();
         return;
     }
     m_videos = inNaturalOrder(m_received);
-    m_isComplete = true;
+    m_isComplete = isWhole;
     emit changed();
 }
 
@@ -103,7 +151,7 @@ const FileItem *FolderVideos::find(const QString &fileId) const
 const FileItem *FolderVideos::neighbour(const QString &fileId, int step) const
 {
     const int index = indexOf(m_videos, fileId);
-    if (index < 0) {
+    if (index < 0 || (m_videos.size() == 1 && !m_isComplete)) {
         return nullptr;
     }
     const int next = index + step;

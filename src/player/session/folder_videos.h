@@ -2,6 +2,8 @@
 
 #include <QList>
 #include <QObject>
+#include <QSet>
+#include <QTimer>
 
 #include "api/records/file_records.h"
 #include "db/tables/user_info.h"
@@ -23,7 +25,8 @@ public:
     // Takes over what was found out for another video of the folder.
     void adopt(const FolderVideos &other);
     // Asks for all videos of the file's folder, however many pages they fill. A failure is logged
-    // and leaves what is known, as does an answer without the file: it is not in that folder.
+    // and leaves the pages that did come. An answer without the file, which is not in that folder
+    // then, leaves what was known.
     void request(const FileItem &file);
     // Asks the drive where the file is now, and then for the videos there.
     void locate(const FileItem &file);
@@ -31,25 +34,39 @@ public:
     [[nodiscard]] const QList<FileItem> &videos() const { return m_videos; }
     // Whether the drive has told.
     [[nodiscard]] bool isComplete() const { return m_isComplete; }
+    // Whether the drive is being asked.
+    [[nodiscard]] bool isAsked() const { return m_isAsked; }
     // Null when the folder is not known to have this video.
     [[nodiscard]] const FileItem *find(const QString &fileId) const;
     // The one `step` places after this video, beyond the last the first and the other way round.
-    // Null when the folder is not known to have this video.
+    // Null when the folder is not known to have this video, or another one while the drive has
+    // not told.
     [[nodiscard]] const FileItem *neighbour(const QString &fileId, int step) const;
 
 signals:
+    // One of these two after request(), as the last act: the receiver may destroy this object.
     void changed();
+    void failed();
     // As the drive has the file that locate() was called for.
     void located(const FileItem &file);
 
 private:
+    void start();
     void requestPage(const QString &marker);
     void onPage(const FileItems &page);
+    void onPageFailed(const QString &marker, const QString &error, int code);
+    void finish(bool isWhole);
 
     const UserInfo m_user;
     QList<FileItem> m_videos;
-    QList<FileItem> m_received; // the pages so far
+    QList<FileItem> m_received; // by the pages so far
+    QSet<QString> m_receivedIds;
+    QSet<QString> m_markers; // of the pages so far
+    int m_uselessPages = 0;  // in turn, that had nothing new
     FileItem m_file;
+    bool m_isAsked = false;
+    bool m_hasTriedAgain = false;
     bool m_isComplete = false;
+    QTimer m_secondTry;
     ReplyGuard m_replies;
 };

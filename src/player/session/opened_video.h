@@ -36,10 +36,14 @@ struct OpenedVideo
         return state != PlayState::Ended && state != PlayState::Failed;
     }
 
-    // The second to begin at when it is loaded for the first time; 0: none.
+    // The second to begin at when it is loaded for the first time; 0: none, as for one that was
+    // watched to its end.
     [[nodiscard]] int resumePosition() const
     {
-        return start == StartFrom::WhereItStopped ? row.values().playPosition.value() : 0;
+        const int position = row.values().playPosition.value();
+        const int duration = row.values().duration.value();
+        const bool isWatched = duration > 0 && position >= duration;
+        return start == StartFrom::WhereItStopped && !isWatched ? position : 0;
     }
 
     const UserInfo user;

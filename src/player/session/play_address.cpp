@@ -6,6 +6,7 @@
 #include <QUrl>
 
 #include "api/records/video_records.h"
+#include "api/session/api_refusal.h"
 #include "api/session/open_api_client.h"
 #include "app/environment/video_quality.h"
 #include "net/log_failure.h"
@@ -29,8 +30,7 @@ PlayAddress::PlayAddress(UserInfo user, const FileItem &file)
 
 void PlayAddress::fetchAhead()
 {
-    m_purpose = Purpose::Ahead;
-    request();
+    request(Purpose::Ahead);
 }
 
 void PlayAddress::open()
@@ -46,14 +46,44 @@ void PlayAddress::open()
 void PlayAddress::renew()
 {
     m_isOpen = true;
-    m_purpose = Purpose::Opening;
-    request();
+    request(Purpose::Opening);
 }
 
-void PlayAddress::request()
+void PlayAddress::openSource()
 {
+    m_isOpen = true;
+    request(Purpose::Source);
+}
+
+bool PlayAddress::isStale() const
+{
+    const bool isAnswered = m_answer == Answer::Known || m_answer == Answer::Refused;
+    return isAnswered && m_life.hasExpired();
+}
+
+// What is still under way is about addresses that nobody wants any more.
+void PlayAddress::request(Purpose purpose)
+{
+    m_replies.abandon();
+    m_purpose = purpose;
     m_answer = Answer::Awaited;
     m_entries.clear();
+    m_refusal.clear();
+    if (purpose == Purpose::Source) {
+        requestSource();
+    } else {
+        requestPlayInfo();
+    }
+}
+
+OpenApiClient PlayAddress::client()
+{
+    return OpenApiClient(m_user).whenRefused(m_replies.guard(
+        [this](const ApiRefusal &refusal) { m_refusal = troubleText(refusal.trouble); }));
+}
+
+void PlayAddress::requestPlayInfo()
+{
     const auto success = [this](const VideoPreviewPlayInfoResp &reply) {
         onPlayInfo(reply);
         requestSource();
@@ -62,7 +92,8 @@ void PlayAddress::request()
         onFailure(QStringLiteral("getPlayInfo"), code, error);
         onAnswer(Answer::Refused);
     };
-    OpenApiClient(m_user).playInfo(m_file.file_id, m_replies.guard(success), m_replies.guard(fail));
+    m_replies.limitWait(
+        client().playInfo(m_file.file_id, m_replies.guard(success), m_replies.guard(fail)));
 }
 
 void PlayAddress::onPlayInfo(const VideoPreviewPlayInfoResp &reply)
@@ -90,13 +121,13 @@ void PlayAddress::requestSource()
         onFailure(QStringLiteral("getDownloadUrl"), code, error);
         onAnswer(m_purpose == Purpose::Ahead ? Answer::Refused : Answer::Known);
     };
-    OpenApiClient(m_user).downloadUrl(m_file.file_id, m_replies.guard(success),
-                                      m_replies.guard(fail));
+    m_replies.limitWait(
+        client().downloadUrl(m_file.file_id, m_replies.guard(success), m_replies.guard(fail)));
 }
 
 void PlayAddress::onFailure(const QString &operation, int code, const QString &error) const
 {
-    if (m_purpose == Purpose::Opening) {
+    if (m_purpose != Purpose::Ahead) {
         logAddressFailure(operation, error, code);
     }
 }

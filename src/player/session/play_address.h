@@ -10,6 +10,7 @@
 #include "player/session/menu_entry.h"
 #include "player/session/play_quality.h"
 
+class OpenApiClient;
 class VideoPreviewPlayInfoResp;
 
 // From where one video can be played: the drive's transcoded streams, then the source file.
@@ -28,8 +29,16 @@ public:
     void open();
     // Asks for new addresses in place of those that do not work.
     void renew();
+    // As renew(), but for nothing than the source file's, in whatever quality was wanted.
+    void openSource();
     // Whether the addresses were fetched ahead, so that newer ones may work.
-    [[nodiscard]] bool isOld() const { return m_purpose == Purpose::Ahead; }
+    [[nodiscard]] bool wasFetchedAhead() const { return m_purpose == Purpose::Ahead; }
+    // Whether the answer came too long ago.
+    [[nodiscard]] bool isStale() const;
+    // Whether the play information could not be had, so that the source was not asked for.
+    [[nodiscard]] bool isRefused() const { return m_answer == Answer::Refused; }
+    // Why the drive refused, for the user; empty where it did not say, or did not refuse.
+    [[nodiscard]] QString refusal() const { return m_refusal; }
 
     // The quality to play; where it cannot be had, the one that choosePlayable() puts in its place.
     void want(const QString &qualityId);
@@ -44,16 +53,19 @@ public:
     [[nodiscard]] int duration() const { return m_duration; }
 
 signals:
-    // After open() and renew(), and as the last act: the receiver may destroy this object.
+    // After open(), renew() and openSource(), and as the last act: the receiver may destroy this
+    // object.
     void ready();
     // The play information could not be had.
     void unavailable();
 
 private:
-    enum class Purpose { Ahead, Opening };
+    enum class Purpose { Ahead, Opening, Source };
     enum class Answer { None, Awaited, Known, Refused };
 
-    void request();
+    void request(Purpose purpose);
+    void requestPlayInfo();
+    [[nodiscard]] OpenApiClient client();
     void onPlayInfo(const VideoPreviewPlayInfoResp &reply);
     void requestSource();
     void onFailure(const QString &operation, int code, const QString &error) const;
@@ -68,6 +80,7 @@ private:
     QDeadlineTimer m_life;
     QList<QualityEntry> m_entries;
     QString m_wanted;
+    QString m_refusal;
     int m_duration = 0;
     int m_sourceWidth = 0;
     int m_sourceHeight = 0;

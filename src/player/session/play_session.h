@@ -1,22 +1,17 @@
 #pragma once
 
-#include <memory>
-
 #include <QObject>
 
 #include "player/session/address_ahead.h"
-#include "player/session/once_a_second.h"
-#include "player/session/opened_video.h"
+#include "player/session/play_machine.h"
 #include "player/session/play_menus.h"
 #include "player/session/play_status.h"
 
 class MpvWidget;
 struct PlayRequest;
-struct TrackInfo;
 
-// What plays, and what is to play next. The one owner of both, and the one place where a video
-// changes its state. A video that is being opened stands beside the one that plays until it has a
-// picture; when that fails, everything is as it was before. Seconds are whole.
+// What plays, and what is to play next: takes the wishes of the user and of the lists, and tells
+// what there is to be shown. Seconds are whole.
 class PlaySession final : public QObject
 {
     Q_OBJECT
@@ -29,14 +24,16 @@ public:
     // Plays the request's video in place of what plays; that one's position is saved first. A
     // request for what plays already changes nothing.
     void open(const PlayRequest &request);
-    // The video so many places on in the folder, round its ends.
+    // The video so many places on in the folder, round its ends; once the folder's list is there.
     void playRelative(int step);
     // A video of the list.
     void playChosen(const QString &fileId);
-    // Pauses and plays; at the end, or after a failure, tries to go on.
+    // Pauses and plays; at the end, after a failure or a long silence, tries to go on.
     void togglePause();
-    // Writes the position of what plays, or played last, to its row. A video that was never seen
-    // playing is not saved: its earlier position stays.
+    // Where the status offers it: asks for the source's address of the video whose streams the
+    // drive refused, and plays that.
+    void playSource();
+    // See PlayMachine.
     void savePosition();
     // The stored skip times were changed elsewhere.
     void reloadSkipTimes();
@@ -67,48 +64,17 @@ signals:
     void videoQualityChanged();
 
 private:
-    using Video = std::unique_ptr<OpenedVideo>;
+    using Source = PlayMachine::Source;
 
-    void connectVideo(OpenedVideo &video);
-    // The candidate, else what plays; null before the first.
-    [[nodiscard]] OpenedVideo *chosen() const;
-    // Whether what plays is all there is.
-    [[nodiscard]] bool isPlaying() const;
-
-    void openNeighbour(const FileItem &file, StartFrom start);
-    void setCandidate(Video video);
-    void dropCandidate();
-    void load(OpenedVideo &video);
-    void stopCandidate();
-    void repair(OpenedVideo &video);
-    void renewAddress(OpenedVideo &video);
+    void openVideo(PlayMachine::Video video, Source source = Source::AnyQuality);
+    void openNeighbour(const FileItem &file, StartFrom start, Source source = Source::AnyQuality);
+    void tryAgain();
     void showPosition();
     void advance();
-
-    void onLocated(OpenedVideo &video, const FileItem &file);
-    void onAddressReady(OpenedVideo &video);
-    void onNoAddress(OpenedVideo &video);
-    void onCannotOpen();
-    void onBrokenDown(OpenedVideo &video);
-
-    void onFileLoaded();
-    void onPlaybackRestarted();
-    void onPicture(OpenedVideo &video);
-    void onDurationChanged(int value);
-    void onPositionChanged(int value);
-    void onPlayEnd();
-    void onLoadingEnd(OpenedVideo &video);
-    void onPlayingEnd(OpenedVideo &video, bool isFailure);
-    void onPaused(bool isPause);
+    void onNeighboursAnswered(const OpenedVideo *video);
 
     MpvWidget &m_mpv;
-    Video m_current;   // plays, or played last
-    Video m_candidate; // is being opened
-    // Which of the two libmpv's file is, and what libmpv reports is about; null: none.
-    OpenedVideo *m_loaded = nullptr;
     AddressAhead m_ahead;
-    QString m_notice;
-    OnceASecond m_positions;
-    // The last video was over before it had a position: a folder of such files is not raced round.
-    bool m_wasMomentary = false;
+    int m_awaitedStep = 0; // the user's, or an end's, until the folder's list is there; 0: none
+    PlayMachine m_machine;
 };

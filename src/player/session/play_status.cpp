@@ -2,7 +2,7 @@
 
 #include "player/session/opened_video.h"
 
-PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate, const QString &notice)
+PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate)
 {
     PlayStatus status;
     const OpenedVideo *chosen = candidate ? candidate : current;
@@ -11,7 +11,6 @@ PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate, co
     }
     status.state = chosen->state;
     status.chosenId = chosen->file().file_id;
-    status.notice = chosen->isAlive() ? QString() : notice;
     // A candidate gives its name once libmpv has it.
     const OpenedVideo *named = chosen->state == PlayState::Loading ? chosen : current;
     status.title = named ? named->file().name : QString();

@@ -21,9 +21,11 @@ struct PlayStatus
     QString title;                     // the name of what libmpv has; empty before the first
     int position = 0;                  // 0 while another video is being opened
     int duration = 0;
-    QString notice; // why nothing plays; empty while something does, or will
+    // Why nothing plays, or that an answer is long in coming; empty while something plays or will.
+    QString notice;
+    // The drive refused the video's streams, and PlaySession::playSource() may still play it.
+    bool offersSource = false;
 };
 
 // `current` plays, or played last; `candidate` is being opened. Either may be null.
-PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate,
-                    const QString &notice);
+PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate);

@@ -1,5 +1,7 @@
 #include "player/session/playback.h"
 
+#include <utility>
+
 #include <QDebug>
 
 #include "app/environment/formatting.h"
@@ -16,13 +18,14 @@ constexpr int EarlyEnd = 5;
 void Playback::load(const QString &url)
 {
     m_isSettled = false;
+    m_toldDuration = 0;
     m_mpv.loadFile(url);
 }
 
 void Playback::onLoaded(int rememberedPosition, const SkipTimes &skip)
 {
-    m_duration = m_mpv.duration();
-    qDebug().noquote() << "video total time:" << formatClock(duration());
+    onDuration(m_mpv.duration());
+    m_isSettled = m_mpv.isDurationSettled();
     if (wasSeen()) {
         sendTo({StartPlace::Kind::Resume, position()});
     } else {
@@ -32,6 +35,7 @@ void Playback::onLoaded(int rememberedPosition, const SkipTimes &skip)
 
 void Playback::sendTo(const StartPlace &place)
 {
+    m_start = place.kind;
     m_startTarget = place.position;
     m_sinceStart.start();
     if (place.position == 0) {
@@ -45,8 +49,19 @@ void Playback::sendTo(const StartPlace &place)
 
 void Playback::onDuration(int value)
 {
-    if (value > 0) {
-        m_duration = value;
+    if (value <= 0) {
+        return;
+    }
+    m_duration = value;
+    if (std::exchange(m_toldDuration, value) != value) {
+        qDebug().noquote() << "video total time:" << formatClock(value);
+    }
+}
+
+void Playback::onSkipTimes(const SkipTimes &skip)
+{
+    if (m_start == StartPlace::Kind::Beginning && position() < skip.head) {
+        sendTo(startPlace(0, skip, settledDuration()));
     }
 }
 
@@ -65,29 +80,32 @@ bool Playback::onPosition(int value)
 // Positions stop short of the end; a video that was watched to it begins anew next time.
 void Playback::onEnd()
 {
-    m_position = qMax(position(), duration());
+    m_duration = m_isSettled ? m_duration : qMax(position(), duration());
+    m_position = m_duration;
+    m_isSettled = true;
 }
 
-void Playback::refreshPosition()
+void Playback::refresh()
 {
     if (const auto position = m_mpv.knownPosition(); position && wasSeen()) {
         onPosition(*position);
     }
+    m_isSettled = m_isSettled || m_mpv.isDurationSettled();
 }
 
-int Playback::place()
+int Playback::placeToStore() const
 {
     const int settled = settledDuration();
     return settled > 0 ? qMin(position(), settled) : position();
 }
 
-int Playback::settledDuration()
+int Playback::durationToStore() const
 {
-    m_isSettled = m_isSettled || m_mpv.isDurationSettled();
-    return m_isSettled ? m_duration : 0;
+    const bool mayGrow = !m_isSettled && duration() > 0;
+    return mayGrow ? qMax(duration(), position() + 1) : duration();
 }
 
-bool Playback::wouldEndEarly()
+bool Playback::wouldEndEarly() const
 {
     const int expected = m_isSettled ? m_duration : qMax(m_duration, m_driveDuration);
     return position() + EarlyEnd < expected;

@@ -24,17 +24,23 @@ public:
     // the intro.
     void onLoaded(int rememberedPosition, const SkipTimes &skip);
     void onDuration(int value);
+    // The video turned out to have other skip times than those it was loaded with: one that began
+    // at its beginning is sent past the intro.
+    void onSkipTimes(const SkipTimes &skip);
     // False for a position that does not count: from before the start, while the first seek is on
     // its way.
     bool onPosition(int value);
-    // It came to its end.
+    // It came to its end, which tells how long it is.
     void onEnd();
 
-    // Asks libmpv for the position, which may be newer than the last one reported.
-    void refreshPosition();
+    // Asks libmpv for the position, which may be newer than the last one reported, and whether the
+    // duration will stay.
+    void refresh();
     [[nodiscard]] int position() const { return m_position.value_or(0); }
-    // The same for the history: a seek beyond the end counts as the end.
-    [[nodiscard]] int place();
+    // Position and duration for the history. A seek beyond the end counts as the end; a video
+    // whose length is not known yet has not come to it.
+    [[nodiscard]] int placeToStore() const;
+    [[nodiscard]] int durationToStore() const;
     // Whether it was ever seen playing.
     [[nodiscard]] bool wasSeen() const { return m_position.has_value(); }
 
@@ -43,10 +49,10 @@ public:
     [[nodiscard]] int duration() const { return m_duration > 0 ? m_duration : m_driveDuration; }
     // The duration, or 0 while it may still grow: some files do not say how long they are, and
     // libmpv then counts what it has read.
-    [[nodiscard]] int settledDuration();
+    [[nodiscard]] int settledDuration() const { return m_isSettled ? m_duration : 0; }
 
     // Whether data that end here end too early: the connection was cut, or its address expired.
-    [[nodiscard]] bool wouldEndEarly();
+    [[nodiscard]] bool wouldEndEarly() const;
 
 private:
     void sendTo(const StartPlace &place);
@@ -55,7 +61,9 @@ private:
     std::optional<int> m_position;
     int m_duration = 0;
     int m_driveDuration = 0;
+    int m_toldDuration = 0; // of what is loaded, by the log
     bool m_isSettled = false;
+    std::optional<StartPlace::Kind> m_start; // where it was sent last
     // After the first seek libmpv may still report where it was before; until then, or until the
     // time has run out (a stream may not be seekable), positions before the target do not count.
     int m_startTarget = 0;

@@ -175,12 +175,12 @@ void MpvPlayerWindow::showStatus()
     m_controlBar->setTime(status.position, status.duration);
     m_controlBar->setSeekable(status.state == PlayState::Playing);
     m_listPanel->setCurrent(status.chosenId);
-    if (status.state == PlayState::Opening || status.state == PlayState::Loading) {
-        m_notice->wait();
-    } else if (status.notice.isEmpty()) {
-        m_notice->clear();
-    } else {
+    if (!status.notice.isEmpty()) {
         m_notice->say(status.notice);
+    } else if (status.state == PlayState::Opening || status.state == PlayState::Loading) {
+        m_notice->wait();
+    } else {
+        m_notice->clear();
     }
     showPaused();
     showMenus();

@@ -1,0 +1,317 @@
+#include <QtTest>
+
+#include "db/tables/operations.h"
+#include "net/reply_guard.h"
+#include "player/mpv/mpv_widget.h"
+#include "player/player_fixture.h"
+#include "player/session/play_session.h"
+#include "player/window/player_window.h"
+#include "support/fault_on.h"
+#include "support/test_main.h"
+#include "support/toasts.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string PlayInfo = "getVideoPreviewPlayInfo";
+const std::string Listing = "openFile/list";
+const QString First = "show/1.mkv";
+const QString Second = "show/2.mkv";
+const QString Failing = "视频无法播放：1.mkv";
+const QString Waiting = "服务器没有响应，仍在等待\n按播放键重试";
+
+// A play list in disguise: whatever it names is this play list again.
+const std::string LoopingList = "#EXTM3U\n#EXTINF:10,\nagain.m3u\n";
+// A session that nobody sends.
+const std::string SilentSession = "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\n"
+                                  "m=video 45678 RTP/AVP 96\na=rtpmap:96 H264/90000\n";
+
+} // namespace
+
+Q_DECLARE_METATYPE(localdrive::Fault)
+
+// What the player does when it has to wait, for answers, for data, for the folder's list, and what
+// is left when it is killed meanwhile.
+class TestPlayWaits final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_player = std::make_unique<PlayerFixture>();
+        m_log = std::make_unique<LogCapture>();
+    }
+    void cleanup()
+    {
+        ReplyGuard::setPatience({});
+        m_player.reset();
+        m_log.reset();
+        closeToasts();
+    }
+
+    void saysWhyNothingPlays_data()
+    {
+        QTest::addColumn<localdrive::Fault>("fault");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char *name, const localdrive::Fault &fault, const QString &text) {
+            QTest::newRow(name) << fault << text;
+        };
+        row("no play information", FaultOn(PlayInfo).freezes(), Waiting);
+        row("no address", FaultOn("getDownloadUrl").freezes(), Waiting);
+        row("no data", FaultOn("/download/").always().freezes(), Waiting);
+        row("a looping play list", FaultOn("/download/").always().body(LoopingList), Failing);
+        row("a session", FaultOn("/download/").always().body(SilentSession), Failing);
+    }
+
+    void saysWhyNothingPlays()
+    {
+        QFETCH(localdrive::Fault, fault);
+        QFETCH(QString, text);
+        ReplyGuard::setPatience({6s, 60s});
+        m_player->addClip(First, {60});
+        m_player->server().addFault(fault);
+        m_player->setPlayInfo("{}");
+        m_player->open(First);
+        QTRY_COMPARE_WITH_TIMEOUT(notice(), text, 15000);
+        m_player->server().clearFaults();
+        ReplyGuard::setPatience({});
+        m_player->press("playPause");
+        QTRY_COMPARE(notice(), QString());
+        QVERIFY(m_player->waitFor(1));
+    }
+
+    void saysThatWhatPlaysIsFrozen()
+    {
+        clips::Clip clip{60, 640, 360};
+        m_player->addClip(First, clip);
+        QVERIFY(m_player->server().prepareMedia(First.toStdString()));
+        FaultOn frozen("part0000[3-9]");
+        m_player->server().addFault(frozen.always().wire(localdrive::Break::FreezeInsideBody));
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(2));
+        ReplyGuard::setPatience({3s, 60s});
+        m_player->mpv()->seekAbsolute(40);
+        QTRY_COMPARE_WITH_TIMEOUT(notice(), Waiting, 15000);
+        m_player->server().clearFaults();
+        ReplyGuard::setPatience({});
+        m_player->press("playPause");
+        QVERIFY(m_player->waitFor(41));
+        QCOMPARE(notice(), QString());
+        // Who pauses waits for nothing.
+        ReplyGuard::setPatience({300ms, 60s});
+        m_player->press("playPause");
+        QTest::qWait(600);
+        QCOMPARE(notice(), QString());
+    }
+
+    // The play information is refused; the source may play, and is asked for on demand.
+    void offersTheSource()
+    {
+        m_player->addClip(First, {60});
+        m_player->storePosition(First, 20, 60);
+        FaultOn refusal(PlayInfo);
+        m_player->server().addFault(refusal.always().status(404, "NotFound.VideoPreviewInfo"));
+        m_player->open(First);
+        QTRY_COMPARE(notice(), "视频无法播放：1.mkv\n该视频无法转码");
+        QVERIFY(m_player->server().requestsTo("/adrive/v1.0/openFile/getDownloadUrl").empty());
+        QVERIFY(session().status().offersSource);
+        session().playSource();
+        QVERIFY(m_player->waitFor(20));
+        QCOMPARE(m_player->menuTexts("quality").size(), 1);
+        QVERIFY(!session().status().offersSource);
+    }
+
+    void keepsThePlaceAgainstAKill_data()
+    {
+        QTest::addColumn<QString>("event");
+        QTest::addColumn<int>("place");
+        QTest::newRow("at a pause") << "pause" << 1;
+        QTest::newRow("at a seek") << "seek" << 70;
+        QTest::newRow("every half minute") << "speed" << 30;
+        QTest::newRow("at the end") << "end" << 100;
+    }
+
+    void keepsThePlaceAgainstAKill()
+    {
+        QFETCH(QString, event);
+        QFETCH(int, place);
+        m_player->addClip(First, {100});
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(1));
+        QCOMPARE(stored(First).playPosition.value(), 0);
+        if (event == "pause") {
+            m_player->press("playPause");
+        } else if (event == "seek") {
+            m_player->mpv()->seekAbsolute(place);
+        } else if (event == "speed") {
+            m_player->mpv()->setProperty("speed", 20.0);
+        } else {
+            m_player->server().addFault(FaultOn(PlayInfo).always().status(403));
+            m_player->mpv()->seekAbsolute(99);
+        }
+        QTRY_VERIFY(stored(First).playPosition.value() >= place);
+    }
+
+    void stepsOnceTheListIsThere_data()
+    {
+        QTest::addColumn<bool>("isEnd");
+        QTest::newRow("the button") << false;
+        QTest::newRow("the natural end") << true;
+    }
+
+    // From the history nothing is known of the folder.
+    void stepsOnceTheListIsThere()
+    {
+        QFETCH(bool, isEnd);
+        m_player->addClip(First, {4});
+        m_player->addClip(Second, {60});
+        m_player->server().addFault(FaultOn(Listing).always().delay(7000));
+        openFromHistory(First);
+        QVERIFY(m_player->waitFor(1));
+        if (isEnd) {
+            QTRY_COMPARE(notice(), "播放完毕");
+        } else {
+            m_player->mpv()->pause();
+            m_player->press("next");
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(m_player->window()->windowTitle(), "2.mkv", 15000);
+        QCOMPARE(loads(), 2);
+    }
+
+    void aFolderWithoutAnEndIsLeft_data()
+    {
+        QTest::addColumn<QByteArray>("page");
+        QTest::newRow("the same marker") << QByteArray(R"({"items":[],"next_marker":"m"})");
+        QTest::newRow("no answer") << QByteArray();
+    }
+
+    void aFolderWithoutAnEndIsLeft()
+    {
+        QFETCH(QByteArray, page);
+        m_player->addClip(First, {60});
+        FaultOn fault(Listing);
+        fault.always();
+        m_player->server().addFault(page.isEmpty() ? fault.status(503)
+                                                   : fault.status(200).body(page.toStdString()));
+        openFromHistory(First);
+        QVERIFY(m_player->waitFor(1));
+        m_player->press("next");
+        QTRY_VERIFY(toasts().contains("未能获取文件夹中的其他视频"));
+        QCOMPARE(loads(), 1);
+        QVERIFY(m_player->server().requestsTo("/adrive/v1.0/openFile/list").size() < 20);
+        // Once it answers, the next wish is granted.
+        m_player->addClip(Second, {60});
+        m_player->server().clearFaults();
+        QVERIFY(m_player->step("next", "2.mkv"));
+    }
+
+    void aLengthThatIsNotTold_data()
+    {
+        QTest::addColumn<int>("place");
+        QTest::addColumn<int>("start");
+        QTest::newRow("is not judged") << 20 << 20;
+        QTest::newRow("is known once it was watched to its end") << 22 << 0;
+    }
+
+    void aLengthThatIsNotTold()
+    {
+        QFETCH(int, place);
+        QFETCH(int, start);
+        // libmpv has read a few seconds of it when it opens.
+        clips::Clip clip{60};
+        clip.outputs = QString("-live 1 -vf noise=alls=40:allf=t -b:v 1M -bufsize 1M").split(' ');
+        m_player->server().addFault(FaultOn("/download/").always().trickles(700000));
+        m_player->addClip(First, clip);
+        m_player->setPlayInfo("{}");
+        m_player->storePosition(First, place, 22);
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(start + 1));
+        QVERIFY(m_player->secondLabelled() < start + 15);
+        QTRY_VERIFY(m_log->lines().filter("video total time:").size() > 1);
+        m_player->close();
+        const PlayHistory row = stored(First);
+        QVERIFY(row.playPosition.value() > start);
+        QVERIFY(row.duration.value() > row.playPosition.value());
+    }
+
+    void anEndTellsTheLength()
+    {
+        clips::Clip clip{4};
+        clip.outputs = QStringList{"-live", "1"};
+        m_player->addClip(First, clip);
+        m_player->setPlayInfo("{}");
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(1));
+        QTRY_VERIFY(stored(First).playPosition.value() > 0);
+        QCOMPARE(stored(First).playPosition.value(), stored(First).duration.value());
+    }
+
+    // The old video's connection is cut after the user has asked for the next one.
+    void whatBreaksDownBesideACandidateIsSaved()
+    {
+        m_player->addClip(First, {100, 640, 360});
+        m_player->addClip(Second, {60});
+        QVERIFY(m_player->server().prepareMedia(First.toStdString()));
+        m_player->server().addFault(FaultOn("part0000[4-9]|part000[12]").always().status(403));
+        m_player->storePosition(First, 9, 100);
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(10));
+        m_player->server().addFault(FaultOn(PlayInfo).delay(8000));
+        m_player->press("next");
+        QTRY_COMPARE_WITH_TIMEOUT(m_player->window()->windowTitle(), "2.mkv", 15000);
+        QVERIFY2(stored(First).playPosition.value() >= 13,
+                 qPrintable(QString::number(stored(First).playPosition.value())));
+    }
+
+    // The folder that the drive names comes later than the video.
+    void aLateFolderStillSkipsItsIntro()
+    {
+        m_player->addClip(First, {100});
+        FolderSetting setting;
+        setting.folderId = m_player->item(First).parent_file_id;
+        setting.skipHeadPos = 50;
+        saveFolderSetting(setting);
+        m_player->server().addFault(FaultOn("openFile/get").delay(8000));
+        openFromHistory(First, "root");
+        QVERIFY(m_player->waitFor(1));
+        QVERIFY(m_player->waitFor(50));
+    }
+
+    void theTitleGoesBeforeTheAddress()
+    {
+        m_player->addClip(First, {10});
+        m_player->addClip(Second, {10});
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(1));
+        int loadsBefore = 0;
+        connect(m_player->window(), &QWidget::windowTitleChanged, this,
+                [&] { loadsBefore = loads(); });
+        QVERIFY(m_player->step("next", "2.mkv"));
+        QCOMPARE(loadsBefore, 1);
+    }
+
+private:
+    void openFromHistory(const QString &path, const QString &folder = QString())
+    {
+        PlayRequest request = m_player->request(path);
+        request.videos.clear();
+        if (!folder.isEmpty()) {
+            request.file.parent_file_id = folder;
+        }
+        m_player->host().open(request);
+    }
+
+    QString notice() const { return m_player->part("videoNotice")->accessibleName(); }
+    PlaySession &session() const { return *m_player->window()->findChild<PlaySession *>(); }
+    PlayHistory stored(const QString &path) const { return m_player->storedHistory(path); }
+    // How often libmpv was given an address.
+    int loads() const { return m_log->lines().filter("已经获取到播放链接").size(); }
+
+    std::unique_ptr<PlayerFixture> m_player;
+    std::unique_ptr<LogCapture> m_log;
+};
+
+MORAVU_TEST(TestPlayWaits)
+#include "tst_play_waits.moc"
