@@ -91,7 +91,7 @@ private slots:
         QCOMPARE(list->currentIndex().row(), 1);
         QVERIFY(!m_player->isOn("seekBar") && !m_player->isOn("skip") &&
                 !m_player->isOn("quality"));
-        QTRY_VERIFY(toasts().contains("视频无法播放：2.mkv"));
+        QTRY_VERIFY(isRefused("2.mkv"));
         QVERIFY(m_player->waitFor(21));
         QVERIFY(m_player->timeText().endsWith("/00:03:20"));
         QCOMPARE(title(), "1.mkv");
@@ -128,9 +128,9 @@ private slots:
         m_player->storePosition("film.mkv", 17, 30);
         m_player->open("film.mkv");
         const QWidget *notice = m_player->part("videoNotice");
-        QTRY_COMPARE(notice->accessibleName(), "视频无法播放：film.mkv");
+        QTRY_VERIFY(notice->accessibleName().startsWith("视频无法播放：film.mkv"));
         QVERIFY(notice->isVisible());
-        QCOMPARE(toasts(), QStringList("视频无法播放：film.mkv"));
+        QCOMPARE(toasts(), QStringList(notice->accessibleName()));
         QCOMPARE(m_player->timeText(), "00:00:00/00:00:00");
         for (const char *control : {"seekBar", "skip", "audio", "subtitle"}) {
             QVERIFY2(!m_player->isOn(control), control);
@@ -163,7 +163,7 @@ private slots:
         // What was fetched ahead is refused, and so is what is asked for then.
         failOn("/download/*" + m_player->item(Second).file_id.toStdString() + "|" + PlayInfo);
         m_player->mpv()->seekAbsolute(tail > 0 ? 41 : 57);
-        QTRY_VERIFY_WITH_TIMEOUT(toasts().contains("视频无法播放：2.mkv"), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(isRefused("2.mkv"), 15000);
         m_player->server().clearFaults();
         failOn(PlayInfo);
         if (tail > 0) {
@@ -171,7 +171,7 @@ private slots:
             m_player->mpv()->seekAbsolute(57);
         }
         const QWidget *notice = m_player->part("videoNotice");
-        QTRY_COMPARE_WITH_TIMEOUT(notice->accessibleName(), "视频无法播放：2.mkv", 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(notice->accessibleName().contains("：2.mkv"), 15000);
         QCOMPARE(title(), "1.mkv");
         const int requests = asked().size();
         auto *button = qobject_cast<QToolButton *>(m_player->part("playPause"));
@@ -312,7 +312,7 @@ private slots:
         moment.outputs = QStringList{"-frames:v", "5"};
         m_player->addClip("clips/0.mkv", moment);
         m_player->open("clips/0.mkv");
-        QTRY_VERIFY_WITH_TIMEOUT(toasts().contains("视频无法播放：0.mkv"), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(isRefused("0.mkv"), 15000);
         QCOMPARE(loads(), 2);
     }
 
@@ -424,7 +424,7 @@ private slots:
                                             {"XD", "http://127.0.0.1:1/x.m3u8"},
                                             {"FHD", "http://127.0.0.1:1/x.m3u8"}}));
         m_player->open("film.mkv");
-        QTRY_VERIFY_WITH_TIMEOUT(toasts().contains("视频无法播放：film.mkv"), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(isRefused("film.mkv"), 15000);
         QCOMPARE(m_player->menuTexts("quality"),
                  (QStringList{"流畅 360p", "未知", "全高清 1080p", "原画(320x180)"}));
         QCOMPARE(m_player->checkedText("quality"), "全高清 1080p");
@@ -530,6 +530,10 @@ private:
 
     // How often libmpv was given an address.
     int loads() const { return m_log->lines().filter("已经获取到播放链接").size(); }
+    static bool isRefused(const QString &name)
+    {
+        return !toasts().filter("视频无法播放：" + name).isEmpty();
+    }
     QString title() const { return m_player->window()->windowTitle(); }
     int stored(const QString &path) const
     {

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "api/session/api_refusal.h"
+#include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
 #include "net/log_failure.h"
 #include "ui/widgets/natural_order.h"

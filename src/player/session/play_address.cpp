@@ -6,7 +6,7 @@
 #include <QUrl>
 
 #include "api/records/video_records.h"
-#include "api/session/api_refusal.h"
+#include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
 #include "app/environment/video_quality.h"
 #include "net/log_failure.h"
@@ -68,7 +68,8 @@ void PlayAddress::request(Purpose purpose)
     m_purpose = purpose;
     m_answer = Answer::Awaited;
     m_entries.clear();
-    m_refusal.clear();
+    m_refusal.reset();
+    m_reason.clear();
     if (purpose == Purpose::Source) {
         requestSource();
     } else {
@@ -78,8 +79,8 @@ void PlayAddress::request(Purpose purpose)
 
 OpenApiClient PlayAddress::client()
 {
-    return OpenApiClient(m_user).whenRefused(m_replies.guard(
-        [this](const ApiRefusal &refusal) { m_refusal = troubleText(refusal.trouble); }));
+    return OpenApiClient(m_user).whenRefused(
+        m_replies.guard([this](const ApiRefusal &refusal) { m_refusal = refusal; }));
 }
 
 void PlayAddress::requestPlayInfo()
@@ -125,8 +126,9 @@ void PlayAddress::requestSource()
         client().downloadUrl(m_file.file_id, m_replies.guard(success), m_replies.guard(fail)));
 }
 
-void PlayAddress::onFailure(const QString &operation, int code, const QString &error) const
+void PlayAddress::onFailure(const QString &operation, int code, const QString &error)
 {
+    m_reason = troubleText(troubleOf(code, m_refusal));
     if (m_purpose != Purpose::Ahead) {
         logAddressFailure(operation, error, code);
     }

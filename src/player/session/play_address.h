@@ -1,10 +1,13 @@
 #pragma once
 
+#include <optional>
+
 #include <QDeadlineTimer>
 #include <QList>
 #include <QObject>
 
 #include "api/records/file_records.h"
+#include "api/session/api_failure.h"
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
 #include "player/session/menu_entry.h"
@@ -37,8 +40,8 @@ public:
     [[nodiscard]] bool isStale() const;
     // Whether the play information could not be had, so that the source was not asked for.
     [[nodiscard]] bool isRefused() const { return m_answer == Answer::Refused; }
-    // Why the drive refused, for the user; empty where it did not say, or did not refuse.
-    [[nodiscard]] QString refusal() const { return m_refusal; }
+    // Why something could not be had, for the user; empty where nothing is known.
+    [[nodiscard]] QString reason() const { return m_reason; }
 
     // The quality to play; where it cannot be had, the one that choosePlayable() puts in its place.
     void want(const QString &qualityId);
@@ -68,7 +71,7 @@ private:
     [[nodiscard]] OpenApiClient client();
     void onPlayInfo(const VideoPreviewPlayInfoResp &reply);
     void requestSource();
-    void onFailure(const QString &operation, int code, const QString &error) const;
+    void onFailure(const QString &operation, int code, const QString &error);
     void onAnswer(Answer answer);
     [[nodiscard]] int current() const;
 
@@ -80,7 +83,8 @@ private:
     QDeadlineTimer m_life;
     QList<QualityEntry> m_entries;
     QString m_wanted;
-    QString m_refusal;
+    std::optional<ApiRefusal> m_refusal;
+    QString m_reason;
     int m_duration = 0;
     int m_sourceWidth = 0;
     int m_sourceHeight = 0;

@@ -18,8 +18,9 @@ constexpr int SavedEvery = 30;
 QString cannotPlay(const OpenedVideo &video)
 {
     const QString text = QStringLiteral("视频无法播放：%1").arg(video.file().name);
-    const QString reason = video.address->refusal();
-    return reason.isEmpty() ? text : text + QLatin1Char('\n') + reason;
+    const QString reason = video.address->reason();
+    const bool isKnown = !video.address->isPlayable() && !reason.isEmpty();
+    return isKnown ? text + QLatin1Char('\n') + reason : text;
 }
 
 // The user reads that something is waited for before those who asked for it lose patience.
