@@ -82,7 +82,8 @@ private slots:
         const QStringList qualities = m_player->menuTexts("quality");
         const auto *list = qobject_cast<QAbstractItemView *>(m_player->part("videoListView"));
         if (failing.isEmpty()) {
-            m_player->setPlayInfo(playInfoWith({{"FHD", "file:///etc/passwd"}}));
+            const std::string local = "file://" + m_player->server().rootPath() + "/show/3.mkv";
+            m_player->setPlayInfo(playInfoWith({{"FHD", local.c_str()}}));
         } else {
             m_player->server().addFault(FaultOn(failing.toStdString()).times(1).status(403));
         }
@@ -199,6 +200,8 @@ private slots:
         play(200, 20);
         m_player->server().addFault(FaultOn(late.toStdString()).delay(2000));
         m_player->press("next");
+        const std::string operation = "/adrive/v1.0/openFile/" + late.toStdString();
+        QTRY_COMPARE(m_player->server().requestsTo(operation).size(), std::size_t(2));
         QVERIFY(m_player->step("next", "3.mkv"));
         QVERIFY(m_player->waitFor(4));
         QCOMPARE(title(), "3.mkv");
@@ -247,6 +250,7 @@ private slots:
         play(200, 30);
         m_player->server().addFault(FaultOn(PlayInfo).delay(3000));
         m_player->press("next");
+        QVERIFY(stored(First) >= 31);
         QTest::qWait(1500);
         m_player->close();
         QVERIFY2(stored(First) >= 32 && stored(First) < 40,
