@@ -58,7 +58,7 @@ void complete(AccountOptions &account, std::size_t number, const fs::path &scrat
 std::vector<Route> allRoutes(Platform &platform)
 {
     std::vector<Route> routes;
-    for (auto *part : {&controlRoutes, &oauthRoutes, &loginRoutes, &backendRoutes, &userRoutes,
+    for (auto *part : {&controlRoutes, &oauthRoutes, &loginRoutes, &backendGate, &userRoutes,
                        &fileRoutes, &playRoutes, &downloadRoutes}) {
         for (Route &route : part(platform)) {
             routes.push_back(std::move(route));
@@ -203,6 +203,11 @@ void Server::clearRequests()
     d->platform.log.clear();
 }
 
+void Server::setBackend(const std::string &address)
+{
+    d->platform.setBackend(address);
+}
+
 void Server::addFault(const Fault &fault)
 {
     d->platform.faults.add(fault);
@@ -344,11 +349,6 @@ bool Server::prepareMedia(const std::string &path, int account)
     const UniqueFd file = drive.openFile(path);
     d->platform.media.makeStreams(file.get());
     return !d->platform.media.thumbnail(file.get()).empty();
-}
-
-std::vector<std::string> Server::reports() const
-{
-    return d->platform.reports();
 }
 
 } // namespace localdrive

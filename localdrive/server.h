@@ -10,8 +10,8 @@
 #include "localdrive/wire/request_record.h"
 
 // A cloud drive on this machine: an HTTP server on 127.0.0.1 that serves folders of the disk in
-// the form of the drive platform's Open API, of the product backend (QR code, tokens, report)
-// and of the web page that a phone would open. One server, one port, plain HTTP.
+// the form of the drive platform's Open API, its OAuth operations and the web page that a phone
+// would open. One server, one port, plain HTTP.
 //
 // Texts are UTF-8, times are milliseconds since the epoch unless a type says otherwise.
 namespace localdrive {
@@ -41,6 +41,10 @@ public:
     [[nodiscard]] std::vector<RequestRecord> requests() const;
     [[nodiscard]] std::vector<RequestRecord> requestsTo(const std::string &path) const;
     void clearRequests();
+
+    // Hands requests below /app/ on to the product backend at an address, so that they are recorded
+    // and subject to faults like all others.
+    void setBackend(const std::string &address);
 
     void addFault(const Fault &fault);
     void clearFaults();
@@ -81,9 +85,6 @@ public:
 
     // Makes the HLS streams and thumbnail of a video now and waits. False: not a video.
     bool prepareMedia(const std::string &path, int account = 0);
-
-    // The system reports received, decrypted (JSON text), oldest first.
-    [[nodiscard]] std::vector<std::string> reports() const;
 
 private:
     class Private;

@@ -96,16 +96,16 @@ void Platform::setRules(const Rules &rules)
     urls.setLongestLife(rules.urlLifetime);
 }
 
-void Platform::addReport(std::string report)
+std::string Platform::backend() const
 {
     const std::lock_guard lock(m_mutex);
-    m_reports.push_back(std::move(report));
+    return m_backend;
 }
 
-std::vector<std::string> Platform::reports() const
+void Platform::setBackend(const std::string &address)
 {
     const std::lock_guard lock(m_mutex);
-    return m_reports;
+    m_backend = address;
 }
 
 } // namespace localdrive

@@ -48,8 +48,9 @@ struct Platform
     [[nodiscard]] Rules rules() const;
     void setRules(const Rules &rules);
 
-    void addReport(std::string report);
-    [[nodiscard]] std::vector<std::string> reports() const;
+    // Address of the product backend behind this drive; empty: there is none.
+    [[nodiscard]] std::string backend() const;
+    void setBackend(const std::string &address);
 
 private:
     [[nodiscard]] std::string stateFile() const { return options.stateDir + "/state.json"; }
@@ -57,7 +58,7 @@ private:
 
     mutable std::mutex m_mutex;
     Rules m_rules;
-    std::vector<std::string> m_reports;
+    std::string m_backend;
 };
 
 } // namespace localdrive

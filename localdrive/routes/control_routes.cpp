@@ -195,15 +195,6 @@ public:
         call.reply(nlohmann::json::object());
     }
 
-    void listReports(Call &call) const
-    {
-        nlohmann::json list = nlohmann::json::array();
-        for (const std::string &report : m_platform.reports()) {
-            list.push_back(nlohmann::json::parse(report));
-        }
-        call.reply({{"reports", list}});
-    }
-
 private:
     [[nodiscard]] Account &accountOf(const Call &call) const
     {
@@ -237,7 +228,6 @@ constexpr ControlRoute ControlRoutes[] = {
     {"POST", "/control/accounts/([0-9]+)", &SteeringOperations::changeAccount},
     {"POST", "/control/accounts/([0-9]+)/login", &SteeringOperations::login},
     {"POST", "/control/accounts/([0-9]+)/revoke", &SteeringOperations::revoke},
-    {"GET", "/control/reports", &SteeringOperations::listReports},
 };
 
 } // namespace

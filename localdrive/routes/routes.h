@@ -12,7 +12,7 @@ std::vector<Route> fileRoutes(
     Platform &platform); // Open API: listing, details, addresses, changes.
 std::vector<Route> oauthRoutes(Platform &platform);    // Open API: QR codes, tokens.
 std::vector<Route> loginRoutes(Platform &platform);    // Scan status, and what the phone opens.
-std::vector<Route> backendRoutes(Platform &platform);  // Product backend.
+std::vector<Route> backendGate(Platform &platform);    // Product backend: handed on to it.
 std::vector<Route> downloadRoutes(Platform &platform); // Contents of files.
 std::vector<Route> playRoutes(Platform &platform);     // Play information, streams, thumbnails.
 std::vector<Route> controlRoutes(Platform &platform);  // For tests and demonstrations.

@@ -1,6 +1,5 @@
 #include "localdrive/wire/crypto.h"
 
-#include <memory>
 #include <stdexcept>
 
 #include <openssl/crypto.h>
@@ -10,8 +9,6 @@
 
 namespace localdrive {
 namespace {
-
-constexpr char ReportKey[] = "Qm3vT8pLxR2nWk7ZcY4hJdFs";
 
 const unsigned char *bytes(const std::string &text)
 {
@@ -28,38 +25,6 @@ std::string toHex(const unsigned char *data, std::size_t length)
         hex += Digits[data[i] & 15];
     }
     return hex;
-}
-
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
-
-std::optional<std::string> fromHex(const std::string &hex)
-{
-    if (hex.size() % 2 != 0) {
-        return std::nullopt;
-    }
-    std::string data;
-    data.reserve(hex.size() / 2);
-    for (std::size_t i = 0; i < hex.size(); i += 2) {
-        const int high = hexDigit(hex[i]);
-        const int low = hexDigit(hex[i + 1]);
-        if (high < 0 || low < 0) {
-            return std::nullopt;
-        }
-        data += static_cast<char>(high * 16 + low);
-    }
-    return data;
 }
 
 } // namespace
@@ -136,30 +101,6 @@ std::optional<std::string> fromBase64Url(const std::string &text)
 bool equalInConstantTime(const std::string &a, const std::string &b)
 {
     return a.size() == b.size() && CRYPTO_memcmp(a.data(), b.data(), a.size()) == 0;
-}
-
-std::optional<std::string> decryptReport(const std::string &hex)
-{
-    const std::optional<std::string> cipherText = fromHex(hex);
-    if (!cipherText || cipherText->empty()) {
-        return std::nullopt;
-    }
-    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(
-        EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
-    std::string plain(cipherText->size() + EVP_MAX_BLOCK_LENGTH, '\0');
-    auto *out = reinterpret_cast<unsigned char *>(plain.data());
-    int length = 0;
-    int rest = 0;
-    if (!context ||
-        EVP_DecryptInit_ex(context.get(), EVP_aes_192_ecb(), nullptr,
-                           reinterpret_cast<const unsigned char *>(ReportKey), nullptr) != 1 ||
-        EVP_DecryptUpdate(context.get(), out, &length, bytes(*cipherText),
-                          static_cast<int>(cipherText->size())) != 1 ||
-        EVP_DecryptFinal_ex(context.get(), out + length, &rest) != 1) {
-        return std::nullopt;
-    }
-    plain.resize(static_cast<std::size_t>(length) + static_cast<std::size_t>(rest));
-    return plain;
 }
 
 } // namespace localdrive

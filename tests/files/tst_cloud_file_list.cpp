@@ -69,7 +69,7 @@ class TestCloudFileList final : public QObject
 private slots:
     void init()
     {
-        m_drive = std::make_unique<DriveFixture>(2);
+        m_drive = std::make_unique<DriveFixture>(2, ratelessRules());
         m_user = logInAs(*m_drive, "小明");
     }
     void cleanup()
@@ -551,8 +551,10 @@ private slots:
 
 private:
     void make(const std::vector<std::string> &paths) { makeFiles(*m_drive, paths); }
+    // Two pages of as many entries as are asked for.
     void makeTwoPages()
     {
+        m_drive->server().setPageCap(0);
         make({"0/"});
         for (int number = 1001; number < 1349; ++number) {
             make({std::to_string(number)});

@@ -27,7 +27,7 @@ class TestFileTreeDialog final : public QObject
 private slots:
     void init()
     {
-        m_drive = std::make_unique<DriveFixture>();
+        m_drive = std::make_unique<DriveFixture>(1, ratelessRules());
         m_user = logInAs(*m_drive, "小明");
         m_drive->server().makeFile("a<i>/b/c.txt", "");
         m_drive->server().makeFile("d.txt", "");

@@ -176,13 +176,6 @@ private slots:
         QCOMPARE(m_client->http().Post(path, {{"Origin", m_server->baseUrl()}}, "", "")->status,
                  303);
     }
-    void keepsReports()
-    {
-        const std::string path = "/app/cloudtv/pc/refresh";
-        QCOMPARE(m_client->post(path, {{"data", "00112233"}}).status, 400);
-        QCOMPARE(m_client->post(path, {{"data", "e31501a53c36d9e9701f14914f1f1ee2"}}).status, 200);
-        QCOMPARE(m_server->reports(), Names{R"({"userId":"1"})"});
-    }
 
 private:
     static constexpr char Application[] =

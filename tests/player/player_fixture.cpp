@@ -52,7 +52,10 @@ QRect pictureOf(const MpvWidget &video)
 
 } // namespace
 
-PlayerFixture::PlayerFixture() : m_user(m_drive.logIn()), m_host(std::make_unique<PlayerHost>()) {}
+PlayerFixture::PlayerFixture()
+    : m_drive(1, ratelessRules()), m_user(m_drive.logIn()), m_host(std::make_unique<PlayerHost>())
+{
+}
 
 PlayerFixture::~PlayerFixture()
 {

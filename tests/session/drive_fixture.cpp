@@ -1,5 +1,6 @@
 #include "session/drive_fixture.h"
 
+#include <QFile>
 #include <QJsonDocument>
 #include <QUrl>
 
@@ -9,21 +10,46 @@
 
 namespace {
 
-localdrive::Options optionsFor(int accounts)
+localdrive::Options optionsFor(int accounts, const localdrive::Rules &rules)
 {
     localdrive::Options options;
+    options.rules = rules;
     options.accounts.resize(static_cast<std::size_t>(accounts));
+    return options;
+}
+
+backend::Options optionsFor(const localdrive::Server &drive, const QString &reportLog)
+{
+    const localdrive::ApplicationOptions application;
+    backend::Options options;
+    options.port = 0;
+    options.platform = drive.baseUrl();
+    options.application = {application.id, application.secret, {}};
+    options.callsAtOnce = 1;       // What clients ask reaches the drive in its order.
+    options.requestsPerSecond = 0; // A test asks in a second what a person does in an hour.
+    options.reportLog = reportLog.toStdString();
     return options;
 }
 
 } // namespace
 
-DriveFixture::DriveFixture(int accounts)
-    : m_server(std::make_unique<localdrive::Server>(optionsFor(accounts)))
+localdrive::Rules ratelessRules()
+{
+    localdrive::Rules rules = localdrive::Rules::strict();
+    rules.listsPerSecond = rules.downloadAddressesPerSecond = rules.otherCallsPerSecond = 0;
+    return rules;
+}
+
+DriveFixture::DriveFixture(int accounts, const localdrive::Rules &rules)
+    : m_server(std::make_unique<localdrive::Server>(optionsFor(accounts, rules)))
 {
     if (!m_server->start()) {
         qFatal("The local drive found no port");
     }
+    m_backend = std::make_unique<backend::Server>(
+        optionsFor(*m_server, m_home.filePath("backend/reports.log")));
+    m_backend->start();
+    m_server->setBackend(m_backend->baseUrl());
     for (const char *variable : {"MORAVU_OPENAPI_BASE", "MORAVU_BACKEND_BASE", "MORAVU_WEB_BASE"}) {
         qputenv(variable, QByteArray::fromStdString(m_server->baseUrl()));
     }
@@ -55,6 +81,17 @@ UserInfo DriveFixture::logIn(int account, int secondsAgo)
 std::vector<localdrive::RequestRecord> DriveFixture::requests(const QString &path) const
 {
     return m_server->requestsTo(path.toStdString());
+}
+
+QVector<QJsonObject> DriveFixture::reports() const
+{
+    QFile file(m_home.filePath("backend/reports.log"));
+    file.open(QIODevice::ReadOnly);
+    QVector<QJsonObject> reports;
+    while (file.isOpen() && !file.atEnd()) {
+        reports.append(QJsonDocument::fromJson(file.readLine()).object());
+    }
+    return reports;
 }
 
 QString text(const std::string &utf8)

@@ -3,7 +3,9 @@
 #include <memory>
 
 #include <QJsonObject>
+#include <QVector>
 
+#include "backend/server.h"
 #include "db/tables/user_info.h"
 #include "localdrive/server.h"
 #include "support/log_capture.h"
@@ -11,14 +13,20 @@
 
 class Database;
 
+// As unkind as the platform but for its rates: a test asks in a second for what a person asks for
+// in minutes, and would wait most of its time.
+localdrive::Rules ratelessRules();
+
 // A home of its own with an open database, and a local drive that all addresses of the program
-// point to. One at a time.
+// point to, with a product backend behind it. One at a time.
 class DriveFixture final
 {
     Q_DISABLE_COPY_MOVE(DriveFixture)
 
 public:
-    explicit DriveFixture(int accounts = 1);
+    // The drive is as unkind as the platform unless it is told otherwise.
+    explicit DriveFixture(int accounts = 1,
+                          const localdrive::Rules &rules = localdrive::Rules::strict());
     ~DriveFixture();
 
     localdrive::Server &server() { return *m_server; }
@@ -28,9 +36,12 @@ public:
     UserInfo logIn(int account = 0, int secondsAgo = 0);
 
     std::vector<localdrive::RequestRecord> requests(const QString &path) const;
+    // What the backend keeps of the system reports that it received, oldest first.
+    QVector<QJsonObject> reports() const;
 
 private:
     TemporaryHome m_home;
+    std::unique_ptr<backend::Server> m_backend; // Goes after the drive, which ends its calls.
     std::unique_ptr<localdrive::Server> m_server;
     std::unique_ptr<Database> m_database;
 };

@@ -80,7 +80,7 @@ private slots:
                                      "关于 关于青柚 :/image/help.png"}));
         QCOMPARE(stack(window)->count(), 3);
         QVERIFY(stack(window)->tabBar()->isHidden());
-        QTRY_COMPARE(m_drive->server().reports().size(), 1U);
+        QTRY_COMPARE(m_drive->reports().size(), 1);
     }
 
     void navigationAndPageAgree()
