@@ -70,14 +70,20 @@ bool isFound(const std::string &globs, const std::string &path)
                        [&path](const std::string &glob) { return isGlobFound(glob, path); });
 }
 
-// An expression would be taken for a glob that never strikes.
+// An expression would be taken for a glob that never strikes. A list of characters holds none of
+// those that part a glob.
 bool isGlob(const std::string &text)
 {
-    const auto opened = std::count(text.begin(), text.end(), '[');
-    return text.find_first_of("^$\\()+") == std::string::npos &&
-           text.find(".*") == std::string::npos &&
-           opened == std::count(text.begin(), text.end(), ']') &&
-           text.rfind('[') <= text.rfind(']');
+    bool isList = false;
+    for (const char c : text) {
+        const bool isBracket = c == '[' || c == ']';
+        if (isBracket ? isList == (c == '[') : isList && (c == '*' || c == '|')) {
+            return false;
+        }
+        isList = isBracket ? !isList : isList;
+    }
+    return !isList && text.find_first_of("^$\\()+") == std::string::npos &&
+           text.find(".*") == std::string::npos;
 }
 
 } // namespace

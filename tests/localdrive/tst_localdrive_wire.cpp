@@ -60,7 +60,8 @@ private slots:
 
     void refusesExpressions()
     {
-        for (const char *path : {"^/openFile", "list$", "a.*b", "(a|b)", "part\\.ts", "[a-z"}) {
+        for (const char *path :
+             {"^/openFile", "list$", "a.*b", "(a|b)", "part\\.ts", "[a-z", "[*]", "[|]", "]a["}) {
             QVERIFY_EXCEPTION_THROWN(m_server->addFault(FaultOn(path)), std::invalid_argument);
         }
     }
@@ -114,6 +115,9 @@ private slots:
     {
         QFETCH(QString, text);
         QFETCH(int, count);
+        localdrive::Options options;
+        options.patience = {minutes(10), minutes(10)}; // No wait ends by itself.
+        start(options);
         m_server->addFault(FaultOn("/frozen").always().freezes());
         m_server->addFault(FaultOn("/half").always().wire(Break::FreezeInsideBody));
         std::vector<Caller> waiting;
@@ -122,15 +126,11 @@ private slots:
         }
         // A connection that is kept waits as well, and gives way like the others.
         m_client->http().set_keep_alive(false);
-        QElapsedTimer timer;
-        timer.start();
+        m_client->http().set_read_timeout(100, 0);
         for (int i = 0; i < 10; ++i) {
             QCOMPARE(m_client->list().status, 200);
         }
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
-        timer.restart();
-        m_server->stop();
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        m_server->stop(); // does not wait for them either
     }
 
     void patienceEnds()
