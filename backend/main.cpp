@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -11,6 +10,7 @@
 #include <sys/resource.h>
 
 #include "backend/secrets/application.h"
+#include "backend/secrets/environment.h"
 #include "backend/secrets/secret_file.h"
 #include "backend/server.h"
 
@@ -25,17 +25,11 @@ struct Arguments
     std::string portFile;
 };
 
-std::string environment(const char *name)
-{
-    const char *value = std::getenv(name);
-    return value ? value : "";
-}
-
 // systemd names a folder; by hand it is the user's.
 std::string usualReportLog()
 {
-    const std::string folder = environment("LOGS_DIRECTORY");
-    const std::string home = environment("HOME");
+    const std::string folder = backend::environment("LOGS_DIRECTORY");
+    const std::string home = backend::environment("HOME");
     if (!folder.empty()) {
         return folder + "/reports.log";
     }

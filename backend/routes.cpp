@@ -74,8 +74,8 @@ constexpr Route Routes[] = {
     {"GET", "/app/oauth/accessToken", Lane::Platform, issueTokens},
     {"POST", "/app/cloudtv/pc/refresh", Lane::Disk, keepReport},
 };
-constexpr Route NoPath = {"", "", Lane::None, notFound};
-constexpr Route OtherMethod = {"", "", Lane::None, notAllowed};
+constexpr Route NoPath = {"", "", Lane::Refusal, notFound};
+constexpr Route OtherMethod = {"", "", Lane::Refusal, notAllowed};
 
 const Route *routeOf(const std::string &path)
 {

@@ -9,7 +9,8 @@ namespace backend {
 
 // Who answers a request.
 enum class Lane {
-    None,     // Nobody has to be asked: the health, and what is refused at once.
+    None,     // Nobody has to be asked, and it may be asked for as often as one likes: the health.
+    Refusal,  // Nobody has to be asked.
     Disk,     // Something is written.
     Platform, // The platform is called, which may take long.
 };

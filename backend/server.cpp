@@ -99,7 +99,7 @@ public:
         Listener listener; // Goes last: jobs answer through it.
         WorkQueue calls;
         WorkQueue writes;
-        std::atomic<Clock::time_point> end{Clock::time_point::max()};
+        std::atomic<Clock::time_point> lastCallAt{Clock::time_point::max()};
     };
 
     [[nodiscard]] Listener::Settings listenerSettings() const
@@ -115,6 +115,9 @@ public:
     void perform(const Route &route, const Incoming &incoming, Clock::time_point started);
     void respond(const Incoming &incoming, const Reply &reply, Clock::time_point started);
     int secondsToWait(const Incoming &incoming);
+    [[nodiscard]] bool isOverheard(const Address &peer) const;
+    [[nodiscard]] bool mayPerform(const Route &route, const Incoming &incoming,
+                                  Clock::time_point started) const;
 
     const Options options;
     const std::vector<Network> proxies;
@@ -131,17 +134,23 @@ public:
 void Server::Private::onRequest(Incoming &&incoming)
 {
     const Clock::time_point started = Clock::now();
+    const Route &route = routeFor(incoming.request);
+    const bool isFree = !incoming.refusal && route.lane == Lane::None;
+    const int seconds = isFree ? 0 : secondsToWait(incoming);
+    if (seconds > 0) {
+        respond(incoming, tooManyRequests(seconds), started);
+        return;
+    }
+    if (isOverheard(incoming.peer)) {
+        respond(incoming, failure(403, "ForbiddenPeer", "Come through the proxy"), started);
+        return;
+    }
     if (incoming.refusal) {
         respond(incoming, *incoming.refusal, started);
         return;
     }
-    const Route &route = routeFor(incoming.request);
-    if (route.lane == Lane::None) {
+    if (route.lane == Lane::None || route.lane == Lane::Refusal) {
         respond(incoming, route.answer(incoming.request, services), started);
-        return;
-    }
-    if (const int seconds = secondsToWait(incoming)) {
-        respond(incoming, tooManyRequests(seconds), started);
         return;
     }
     const auto shared = std::make_shared<Incoming>(std::move(incoming));
@@ -158,12 +167,26 @@ int Server::Private::secondsToWait(const Incoming &incoming)
                : 0;
 }
 
+// Whether what it says crosses a network in the clear. Named proxies are on one that is trusted.
+bool Server::Private::isOverheard(const Address &peer) const
+{
+    return !tls && !peer.isLoopback() && !contains(proxies, peer);
+}
+
+bool Server::Private::mayPerform(const Route &route, const Incoming &incoming,
+                                 Clock::time_point started) const
+{
+    const Clock::time_point now = Clock::now();
+    const bool isAwaited = now - started < options.queuePatience && !incoming.client.expired();
+    return now < run->lastCallAt.load() && (route.lane != Lane::Platform || isAwaited);
+}
+
 void Server::Private::perform(const Route &route, const Incoming &incoming,
                               Clock::time_point started)
 {
     Reply reply = overloaded();
     try {
-        if (Clock::now() < run->end.load()) {
+        if (mayPerform(route, incoming, started)) {
             reply = route.answer(incoming.request, services);
         }
     } catch (const std::exception &error) {
@@ -177,11 +200,13 @@ void Server::Private::respond(const Incoming &incoming, const Reply &reply,
                               Clock::time_point started)
 {
     const bool closes = incoming.refusal || incoming.request.closesConnection;
+    const bool isHead = incoming.request.method == "HEAD";
     int status = reply.status;
-    std::string bytes = toHttp(reply, closes);
+    std::string bytes = toHttp(reply, closes, isHead);
     if (!platform.isClean(bytes)) {
         status = 502;
-        bytes = toHttp(failure(status, "PlatformUnavailable", "The reply was withheld"), closes);
+        bytes = toHttp(failure(status, "PlatformUnavailable", "The reply was withheld"), closes,
+                       isHead);
     }
     log(logLine(incoming.request, status, started));
     run->listener.answer(incoming.connection, std::move(bytes), closes);
@@ -219,7 +244,7 @@ void Server::stop()
     if (!d->run) {
         return;
     }
-    d->run->end = Clock::now() + DrainPatience;
+    d->run->lastCallAt = Clock::now() + DrainPatience;
     d->run->listener.drain();
     d->run->calls.finish();
     d->run->writes.finish();

@@ -35,6 +35,9 @@ struct Options
     int waitingCalls = 128; // More are answered with 503.
     int connections = 2048;
     Milliseconds platformPatience = std::chrono::seconds(10); // For a whole call.
+    // How long a request may wait for its call. A client waits 15 seconds, and what the platform
+    // gives for a token that works once must find it there.
+    Milliseconds queuePatience = std::chrono::seconds(4);
     Milliseconds requestPatience = std::chrono::seconds(10);
     Milliseconds idlePatience = std::chrono::seconds(60);
     // Is given a line for each request (method, path, status, time) and for each failure of the

@@ -15,7 +15,6 @@ constexpr char QrCodePath[] = "/oauth/authorize/qrcode";
 constexpr char TokenPath[] = "/oauth/access_token";
 constexpr int QrCodeSize = 430;              // pixels of a picture that clients draw themselves
 constexpr std::int64_t UsualLifetime = 7200; // seconds
-constexpr int LongestDelay = 3600;           // seconds
 
 struct PlatformError
 {
@@ -77,7 +76,7 @@ int delayOf(const PlatformAnswer &answer)
     const int milliseconds = number(answer, "x-retry-after");
     const int seconds =
         milliseconds > 0 ? (milliseconds + 999) / 1000 : number(answer, "Retry-After");
-    return std::clamp(seconds, 1, LongestDelay);
+    return std::max(seconds, 1);
 }
 
 bool isRefusedGrant(int status)
@@ -113,7 +112,7 @@ Reply Platform::issueQrCode()
     }
     const PlatformAnswer answer = m_client.post(QrCodePath, request);
     if (answer.status != 200) {
-        return refusal(QrCodePath, answer, false);
+        return refusal(QrCodePath, answer, {});
     }
     const Json body = parsed(answer.body);
     const std::string sid = text(body, "sid");
@@ -130,7 +129,7 @@ Reply Platform::exchangeCode(const std::string &code)
     if (m_application.secret.empty()) {
         grant["code_verifier"] = m_application.verifier;
     }
-    return requestTokens(grant);
+    return requestTokens(grant, code);
 }
 
 Reply Platform::renew(const std::string &refreshToken)
@@ -139,16 +138,17 @@ Reply Platform::renew(const std::string &refreshToken)
         return failure(400, "RefreshUnsupported",
                        "Tokens of this application cannot be renewed; log in again");
     }
-    return requestTokens({{"grant_type", "refresh_token"}, {"refresh_token", refreshToken}});
+    return requestTokens({{"grant_type", "refresh_token"}, {"refresh_token", refreshToken}},
+                         refreshToken);
 }
 
-Reply Platform::requestTokens(const Json &grant)
+Reply Platform::requestTokens(const Json &grant, const std::string &value)
 {
     Json request = credentials();
     request.update(grant);
     const PlatformAnswer answer = m_client.post(TokenPath, request);
     if (answer.status != 200) {
-        return refusal(TokenPath, answer, true);
+        return refusal(TokenPath, answer, value);
     }
     const Json body = parsed(answer.body);
     const std::string accessToken = text(body, "access_token");
@@ -173,20 +173,22 @@ Json Platform::credentials() const
 
 // What a client is told of an answer that is no success. A grant that is refused is the client's
 // affair; any other refusal is one of this service's, whatever status it has.
-Reply Platform::refusal(const std::string &operation, const PlatformAnswer &answer, bool isGrant)
+Reply Platform::refusal(const std::string &operation, const PlatformAnswer &answer,
+                        const std::string &grant)
 {
     if (answer.status == 0) {
         return unusable(operation, answer.failure);
     }
-    const PlatformError error = errorOf(answer);
+    PlatformError error = errorOf(answer);
+    error = {scrubbed(error.code, grant), scrubbed(error.message, grant)};
     if (answer.status == 429) {
         return tooManyRequests(delayOf(answer));
     }
-    if (isGrant && isRefusedGrant(answer.status) && !error.code.empty()) {
-        return failure(400, scrubbed(error.code), scrubbed(error.message));
+    if (!grant.empty() && isRefusedGrant(answer.status) && !error.code.empty()) {
+        return failure(400, error.code, error.message);
     }
-    return unusable(operation, "status " + std::to_string(answer.status) + ' ' +
-                                   scrubbed(error.code) + ' ' + scrubbed(error.message));
+    return unusable(operation, "status " + std::to_string(answer.status) + ' ' + error.code + ' ' +
+                                   error.message);
 }
 
 Reply Platform::unusable(const std::string &operation, const std::string &why)
@@ -202,11 +204,14 @@ bool Platform::isClean(const std::string &text) const
     return text.find(secret) == std::string::npos;
 }
 
-// One line of bounded length from what the platform says.
-std::string Platform::scrubbed(const std::string &text) const
+// One line of bounded length from what the platform says. A code or token that it repeats is
+// withheld; what is shorter than any of them may be a part of any word.
+std::string Platform::scrubbed(const std::string &text, const std::string &grant) const
 {
     constexpr std::size_t Longest = 300;
-    if (!isClean(text)) {
+    constexpr std::size_t ShortestGrant = 8;
+    const bool hasGrant = grant.size() >= ShortestGrant && text.find(grant) != std::string::npos;
+    if (hasGrant || !isClean(text)) {
         return "(withheld)";
     }
     std::string result = text.substr(0, Longest);

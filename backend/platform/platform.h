@@ -27,10 +27,13 @@ public:
 
 private:
     [[nodiscard]] nlohmann::json credentials() const;
-    Reply requestTokens(const nlohmann::json &grant);
-    Reply refusal(const std::string &operation, const PlatformAnswer &answer, bool isGrant);
+    // The value is the code or token in the grant.
+    Reply requestTokens(const nlohmann::json &grant, const std::string &value);
+    // The grant is what the client showed; empty: nothing.
+    Reply refusal(const std::string &operation, const PlatformAnswer &answer,
+                  const std::string &grant);
     Reply unusable(const std::string &operation, const std::string &why);
-    [[nodiscard]] std::string scrubbed(const std::string &text) const;
+    [[nodiscard]] std::string scrubbed(const std::string &text, const std::string &grant) const;
 
     const Application m_application;
     PlatformClient &m_client;

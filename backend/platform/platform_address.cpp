@@ -35,6 +35,16 @@ Resolver::Addresses lookUp(const std::string &host, int port)
     return result;
 }
 
+// Nothing as well when there was no thread or memory for the lookup.
+Resolver::Addresses resultOf(const std::shared_future<Resolver::Addresses> &lookup)
+{
+    try {
+        return lookup.get();
+    } catch (const std::exception &) {
+        return {};
+    }
+}
+
 } // namespace
 
 PlatformAddress PlatformAddress::parse(const std::string &url)
@@ -82,9 +92,10 @@ Resolver::Addresses Resolver::addresses(Clock::time_point deadline)
     if (!m_lookup.valid()) {
         std::packaged_task<Addresses()> task(
             [host = m_platform.host, port = m_platform.port] { return lookUp(host, port); });
-        m_lookup = task.get_future().share();
+        const std::shared_future<Addresses> begun = task.get_future().share();
         // Nothing can cancel a lookup, and nobody has to wait for it.
         std::thread(std::move(task)).detach();
+        m_lookup = begun;
     }
     const std::shared_future<Addresses> lookup = m_lookup;
     const bool isStale = !m_known.empty();
@@ -93,11 +104,12 @@ Resolver::Addresses Resolver::addresses(Clock::time_point deadline)
     const bool isDone = lookup.wait_until(until) == std::future_status::ready;
     lock.lock();
     if (isDone && m_lookup.valid()) {
-        if (!lookup.get().empty()) {
-            m_known = lookup.get();
+        m_lookup = {};
+        const Addresses found = resultOf(lookup);
+        if (!found.empty()) {
+            m_known = found;
             m_expiry = Clock::now() + Lifetime;
         }
-        m_lookup = {};
     }
     return m_known;
 }

@@ -4,11 +4,10 @@
 #include <iterator>
 
 #include "backend/wire/configuration_error.h"
+#include "backend/wire/request.h"
 
 namespace backend {
 namespace {
-
-constexpr std::size_t LargestBody = 65536;
 
 // The library's client, but on a connection that is not its own.
 class Exchange final : private httplib::ClientImpl

@@ -10,6 +10,11 @@
 namespace fs = std::filesystem;
 
 namespace backend {
+namespace {
+
+constexpr mode_t OwnersOnly = S_IRUSR | S_IWUSR;
+
+} // namespace
 
 RotatingLog::RotatingLog(std::string path, std::int64_t largestSize, int fileCount)
     : m_path(std::move(path)), m_largestSize(largestSize), m_fileCount(fileCount)
@@ -30,8 +35,8 @@ bool RotatingLog::append(const std::string &line)
         return false;
     }
     if (m_size > 0 && m_size + size > m_largestSize) {
-        rotate();
-        if (!open()) {
+        const bool isRotated = rotate();
+        if (!open() || !isRotated) {
             return false;
         }
     }
@@ -48,12 +53,16 @@ bool RotatingLog::append(const std::string &line)
 
 bool RotatingLog::open()
 {
-    m_file = UniqueFd(::open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW,
-                             S_IRUSR | S_IWUSR));
+    m_file = UniqueFd(
+        ::open(m_path.c_str(),
+               O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK,
+               OwnersOnly));
     struct stat facts
     {
     };
-    if (!m_file || ::fstat(m_file.get(), &facts) != 0) {
+    // It may have been there before, with other rights.
+    if (!m_file || ::fstat(m_file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) ||
+        ::fchmod(m_file.get(), facts.st_mode & OwnersOnly) != 0) {
         m_file = UniqueFd();
         return false;
     }
@@ -61,18 +70,20 @@ bool RotatingLog::open()
     return true;
 }
 
-void RotatingLog::rotate()
+// Stops at what cannot be renamed, so that nothing is written over.
+bool RotatingLog::rotate()
 {
     m_file = UniqueFd();
-    std::error_code ignored; // A file that is not there yet.
+    std::error_code error;
     for (int number = m_fileCount - 1; number > 0; --number) {
         const std::string older = m_path + '.' + std::to_string(number);
         const std::string newer = number == 1 ? m_path : m_path + '.' + std::to_string(number - 1);
-        fs::rename(newer, older, ignored);
+        fs::rename(newer, older, error);
+        if (error && error != std::errc::no_such_file_or_directory) {
+            return false;
+        }
     }
-    if (m_fileCount == 1) {
-        fs::remove(m_path, ignored);
-    }
+    return m_fileCount > 1 || fs::remove(m_path, error);
 }
 
 } // namespace backend

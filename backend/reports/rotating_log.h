@@ -9,7 +9,8 @@
 namespace backend {
 
 // A file of lines that only its owner can read. When it has grown to its limit it becomes NAME.1,
-// that one NAME.2 and so on, and the oldest goes. One process writes to it, from any thread.
+// that one NAME.2 and so on, and the oldest goes; where that cannot be done, it takes no more. One
+// process writes to it, from any thread.
 class RotatingLog final
 {
 public:
@@ -21,7 +22,7 @@ public:
 
 private:
     bool open();
-    void rotate();
+    bool rotate();
 
     const std::string m_path;
     const std::int64_t m_largestSize;

@@ -1,13 +1,14 @@
 #include "backend/secrets/application.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
 #include "backend/secrets/crypto.h"
+#include "backend/secrets/environment.h"
 #include "backend/secrets/secret_file.h"
 #include "backend/wire/configuration_error.h"
+#include "backend/wire/text.h"
 
 namespace fs = std::filesystem;
 
@@ -16,21 +17,6 @@ namespace {
 
 constexpr char Folder[] = "/etc/moravu-backend";
 constexpr std::size_t ShortestKey = 32;
-
-std::string environment(const char *name)
-{
-    const char *value = std::getenv(name);
-    return value ? value : "";
-}
-
-std::string trimmed(const std::string &text)
-{
-    constexpr char Blanks[] = " \t\r";
-    const std::size_t begin = text.find_first_not_of(Blanks);
-    return begin == std::string::npos
-               ? std::string()
-               : text.substr(begin, text.find_last_not_of(Blanks) - begin + 1);
-}
 
 // Nothing that JSON would have to escape: a reply can then be searched for a secret as it stands.
 void requireToken(const std::string &value, const std::string &what)

@@ -7,6 +7,8 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
+#include "backend/wire/text.h"
+
 namespace backend {
 namespace {
 
@@ -20,21 +22,13 @@ unsigned char *bytes(std::string &text)
     return reinterpret_cast<unsigned char *>(text.data());
 }
 
-int valueOf(char digit)
-{
-    constexpr char Digits[] = "0123456789abcdef";
-    const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
-    const char *found = std::find(Digits, Digits + 16, lower);
-    return found == Digits + 16 ? -1 : static_cast<int>(found - Digits);
-}
-
 std::optional<std::string> fromHex(const std::string &hex)
 {
     std::string data;
     data.reserve(hex.size() / 2);
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        const int high = valueOf(hex[i]);
-        const int low = valueOf(hex[i + 1]);
+        const int high = hexValue(hex[i]);
+        const int low = hexValue(hex[i + 1]);
         if (high < 0 || low < 0) {
             return std::nullopt;
         }

@@ -1,13 +1,13 @@
 #include "backend/secrets/secret_file.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "backend/secrets/environment.h"
 #include "backend/wire/configuration_error.h"
 #include "backend/wire/unique_fd.h"
 
@@ -18,9 +18,8 @@ constexpr std::size_t LargestFile = 65536;
 
 bool isCredential(const std::string &path)
 {
-    const char *folder = std::getenv("CREDENTIALS_DIRECTORY");
-    const std::string start = folder ? std::string(folder) + '/' : std::string();
-    return !start.empty() && path.compare(0, start.size(), start) == 0;
+    const std::string folder = environment("CREDENTIALS_DIRECTORY");
+    return !folder.empty() && path.rfind(folder + '/', 0) == 0;
 }
 
 } // namespace

@@ -6,6 +6,8 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
+#include "backend/wire/text.h"
+
 namespace backend {
 namespace {
 
@@ -18,15 +20,6 @@ Address mapped(const in_addr &address)
     std::copy(MappedStart.begin(), MappedStart.end(), result.bytes.begin());
     std::memcpy(&result.bytes[MappedStart.size()], &address, sizeof address);
     return result;
-}
-
-std::string trimmed(const std::string &text)
-{
-    constexpr char Blanks[] = " \t";
-    const std::size_t begin = text.find_first_not_of(Blanks);
-    return begin == std::string::npos
-               ? std::string()
-               : text.substr(begin, text.find_last_not_of(Blanks) - begin + 1);
 }
 
 } // namespace
@@ -102,17 +95,18 @@ bool Network::contains(const Address &address) const
     return true;
 }
 
+bool contains(const std::vector<Network> &networks, const Address &address)
+{
+    return std::any_of(networks.begin(), networks.end(),
+                       [&address](const Network &network) { return network.contains(address); });
+}
+
 Address clientAddress(const Address &peer, const std::string &forwardedFor,
                       const std::vector<Network> &proxies)
 {
-    const auto isProxy = [&proxies](const Address &address) {
-        return std::any_of(proxies.begin(), proxies.end(), [&address](const Network &network) {
-            return network.contains(address);
-        });
-    };
     Address client = peer;
     std::size_t end = forwardedFor.size();
-    while (isProxy(client) && end > 0) {
+    while (contains(proxies, client) && end > 0) {
         const std::size_t comma = forwardedFor.rfind(',', end - 1);
         const std::size_t begin = comma == std::string::npos ? 0 : comma + 1;
         const auto next = Address::parse(trimmed(forwardedFor.substr(begin, end - begin)));

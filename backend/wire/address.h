@@ -39,6 +39,8 @@ private:
     int m_bits = 128;
 };
 
+bool contains(const std::vector<Network> &networks, const Address &address);
+
 // Who sent a request: the peer, or, if that is one of the proxies, the last address of an
 // X-Forwarded-For header that is none of them. What stands before it anyone may have made up.
 Address clientAddress(const Address &peer, const std::string &forwardedFor,

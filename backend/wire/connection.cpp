@@ -72,7 +72,7 @@ bool Connection::giveUp()
 
 std::uint32_t Connection::events() const
 {
-    return m_phase == Phase::Answering ? 0 : m_direction;
+    return m_phase == Phase::Answering ? std::uint32_t{EPOLLRDHUP} : m_direction;
 }
 
 bool Connection::isAwaitingRequest() const
@@ -112,7 +112,8 @@ bool Connection::read()
             return false;
         }
         m_reader.append(buffer.data(), static_cast<std::size_t>(count));
-        if (wasEmpty) {
+        // Empty lines begin nothing.
+        if (wasEmpty && m_reader.state() != State::Empty) {
             enter(Phase::Reading, m_patience.request);
         }
         if (m_reader.takeContinue()) {

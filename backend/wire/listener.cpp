@@ -58,12 +58,18 @@ int portOf(int socket)
     return ntohs(four.sin_port);
 }
 
-void addToPoll(int poll, int descriptor, std::uint64_t source)
+void watchDescriptor(int poll, int operation, int descriptor, std::uint64_t source,
+                     std::uint32_t events)
 {
     epoll_event event{};
-    event.events = EPOLLIN;
+    event.events = events;
     event.data.u64 = source;
-    ::epoll_ctl(poll, EPOLL_CTL_ADD, descriptor, &event);
+    ::epoll_ctl(poll, operation, descriptor, &event);
+}
+
+bool isShortage(int error)
+{
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
 
 } // namespace
@@ -89,8 +95,8 @@ void Listener::start()
     m_port = portOf(m_listening.get());
     m_poll = UniqueFd(::epoll_create1(EPOLL_CLOEXEC));
     m_wakeUp = UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    addToPoll(m_poll.get(), m_listening.get(), ListeningSource);
-    addToPoll(m_poll.get(), m_wakeUp.get(), WakeUpSource);
+    watchDescriptor(m_poll.get(), EPOLL_CTL_ADD, m_listening.get(), ListeningSource, EPOLLIN);
+    watchDescriptor(m_poll.get(), EPOLL_CTL_ADD, m_wakeUp.get(), WakeUpSource, EPOLLIN);
     m_thread = std::thread([this] { run(); });
 }
 
@@ -168,8 +174,8 @@ void Listener::onEvent(std::uint64_t source, std::uint32_t events)
     if (found == m_connections.end()) {
         return;
     }
-    // Reported whether it is asked for or not, again and again.
-    const bool hasGone = (events & (EPOLLHUP | EPOLLERR)) != 0;
+    // Who has hung up has nobody to read the answer.
+    const bool hasGone = (events & (EPOLLHUP | EPOLLERR | EPOLLRDHUP)) != 0;
     if (hasGone && found->second->phase() == Connection::Phase::Answering) {
         m_connections.erase(found);
         return;
@@ -177,34 +183,43 @@ void Listener::onEvent(std::uint64_t source, std::uint32_t events)
     advance(found);
 }
 
+// One at a time: whoever else waits is reported again.
 void Listener::accept()
 {
-    while (m_listening) {
-        sockaddr_storage address{};
-        socklen_t size = sizeof address;
-        UniqueFd socket(::accept4(m_listening.get(), reinterpret_cast<sockaddr *>(&address), &size,
-                                  SOCK_NONBLOCK | SOCK_CLOEXEC));
-        if (!socket && (errno == EMFILE || errno == ENFILE) && !m_connections.empty()) {
-            makeRoom();
-            return;
-        }
-        if (!socket) {
-            return;
-        }
-        if (m_connections.size() >= static_cast<std::size_t>(m_settings.connections)) {
-            makeRoom();
-        }
-        const int on = 1;
-        ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        const auto added = m_connections.emplace(
-            m_nextId++, std::make_unique<Connection>(std::move(socket), Address::of(address),
-                                                     m_settings.tls, m_settings.patience));
-        watch(added.first, EPOLL_CTL_ADD);
-        advance(added.first);
+    const auto most = static_cast<std::size_t>(m_settings.connections);
+    if (m_connections.size() >= most && !makeRoom()) {
+        listen(false);
+        return;
+    }
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    UniqueFd socket(::accept4(m_listening.get(), reinterpret_cast<sockaddr *>(&address), &size,
+                              SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (socket) {
+        letIn(std::move(socket), address);
+    } else if (isShortage(errno) && !makeRoom()) {
+        listen(false);
     }
 }
 
-void Listener::makeRoom()
+void Listener::letIn(UniqueFd socket, const sockaddr_storage &address)
+{
+    const int on = 1;
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const auto added = m_connections.emplace(
+        m_nextId++, std::make_shared<Connection>(std::move(socket), Address::of(address),
+                                                 m_settings.tls, m_settings.patience));
+    watch(added.first, EPOLL_CTL_ADD);
+    advance(added.first);
+}
+
+void Listener::listen(bool isOn)
+{
+    watchDescriptor(m_poll.get(), EPOLL_CTL_MOD, m_listening.get(), ListeningSource,
+                    isOn ? EPOLLIN : 0U);
+}
+
+bool Listener::makeRoom()
 {
     auto oldest = m_connections.end();
     for (auto next = m_connections.begin(); next != m_connections.end(); ++next) {
@@ -214,9 +229,11 @@ void Listener::makeRoom()
             oldest = next;
         }
     }
-    if (oldest != m_connections.end()) {
-        m_connections.erase(oldest);
+    if (oldest == m_connections.end()) {
+        return false;
     }
+    m_connections.erase(oldest);
+    return true;
 }
 
 void Listener::deliver()
@@ -237,6 +254,9 @@ void Listener::deliver()
 
 void Listener::onTick(Clock::time_point now)
 {
+    if (m_listening) {
+        listen(true);
+    }
     for (auto next = m_connections.begin(); next != m_connections.end();) {
         const auto current = next++;
         Connection &connection = *current->second;
@@ -279,10 +299,8 @@ void Listener::advance(Connections::iterator found)
 
 void Listener::watch(Connections::iterator found, int operation)
 {
-    epoll_event event{};
-    event.events = found->second->events();
-    event.data.u64 = found->first;
-    ::epoll_ctl(m_poll.get(), operation, found->second->socket(), &event);
+    watchDescriptor(m_poll.get(), operation, found->second->socket(), found->first,
+                    found->second->events());
 }
 
 void Listener::hand(Connections::iterator found)
@@ -291,6 +309,7 @@ void Listener::hand(Connections::iterator found)
     Incoming incoming;
     incoming.connection = found->first;
     incoming.peer = found->second->peer();
+    incoming.client = found->second;
     if (reader.state() == RequestReader::State::Complete) {
         incoming.request = reader.take();
     } else {

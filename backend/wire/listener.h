@@ -22,13 +22,14 @@ struct Incoming
 {
     ConnectionId connection = 0;
     Address peer;
+    std::weak_ptr<const void> client; // Expires with the connection; for any thread.
     Request request;
     std::optional<Reply> refusal;
 };
 
 // Accepts connections and reads requests from them, all on one thread, so that no client, however
 // slow or silent, keeps another one waiting. When there are as many connections as may be, the one
-// that has waited longest for a request to come makes room.
+// that has waited longest for a request to come makes room; while none does, nobody is let in.
 class Listener final
 {
 public:
@@ -61,7 +62,7 @@ public:
     void finish();
 
 private:
-    using Connections = std::unordered_map<ConnectionId, std::unique_ptr<Connection>>;
+    using Connections = std::unordered_map<ConnectionId, std::shared_ptr<Connection>>;
     struct Answer
     {
         ConnectionId connection;
@@ -72,7 +73,11 @@ private:
     void run();
     void onEvent(std::uint64_t source, std::uint32_t events);
     void accept();
-    void makeRoom();
+    // False when every connection has a request under way.
+    bool makeRoom();
+    void letIn(UniqueFd socket, const sockaddr_storage &address);
+    // Off until the next tick: a socket that nobody can be let in from is reported without end.
+    void listen(bool isOn);
     void deliver();
     void onTick(Clock::time_point now);
     void closeIdle();

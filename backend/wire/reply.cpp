@@ -15,6 +15,7 @@ struct Reason
 constexpr Reason Reasons[] = {
     {200, "OK"},
     {400, "Bad Request"},
+    {403, "Forbidden"},
     {404, "Not Found"},
     {405, "Method Not Allowed"},
     {408, "Request Timeout"},
@@ -74,7 +75,7 @@ Reply overloaded()
     return reply;
 }
 
-std::string toHttp(const Reply &reply, bool closesConnection)
+std::string toHttp(const Reply &reply, bool closesConnection, bool isHead)
 {
     std::string bytes =
         "HTTP/1.1 " + std::to_string(reply.status) + ' ' + reasonOf(reply.status) + "\r\n";
@@ -93,7 +94,7 @@ std::string toHttp(const Reply &reply, bool closesConnection)
     if (closesConnection) {
         header("Connection", "close");
     }
-    return bytes + "\r\n" + reply.body;
+    return bytes + "\r\n" + (isHead ? std::string() : reply.body);
 }
 
 } // namespace backend

@@ -20,7 +20,7 @@ Reply failure(int status, const std::string &code, const std::string &message);
 Reply tooManyRequests(int retryAfter);
 Reply overloaded();
 
-// The bytes of a reply.
-std::string toHttp(const Reply &reply, bool closesConnection);
+// The bytes of a reply; one to HEAD has no body.
+std::string toHttp(const Reply &reply, bool closesConnection, bool isHead);
 
 } // namespace backend

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <utility>
 
+#include "backend/wire/text.h"
+
 namespace backend {
 namespace {
 
@@ -33,15 +35,6 @@ std::string lowerCase(std::string text)
     return text;
 }
 
-int valueOf(char digit)
-{
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    const char lower = static_cast<char>(digit | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 std::optional<std::string> decoded(const std::string &text)
 {
     std::string result;
@@ -51,8 +44,8 @@ std::optional<std::string> decoded(const std::string &text)
         } else if (text[i] != '%') {
             result += text[i];
         } else {
-            const int high = i + 2 < text.size() ? valueOf(text[i + 1]) : -1;
-            const int low = i + 2 < text.size() ? valueOf(text[i + 2]) : -1;
+            const int high = i + 2 < text.size() ? hexValue(text[i + 1]) : -1;
+            const int low = i + 2 < text.size() ? hexValue(text[i + 2]) : -1;
             if (high < 0 || low < 0) {
                 return std::nullopt;
             }
@@ -221,8 +214,7 @@ bool RequestReader::readHeader(const std::string &line)
     if (colon == line.size() || !isToken(name) || !isClean) {
         return refuse(400, "BadRequest", "A header cannot be understood");
     }
-    const std::size_t begin = std::min(line.find_first_not_of(" \t", colon + 1), line.size());
-    const std::string value = line.substr(begin, line.find_last_not_of(" \t") + 1 - begin);
+    const std::string value = trimmed(line.substr(colon + 1));
     if (name == "content-length") {
         return readLength(value);
     }

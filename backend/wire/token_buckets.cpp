@@ -42,7 +42,8 @@ int TokenBuckets::take(const Address &address, Clock::time_point now)
     bucket.tokens = std::min(m_capacity, bucket.tokens + passed.count() * m_perSecond);
     bucket.filled = now;
     if (bucket.tokens < 1) {
-        return static_cast<int>(std::ceil((1 - bucket.tokens) / m_perSecond));
+        constexpr double Longest = 1e9;
+        return static_cast<int>(std::min(Longest, std::ceil((1 - bucket.tokens) / m_perSecond)));
     }
     bucket.tokens -= 1;
     return 0;

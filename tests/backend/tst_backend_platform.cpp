@@ -78,8 +78,10 @@ void TestPlatform::tellsWhatCameOfACall_data()
         }
         row("is asked too fast", reply("429 No", "{}", "x-retry-after: 1200\r\nRetry-After: 9\r\n"),
             "429 after 2");
-        row("is asked too fast, in seconds", reply("429 No", "", "Retry-After: 9\r\n"),
-            "429 after 9");
+        row("is asked too fast, in seconds", reply("429 No", "", "Retry-After: 90000\r\n"),
+            "429 after 90000");
+        row("is asked too fast, for no time", reply("429 No", "", "Retry-After: -9\r\n"),
+            "429 after 1");
         row("refuses", reply("400 Bad", R"({"code":"InvalidCode","message":"Used"})"),
             refusal("400", "InvalidCode", "Used"));
         row("repeats the secret",
@@ -99,6 +101,9 @@ void TestPlatform::tellsWhatCameOfACall_data()
     row("gives the secret",
         reply("200 OK", nlohmann::json{{"qrCodeUrl", Secret}, {"sid", "a"}}.dump()),
         "502 PlatformUnavailable: The reply was withheld");
+    question = "refreshToken=once-only";
+    row("repeats the token", reply("400 No", R"({"code":"Bad","message":"not once-only"})"),
+        "400 Bad: (withheld)");
     question = "refreshToken=r%2B%3D";
     row("gives tokens",
         reply("200 OK", R"({"token_type":"T","access_token":"a",)"
