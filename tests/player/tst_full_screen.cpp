@@ -6,6 +6,7 @@
 #include <QWindow>
 #include <QtTest>
 
+#include "app/environment/app_settings.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/player_fixture.h"
 #include "player/window/player_window.h"
@@ -37,6 +38,7 @@ private slots:
     void followsTheWindowManager();
     void isNotRestoredInFullScreen();
     void theWheelOverTheSeekBarIsTheVolumes();
+    void firstOpensOverItsOpener();
 
 private:
     [[nodiscard]] Qt::WindowStates state() const
@@ -153,12 +155,26 @@ void TestFullScreen::theWheelOverTheSeekBarIsTheVolumes()
     QTRY_VERIFY(bar->isEnabled());
     const int value = bar->value();
     for (const int volume : {90, 80}) {
+        bar->setEnabled(volume > 80); // as while another video opens
         QWheelEvent turn(QPointF(5, 5), bar->mapToGlobal(QPoint(5, 5)), {}, QPoint(0, -120),
                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(bar, &turn);
         QCOMPARE(m_player->mpv()->volume(), volume);
     }
     QCOMPARE(bar->value(), value);
+}
+
+void TestFullScreen::firstOpensOverItsOpener()
+{
+    m_player->close();
+    AppSettings().savePlayerState({});
+    QWidget opener;
+    opener.setGeometry(500, 200, 1000, 700);
+    opener.show();
+    QVERIFY(QTest::qWaitForWindowActive(&opener));
+    open();
+    const QPoint way = m_player->window()->geometry().center() - opener.frameGeometry().center();
+    QVERIFY2(way.manhattanLength() <= 2, qPrintable(QString::number(way.manhattanLength())));
 }
 
 MORAVU_TEST(TestFullScreen)

@@ -1,5 +1,8 @@
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QApplication>
+#include <QContextMenuEvent>
+#include <QMenu>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QSplitter>
@@ -133,11 +136,91 @@ private slots:
         QVERIFY(m_player->storedHistory(First).playPosition.value() >= 1);
         QVERIFY(QApplication::focusWidget() == nullptr ||
                 QApplication::focusWidget() == m_player->mpv());
+        view->setCurrentIndex(view->model()->index(1, 0));
+        QTest::keyClick(view, Qt::Key_Return);
+        QTRY_COMPARE(m_player->window()->windowTitle(), "Ep02.mkv");
+    }
+
+    void canBeUsedWithoutAMouse()
+    {
+        play(First, true);
+        QVERIFY(QTest::qWaitForWindowActive(m_player->window()));
+        m_player->mpv()->setFocus();
+        QStringList stops;
+        const auto stop = [] { return QApplication::focusWidget()->objectName(); };
+        for (int tab = 0; tab < 30 && (stops.isEmpty() || stop() != "mpvWidget"); ++tab) {
+            stops.append(stop());
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        }
+        QCOMPARE(stops,
+                 (QStringList{"mpvWidget", "seekBar", "previous", "playPause", "next", "volume",
+                              "quality", "subtitle", "skip", "videoList", "pin", "fullScreen"}));
+        QWidget *bar = m_player->part("seekBar");
+        bar->setFocus();
+        m_player->mpv()->seekAbsolute(40);
+        QTRY_COMPARE(m_player->secondLabelled(), 40);
+        QTest::keyClick(bar, Qt::Key_Right);
+        QTRY_COMPARE(m_player->mpv()->position(), 45);
+        QTest::keyClick(m_player->part("playPause"), Qt::Key_Space);
+        QTRY_VERIFY(!m_player->mpv()->isPaused());
+        QTest::keyClick(m_player->part("playPause"), Qt::Key_Escape);
+        QCOMPARE(stop(), "mpvWidget");
+        QTest::keyClick(m_player->mpv(), Qt::Key_F);
+        QTRY_VERIFY(m_player->window()->isFullScreen());
+    }
+
+    void controlsHaveNames()
+    {
+        play(First);
+        QStringList names;
+        for (auto *control : m_player->part("controlBar")->findChildren<QWidget *>()) {
+            const auto *button = qobject_cast<QToolButton *>(control);
+            if (!button && !control->inherits("QSlider")) {
+                continue;
+            }
+            const QString name =
+                QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name);
+            QVERIFY(!button || button->toolTip().startsWith(name));
+            names.append(name);
+        }
+        names.sort();
+        QStringList expected{"播放进度", "音量",     "暂停", "上一个", "下一个",
+                             "音量 100", "画质",     "音轨", "字幕",   "片头片尾",
+                             "播放列表", "窗口置顶", "全屏"};
+        expected.sort();
+        QCOMPARE(names, expected);
+        QCOMPARE(m_player->part("fullScreen")->toolTip(), "全屏 (双击、F)");
+        QCOMPARE(m_player->part("quality")->accessibleDescription(),
+                 m_player->checkedText("quality"));
+    }
+
+    void aMenuHasWhatTheBarHas()
+    {
+        play(First, true);
+        m_player->mpv()->seekAbsolute(40);
+        QTRY_COMPARE(m_player->secondLabelled(), 40);
+        QVERIFY(chooseOverVideo("快进 30 秒\tCtrl+←"));
+        QTRY_VERIFY(m_player->mpv()->position() > 60);
+        QVERIFY(chooseOverVideo("2 倍"));
+        QCOMPARE(m_player->mpv()->getProperty("speed").toDouble(), 2.0);
+        QVERIFY(chooseOverVideo("减小音量\t↓"));
+        QCOMPARE(m_player->mpv()->volume(), 90);
+        QVERIFY(chooseOverVideo("静音"));
+        QVERIFY(m_player->mpv()->isMute());
+        QVERIFY(chooseOverVideo("片头 未设置"));
+        QVERIFY(m_player->menuTexts("skip").first() != "片头 未设置");
+        QVERIFY(chooseOverVideo("窗口置顶\t"));
+        QVERIFY(m_player->window()->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+        QVERIFY(chooseOverVideo("播放\t空格"));
+        QTRY_VERIFY(!m_player->mpv()->isPaused());
+        QVERIFY(chooseOverVideo("下一个\t"));
+        QTRY_COMPARE(m_player->window()->windowTitle(), "Ep02.mkv");
     }
 
     void listsTheWholeFolder()
     {
-        for (const char *name : {"第10集.mkv", "第2集.mkv", "第1集.mkv"}) {
+        // One that would be read as another name.
+        for (const char *name : {"第10集\u202e.mkv", "第2集.mkv", "第1集.mkv"}) {
             m_player->addClip(QString("many/") + name, {SecondsLong});
         }
         m_player->server().setPageCap(2);
@@ -153,9 +236,9 @@ private slots:
             return shown;
         };
         QCOMPARE(names(), QStringList("第2集.mkv"));
-        QTRY_COMPARE(names(), (QStringList{"第1集.mkv", "第2集.mkv", "第10集.mkv"}));
+        QTRY_COMPARE(names(), (QStringList{"第1集.mkv", "第2集.mkv", "第10集\ufffd.mkv"}));
         QCOMPARE(view->currentIndex().row(), 1);
-        QVERIFY(m_player->step("next", "第10集.mkv"));
+        QVERIFY(m_player->step("next", "第10集\ufffd.mkv"));
         QVERIFY(m_player->step("next", "第1集.mkv"));
     }
 
@@ -182,10 +265,10 @@ private slots:
         auto *button = qobject_cast<QToolButton *>(m_player->part("playPause"));
         QTest::mouseClick(button, Qt::LeftButton);
         QTRY_VERIFY(m_player->mpv()->isPaused());
-        QTRY_COMPARE(button->toolTip(), "播放");
+        QTRY_COMPARE(button->toolTip(), "播放 (空格)");
         QTest::mouseClick(button, Qt::LeftButton);
         QTRY_VERIFY(!m_player->mpv()->isPaused());
-        QTRY_COMPARE(button->toolTip(), "暂停");
+        QTRY_COMPARE(button->toolTip(), "暂停 (空格)");
     }
 
     void aPausedVideoPaintsNothing()
@@ -245,7 +328,7 @@ private slots:
         QTest::keyClick(mpv, Qt::Key_Down);
         QCOMPARE(mpv->volume(), 0);
         const auto *button = qobject_cast<QToolButton *>(m_player->part("volume"));
-        QTRY_COMPARE(button->toolTip(), "音量 0");
+        QTRY_COMPARE(button->toolTip(), "音量 0 (↑、↓)");
     }
 
     void seekBarGoesWhereThePointerIs()
@@ -335,7 +418,11 @@ private slots:
         const int second = m_player->mpv()->position();
         QTRY_VERIFY(m_player->secondShown() > second);
 
+        QWidget *button = m_player->part("fullScreen");
+        QEvent enter(QEvent::Enter);
+        QApplication::sendEvent(button, &enter);
         QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
+        QVERIFY(!button->underMouse());
         QTRY_COMPARE(window->geometry(), before);
         QVERIFY(m_player->part("controlBar")->isVisible());
         QVERIFY(m_player->part("videoListPanel")->isVisible());
@@ -413,6 +500,26 @@ private slots:
     }
 
 private:
+    // Chooses an entry of the menu over the video, or of a part of it; false where there is none.
+    bool chooseOverVideo(const QString &text)
+    {
+        QContextMenuEvent key(QContextMenuEvent::Keyboard, QPoint());
+        QApplication::sendEvent(m_player->mpv(), &key);
+        auto *menu = m_player->window()->findChild<QMenu *>("videoMenu");
+        QList<QMenu *> parts = menu->findChildren<QMenu *>();
+        parts.append(menu);
+        for (const QMenu *part : qAsConst(parts)) {
+            for (QAction *action : part->actions()) {
+                if (action->text() == text && action->isEnabled()) {
+                    action->trigger();
+                    delete menu;
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
     // Opens the first episode and waits until it plays; paused, where that is wanted.
     void play(const QString &path = First, bool pause = false)
     {

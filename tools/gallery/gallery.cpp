@@ -8,6 +8,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QIcon>
 #include <QLabel>
@@ -86,6 +87,7 @@ public:
 
 private:
     void shootFolders(MainWindow &window);
+    void shootVideoMenu(MpvPlayerWindow *player);
     void shootPlayerSizes(MpvPlayerWindow *player);
     void fillDrive();
     void fault(const std::string &path, localdrive::Fault fault = {});
@@ -511,6 +513,7 @@ void Gallery::player()
         shoot(QStringLiteral("player-menu-") + QLatin1String(name));
         button->menu()->close();
     }
+    shootVideoMenu(player);
     shootPlayerSizes(player);
     window.closePlayers();
 
@@ -523,6 +526,23 @@ void Gallery::player()
     m_drive.server().clearFaults();
     window.closePlayers();
     closeToasts();
+}
+
+void Gallery::shootVideoMenu(MpvPlayerWindow *player)
+{
+    auto *video = child<QWidget>(player, "mpvWidget");
+    QContextMenuEvent key(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+    QApplication::sendEvent(video, &key);
+    auto *menu = child<QMenu>(player, "videoMenu");
+    menu->move(player->mapToGlobal(QPoint(300, 60)));
+    shoot(QStringLiteral("player-video-menu"));
+    menu->close();
+    video->setFocus();
+    for (const char *name : {"seekBar", "playPause", "quality", "videoListView"}) {
+        child<QWidget>(player, name)->setFocus(Qt::TabFocusReason);
+        shoot(QStringLiteral("player-focus-") + QLatin1String(name));
+    }
+    video->setFocus();
 }
 
 void Gallery::shootPlayerSizes(MpvPlayerWindow *player)

@@ -1,5 +1,7 @@
 #include "app/environment/file_name.h"
 
+#include <algorithm>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -10,12 +12,17 @@ namespace {
 constexpr int MaximumBytes = 200;
 constexpr int MaximumExtensionBytes = 32;
 
-// Text-direction marks, embeddings, overrides and isolates: they make a name read as another.
+// Text-direction embeddings, overrides and isolates: they make a name read as another.
+bool isOverride(QChar c)
+{
+    const ushort code = c.unicode();
+    return (code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
+}
+
 bool isDirectionControl(QChar c)
 {
     const ushort code = c.unicode();
-    return code == 0x061c || code == 0x200e || code == 0x200f ||
-           (code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
+    return code == 0x061c || code == 0x200e || code == 0x200f || isOverride(c);
 }
 
 bool isLoneSurrogate(const QString &text, int index)
@@ -107,6 +114,13 @@ QString safeFileName(const QString &serverName)
     }
     name = trimmedName(shortened(name));
     return name.isEmpty() ? QStringLiteral("未命名") : name;
+}
+
+QString withVisibleOverrides(QString serverName)
+{
+    std::replace_if(serverName.begin(), serverName.end(), isOverride,
+                    QChar(QChar::ReplacementCharacter));
+    return serverName;
 }
 
 QString safePathInFolder(const QString &folder, const QString &serverName)

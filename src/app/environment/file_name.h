@@ -8,5 +8,9 @@
 // hidden, an option of a command or a Windows device.
 QString safeFileName(const QString &serverName);
 
+// The name as it is to be drawn: what would turn the text behind it round is shown as a mark, so
+// that no name reads as another.
+QString withVisibleOverrides(QString serverName);
+
 // The path of that file name in the folder.
 QString safePathInFolder(const QString &folder, const QString &serverName);

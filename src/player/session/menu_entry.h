@@ -10,6 +10,7 @@ struct MenuEntry
     QVariant data; // comes back when the user chooses the entry
     bool checked = false;
     QString icon{}; // resource path
+    QString tip{};  // what choosing it does, where the text does not say so
     bool beginsGroup = false;
     bool enabled = true;
 };

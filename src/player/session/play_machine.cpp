@@ -321,7 +321,11 @@ void PlayMachine::onPositionChanged(int value)
 void PlayMachine::onPositionDue()
 {
     if (m_loaded && m_loaded == m_current.get()) {
+        const int settledBefore = m_current->playback.settledDuration();
         m_current->playback.refresh();
+        if (m_current->playback.settledDuration() != settledBefore) {
+            emit menusChanged(); // the outro can be set now
+        }
         if (std::abs(m_current->playback.position() - m_savedPosition) >= SavedEvery) {
             m_saves.call();
         }

@@ -5,24 +5,30 @@
 
 namespace {
 
-MenuEntry skipEntry(const QString &text, SkipAction action, const QString &icon)
+MenuEntry skipEntry(const QString &text, SkipAction action, const QString &icon, const QString &tip)
 {
     MenuEntry entry{text, static_cast<int>(action)};
     entry.icon = icon;
+    entry.tip = tip;
     return entry;
 }
 
-QList<MenuEntry> skipMenu(const SkipTimes &skip, int duration)
+// An outro is counted back from the end, which must be known for that.
+QList<MenuEntry> skipMenu(const SkipTimes &skip, const Playback &playback)
 {
+    const int duration = playback.duration();
     const QString notSet = QStringLiteral("未设置");
     const QString head = skip.head > 0 ? formatClock(skip.head) : notSet;
     const QString tail = skip.tail > 0 ? formatClock(qMax(0, duration - skip.tail)) : notSet;
-    return {skipEntry(QStringLiteral("片头 ") + head, SkipAction::SetIntroEnd,
-                      QStringLiteral(":/playerIcon/prev.png")),
-            skipEntry(QStringLiteral("片尾 ") + tail, SkipAction::SetOutroStart,
-                      QStringLiteral(":/playerIcon/next.png")),
-            skipEntry(QStringLiteral("清除片尾设置"), SkipAction::ClearOutro,
-                      QStringLiteral(":/playerIcon/erase.png"))};
+    QList<MenuEntry> entries{
+        skipEntry(QStringLiteral("片头 ") + head, SkipAction::SetIntroEnd,
+                  QStringLiteral(":/playerIcon/prev.png"), QStringLiteral("把这里设为片头终点")),
+        skipEntry(QStringLiteral("片尾 ") + tail, SkipAction::SetOutroStart,
+                  QStringLiteral(":/playerIcon/next.png"), QStringLiteral("把这里设为片尾起点")),
+        skipEntry(QStringLiteral("清除片尾设置"), SkipAction::ClearOutro,
+                  QStringLiteral(":/playerIcon/erase.png"), QStringLiteral("不再跳过片尾"))};
+    entries[1].enabled = playback.settledDuration() > 0;
+    return entries;
 }
 
 } // namespace
@@ -32,7 +38,7 @@ PlayMenus menusOf(const OpenedVideo *video)
     PlayMenus menus;
     switch (video ? video->state : PlayState::Idle) {
     case PlayState::Playing:
-        menus.skip = skipMenu(video->folder.skipTimes(), video->playback.duration());
+        menus.skip = skipMenu(video->folder.skipTimes(), video->playback);
         menus.audio = video->tracks.audioMenu();
         menus.subtitle = video->tracks.subtitleMenu();
         menus.quality = video->address->menu();

@@ -9,14 +9,18 @@
 #include <QToolButton>
 #include <QWidgetAction>
 
+#include "app/environment/file_name.h"
 #include "app/environment/formatting.h"
+#include "player/window/player_keys.h"
 #include "player/window/volume_level.h"
 #include "ui/widgets/custom_pop_up_menu.h"
+#include "ui/widgets/plain_tip.h"
 #include "ui_control_bar.h"
 
 namespace {
 
 constexpr int LongestText = 360; // of a menu's entry, in pixels
+constexpr char KeysProperty[] = "keys";
 
 QString timeText(int position, int duration)
 {
@@ -51,6 +55,48 @@ void dimWhenDisabled(QToolButton *button)
     button->setIcon(icon);
 }
 
+void addEntry(QMenu &menu, const MenuEntry &entry)
+{
+    const QFontMetrics metrics = menu.fontMetrics();
+    const QString text = withVisibleOverrides(entry.text);
+    QAction *action = menu.addAction(QIcon(entry.icon), menuText(text, metrics));
+    action->setToolTip(plainTip(entry.tip.isEmpty() ? text : entry.tip));
+    if (!entry.tip.isEmpty() || metrics.horizontalAdvance(text) > LongestText) {
+        menu.setToolTipsVisible(true);
+    }
+    action->setData(entry.data);
+    action->setCheckable(entry.checked);
+    action->setChecked(entry.checked);
+    action->setEnabled(entry.enabled);
+}
+
+// What the button is called, and the keys that do the same.
+void describe(QToolButton *button, const QString &name, const QString &keys = {})
+{
+    button->setAccessibleName(name);
+    button->setProperty(KeysProperty, keys);
+    button->setToolTip(keys.isEmpty() ? name : QStringLiteral("%1 (%2)").arg(name, keys));
+}
+
+void addButton(QMenu &menu, QToolButton *button)
+{
+    const QString name = button->accessibleName();
+    if (button->popupMode() == QToolButton::InstantPopup) {
+        QMenu *part = menu.addMenu(name);
+        if (const QMenu *whole = button->menu()) {
+            // The same actions: those that go from there go from here.
+            part->addActions(whole->actions());
+            part->setToolTipsVisible(whole->toolTipsVisible());
+        }
+        part->menuAction()->setEnabled(button->isEnabled());
+        return;
+    }
+    const QString keys = button->property(KeysProperty).toString();
+    QAction *action = menu.addAction(name + QLatin1Char('\t') + keys, button, &QToolButton::click);
+    action->setCheckable(button->isCheckable());
+    action->setChecked(button->isChecked());
+}
+
 } // namespace
 
 ControlBar::ControlBar(QWidget *parent) : QWidget(parent), m_ui(std::make_unique<Ui::ControlBar>())
@@ -58,15 +104,19 @@ ControlBar::ControlBar(QWidget *parent) : QWidget(parent), m_ui(std::make_unique
     m_ui->setupUi(this);
     for (auto *button : findChildren<QToolButton *>()) {
         button->setAutoRaise(true);
-        button->setFocusPolicy(Qt::NoFocus);
+        button->setFocusPolicy(Qt::TabFocus);
     }
     for (auto *button : {m_ui->quality, m_ui->audio, m_ui->subtitle, m_ui->skip}) {
         dimWhenDisabled(button);
         button->setEnabled(false);
     }
     makeVolumeMenu();
+    nameControls();
     forwardClicks();
-    resetTime();
+    setDuration(0);
+    setSeekable(false);
+    setPaused(true);
+    setFullScreen(false);
 }
 
 ControlBar::~ControlBar() = default;
@@ -82,6 +132,20 @@ void ControlBar::forwardClicks()
     connect(m_ui->seekBar, &SeekBar::wheelTurned, this, &ControlBar::wheelTurned);
 }
 
+void ControlBar::nameControls()
+{
+    describe(m_ui->previous, QStringLiteral("上一个"));
+    describe(m_ui->next, QStringLiteral("下一个"));
+    describe(m_ui->quality, QStringLiteral("画质"));
+    describe(m_ui->audio, QStringLiteral("音轨"));
+    describe(m_ui->subtitle, QStringLiteral("字幕"));
+    describe(m_ui->skip, QStringLiteral("片头片尾"));
+    describe(m_ui->videoList, QStringLiteral("播放列表"));
+    describe(m_ui->pin, QStringLiteral("窗口置顶"));
+    m_ui->seekBar->setAccessibleName(QStringLiteral("播放进度"));
+    m_volumeSlider->setAccessibleName(QStringLiteral("音量"));
+}
+
 void ControlBar::makeVolumeMenu()
 {
     auto *menu = new CustomPopUpMenu(m_ui->volume);
@@ -94,13 +158,6 @@ void ControlBar::makeVolumeMenu()
     action->setDefaultWidget(m_volumeSlider);
     menu->addAction(action);
     m_ui->volume->setMenu(menu);
-}
-
-void ControlBar::resetTime()
-{
-    setDuration(0);
-    setTime(0, 0);
-    setSeekable(false);
 }
 
 void ControlBar::setDuration(int duration)
@@ -123,14 +180,17 @@ void ControlBar::setPaused(bool paused)
 {
     m_ui->playPause->setIcon(chosenIcon(paused, QStringLiteral(":/playerIcon/play.png"),
                                         QStringLiteral(":/playerIcon/pause.png")));
-    m_ui->playPause->setToolTip(paused ? QStringLiteral("播放") : QStringLiteral("暂停"));
+    describe(m_ui->playPause, paused ? QStringLiteral("播放") : QStringLiteral("暂停"),
+             PlayerKeys::names(PlayerKeys::Action::TogglePause));
 }
 
 void ControlBar::setVolume(int volume)
 {
     const QSignalBlocker blocker(m_volumeSlider);
     m_volumeSlider->setValue(volume);
-    m_ui->volume->setToolTip(QStringLiteral("音量 %1").arg(volume));
+    describe(m_ui->volume, QStringLiteral("音量 %1").arg(volume),
+             PlayerKeys::names(PlayerKeys::Action::VolumeUp) + QStringLiteral("、") +
+                 PlayerKeys::names(PlayerKeys::Action::VolumeDown));
     const QString icon = volumeIconPath(volume);
     if (!icon.isEmpty()) {
         m_ui->volume->setIcon(QIcon(icon));
@@ -154,7 +214,12 @@ void ControlBar::setFullScreen(bool fullScreen)
     m_ui->fullScreen->setIcon(chosenIcon(fullScreen,
                                          QStringLiteral(":/playerIcon/fullscreen_exit.png"),
                                          QStringLiteral(":/playerIcon/fullscreen.png")));
-    m_ui->fullScreen->setToolTip(fullScreen ? QStringLiteral("退出全屏") : QStringLiteral("全屏"));
+    const QString keys =
+        QStringLiteral("双击、") + PlayerKeys::names(PlayerKeys::Action::ToggleFullScreen);
+    const QString leaving =
+        QStringLiteral("、") + PlayerKeys::names(PlayerKeys::Action::LeaveFullScreen);
+    describe(m_ui->fullScreen, fullScreen ? QStringLiteral("退出全屏") : QStringLiteral("全屏"),
+             fullScreen ? keys + leaving : keys);
 }
 
 void ControlBar::setQualityMenu(const QList<MenuEntry> &entries)
@@ -186,6 +251,7 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
         old->deleteLater();
     }
     button->setEnabled(!entries.isEmpty());
+    button->setAccessibleDescription(QString());
     if (entries.isEmpty()) {
         return;
     }
@@ -194,20 +260,33 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
         if (entry.beginsGroup) {
             menu->addSeparator();
         }
-        const QFontMetrics metrics = menu->fontMetrics();
-        QAction *action = menu->addAction(QIcon(entry.icon), menuText(entry.text, metrics));
-        action->setToolTip(entry.text);
-        if (metrics.horizontalAdvance(entry.text) > LongestText) {
-            menu->setToolTipsVisible(true);
+        addEntry(*menu, entry);
+        if (entry.checked) {
+            button->setAccessibleDescription(entry.text);
         }
-        action->setData(entry.data);
-        action->setCheckable(entry.checked);
-        action->setChecked(entry.checked);
-        action->setEnabled(entry.enabled);
     }
     connect(menu, &QMenu::triggered, this,
             [this, chosen](const QAction *action) { emit(this->*chosen)(action->data()); });
     button->setMenu(menu);
+}
+
+void ControlBar::addTo(QMenu &menu, Group group) const
+{
+    QList<QToolButton *> buttons;
+    switch (group) {
+    case Group::Playing:
+        buttons = {m_ui->playPause, m_ui->previous, m_ui->next};
+        break;
+    case Group::Choices:
+        buttons = {m_ui->quality, m_ui->audio, m_ui->subtitle, m_ui->skip};
+        break;
+    case Group::Window:
+        buttons = {m_ui->videoList, m_ui->pin, m_ui->fullScreen};
+        break;
+    }
+    for (QToolButton *button : qAsConst(buttons)) {
+        addButton(menu, button);
+    }
 }
 
 void ControlBar::paintEvent(QPaintEvent *event)

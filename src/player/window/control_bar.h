@@ -7,6 +7,7 @@
 
 #include "player/session/menu_entry.h"
 
+class QMenu;
 class QSlider;
 class QToolButton;
 
@@ -15,8 +16,8 @@ class ControlBar;
 }
 
 // The player's controls: the time line above one row of buttons. Passive: it is fed what to show
-// and says what the user wishes; it knows neither player nor files. No control takes the focus, so
-// that the keys always reach the video.
+// and says what the user wishes; it knows neither player nor files. A click on a control leaves the
+// focus where it is, so that the keys go on reaching the video; the tab key takes it to them.
 //
 // The play button is named "playPause" and is left to the window's slot on_playPause_clicked.
 class ControlBar final : public QWidget
@@ -28,8 +29,6 @@ public:
     explicit ControlBar(QWidget *parent = nullptr);
     ~ControlBar() override;
 
-    // Back to "00:00:00/00:00:00"; seeking waits for setSeekable().
-    void resetTime();
     // Seconds.
     void setDuration(int duration);
     void setTime(int position, int duration);
@@ -47,6 +46,10 @@ public:
     void setAudioMenu(const QList<MenuEntry> &entries);
     void setSubtitleMenu(const QList<MenuEntry> &entries);
     void setSkipMenu(const QList<MenuEntry> &entries);
+
+    // Adds the buttons of a group to a menu as they are now; choosing an entry presses the button.
+    enum class Group { Playing, Choices, Window };
+    void addTo(QMenu &menu, Group group) const;
 
 signals:
     void previousRequested();
@@ -71,6 +74,7 @@ private:
     using Chosen = void (ControlBar::*)(const QVariant &);
 
     void setMenu(QToolButton *button, const QList<MenuEntry> &entries, Chosen chosen);
+    void nameControls();
     void makeVolumeMenu();
     void forwardClicks();
 

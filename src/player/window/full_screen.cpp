@@ -47,12 +47,17 @@ FullScreen::FullScreen(const Parts &parts, QObject *parent) : QObject(parent), m
     m_settling.setSingleShot(true);
     connect(&m_settling, &QTimer::timeout, this, &FullScreen::followWindow);
     m_parts.window->installEventFilter(this);
+    m_parts.bar->installEventFilter(this);
 }
 
 bool FullScreen::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::WindowStateChange) {
+    if (watched == m_parts.window && event->type() == QEvent::WindowStateChange) {
         m_settling.start();
+    }
+    // Over the video the bar is a window of its own, and a click may have made it the active one.
+    if (watched == m_parts.bar && m_on && event->type() == QEvent::KeyPress) {
+        return QCoreApplication::sendEvent(m_parts.video, event);
     }
     return QObject::eventFilter(watched, event);
 }
@@ -111,6 +116,7 @@ void FullScreen::floatParts()
     m_on = true;
     m_playControlShown = false;
     m_videoListShown = false;
+    forgetPointer();
     m_parts.bar->hide();
     m_parts.rows->removeWidget(m_parts.bar);
     m_parts.video->resize(primaryScreenSize());
@@ -126,6 +132,7 @@ void FullScreen::dockParts()
     m_on = false;
     m_pointerIdle.stop();
     m_parts.video->unsetCursor();
+    forgetPointer();
     m_parts.bar->setWindowFlags(Qt::Widget);
     m_parts.rows->addWidget(m_parts.bar);
     m_parts.bar->show();
@@ -174,6 +181,7 @@ void FullScreen::showBar(const QSize &screen)
 void FullScreen::hideBar()
 {
     qDebug() << "hide play control";
+    forgetPointer();
     m_parts.bar->hide();
     m_parts.bar->setWindowOpacity(1.0);
     m_playControlShown = false;
@@ -196,6 +204,18 @@ void FullScreen::hidePointer()
 {
     if (m_on) {
         m_parts.video->setCursor(Qt::BlankCursor);
+    }
+}
+
+// The bar goes away from under the pointer without a word: the control there would stay lit.
+void FullScreen::forgetPointer()
+{
+    const auto controls = m_parts.bar->findChildren<QWidget *>();
+    for (QWidget *control : controls) {
+        if (control->underMouse()) {
+            QEvent leave(QEvent::Leave);
+            QCoreApplication::sendEvent(control, &leave);
+        }
     }
 }
 

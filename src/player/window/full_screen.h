@@ -33,7 +33,6 @@ public:
 
     explicit FullScreen(const Parts &parts, QObject *parent = nullptr);
 
-    [[nodiscard]] bool isOn() const { return m_on; }
     void toggle();
     void leave();
     // The pointer moved over the video; only in full screen.
@@ -63,6 +62,7 @@ private:
     void hideBar();
     void showListOverVideo(bool shown);
     void hidePointer();
+    void forgetPointer();
 
     const Parts m_parts;
     bool m_on = false;

@@ -1,5 +1,7 @@
 #include "player/window/player_keys.h"
 
+#include <QStringList>
+
 namespace {
 
 constexpr int AnyModifiers = -1;
@@ -11,17 +13,19 @@ struct Binding
     PlayerKeys::Action action;
     int increment; // 0 leaves the step
     bool swallowed;
+    const char *name;
 };
 
 // Every row that fits acts, in this order.
 constexpr Binding Bindings[] = {
-    {Qt::Key_Left, AnyModifiers, PlayerKeys::Action::None, 5, true},
-    {Qt::Key_Right, AnyModifiers, PlayerKeys::Action::None, -5, true},
-    {Qt::Key_Up, AnyModifiers, PlayerKeys::Action::VolumeUp, 0, true},
-    {Qt::Key_Down, AnyModifiers, PlayerKeys::Action::VolumeDown, 0, true},
-    {Qt::Key_Space, AnyModifiers, PlayerKeys::Action::TogglePause, 0, false},
-    {Qt::Key_Escape, AnyModifiers, PlayerKeys::Action::LeaveFullScreen, 0, false},
-    {Qt::Key_Left, Qt::ControlModifier, PlayerKeys::Action::None, 30, true},
+    {Qt::Key_Left, AnyModifiers, PlayerKeys::Action::None, 5, true, "←"},
+    {Qt::Key_Right, AnyModifiers, PlayerKeys::Action::None, -5, true, "→"},
+    {Qt::Key_Up, AnyModifiers, PlayerKeys::Action::VolumeUp, 0, true, "↑"},
+    {Qt::Key_Down, AnyModifiers, PlayerKeys::Action::VolumeDown, 0, true, "↓"},
+    {Qt::Key_Space, AnyModifiers, PlayerKeys::Action::TogglePause, 0, false, "空格"},
+    {Qt::Key_F, AnyModifiers, PlayerKeys::Action::ToggleFullScreen, 0, false, "F"},
+    {Qt::Key_Escape, AnyModifiers, PlayerKeys::Action::LeaveFullScreen, 0, false, "Esc"},
+    {Qt::Key_Left, Qt::ControlModifier, PlayerKeys::Action::None, 30, true, "Ctrl+←"},
 };
 
 } // namespace
@@ -44,6 +48,27 @@ PlayerKeys::Action PlayerKeys::press(int key, Qt::KeyboardModifiers modifiers)
         }
     }
     return action;
+}
+
+QString PlayerKeys::names(Action action)
+{
+    QStringList found;
+    for (const Binding &binding : Bindings) {
+        if (binding.action == action) {
+            found.append(QString::fromUtf8(binding.name));
+        }
+    }
+    return found.join(QStringLiteral("、"));
+}
+
+QString PlayerKeys::nameOfStep(int increment)
+{
+    for (const Binding &binding : Bindings) {
+        if (binding.increment == increment) {
+            return QString::fromUtf8(binding.name);
+        }
+    }
+    return {};
 }
 
 bool PlayerKeys::isSwallowed(int key)

@@ -1,20 +1,31 @@
 #pragma once
 
+#include <QString>
 #include <Qt>
-#include <QtGlobal>
 
 // What the keys of the player do. The seek step is remembered: once an arrow key has set it, every
 // later key seeks by it again.
 class PlayerKeys final
 {
 public:
-    enum class Action { None, VolumeUp, VolumeDown, TogglePause, LeaveFullScreen };
+    enum class Action {
+        None,
+        VolumeUp,
+        VolumeDown,
+        TogglePause,
+        ToggleFullScreen,
+        LeaveFullScreen,
+    };
 
     // Takes one key press and returns what it asks for, besides a seek by increment().
     Action press(int key, Qt::KeyboardModifiers modifiers);
 
     // The seek step in seconds; 0 before the first arrow key.
     [[nodiscard]] int increment() const { return m_increment; }
+
+    // The names of the keys that ask for this, for menus and tips; of an arrow key by its step.
+    [[nodiscard]] static QString names(Action action);
+    [[nodiscard]] static QString nameOfStep(int increment);
 
     // Whether the key ends here: the window must not hand it on.
     [[nodiscard]] static bool isSwallowed(int key);

@@ -5,16 +5,19 @@
 #include <QApplication>
 #include <QDebug>
 #include <QKeyEvent>
+#include <QScreen>
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <QtPlatformHeaders/QWindowsWindowFunctions>
 
 #include "app/environment/app_settings.h"
+#include "app/environment/file_name.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/play_session.h"
 #include "player/window/control_bar.h"
 #include "player/window/full_screen.h"
 #include "player/window/video_list_panel.h"
+#include "player/window/video_menu.h"
 #include "player/window/video_notice.h"
 #include "player/window/volume_level.h"
 #include "ui/widgets/toast.h"
@@ -54,6 +57,7 @@ void MpvPlayerWindow::layOut()
     m_mpvWidget->setObjectName(QStringLiteral("mpvWidget"));
     m_mpvWidget->setFocusPolicy(Qt::StrongFocus);
     m_mpvWidget->setMouseTracking(true);
+    m_mpvWidget->setAccessibleName(QStringLiteral("视频"));
     m_mpvWidget->installEventFilter(this);
     m_notice = new VideoNotice(m_mpvWidget);
     m_listPanel = new VideoListPanel;
@@ -107,6 +111,7 @@ void MpvPlayerWindow::connectControls()
     connect(m_controlBar, &ControlBar::skipChosen, m_session, &PlaySession::chooseSkip);
     connect(m_controlBar, &ControlBar::audioChosen, m_session, &PlaySession::chooseAudio);
     connect(m_controlBar, &ControlBar::subtitleChosen, m_session, &PlaySession::chooseSubtitle);
+    connect(m_notice, &VideoNotice::sourceRequested, m_session, &PlaySession::playSource);
     connect(m_listPanel, &VideoListPanel::videoChosen, m_session, &PlaySession::playChosen);
     connect(m_fullScreen, &FullScreen::toggled, m_controlBar, &ControlBar::setFullScreen);
     connect(m_fullScreen, &FullScreen::listShown, m_controlBar, &ControlBar::setListShown);
@@ -132,10 +137,26 @@ void MpvPlayerWindow::restoreState()
     PlayerState state;
     AppSettings().readPlayerState(state);
     if (!restoreGeometry(state.geometry)) {
-        resize(FirstSize);
+        placeFirst();
     }
     m_splitter->restoreState(state.splitterState);
     m_fullScreen->showList(state.showVideoList);
+}
+
+// Over the window from which the user opened it.
+void MpvPlayerWindow::placeFirst()
+{
+    resize(FirstSize);
+    const QWidget *opener = QApplication::activeWindow();
+    if (!opener) {
+        return;
+    }
+    const QRect screen = opener->screen()->availableGeometry();
+    QRect place(QPoint(0, 0), FirstSize.boundedTo(screen.size()));
+    place.moveCenter(opener->frameGeometry().center());
+    place.moveLeft(qBound(screen.left(), place.left(), screen.right() + 1 - place.width()));
+    place.moveTop(qBound(screen.top(), place.top(), screen.bottom() + 1 - place.height()));
+    setGeometry(place);
 }
 
 void MpvPlayerWindow::saveState()
@@ -170,13 +191,15 @@ void MpvPlayerWindow::reloadSkipTimes()
 void MpvPlayerWindow::showStatus()
 {
     const PlayStatus status = m_session->status();
-    setWindowTitle(status.title.isEmpty() ? QStringLiteral("播放器") : status.title);
+    setWindowTitle(status.title.isEmpty() ? QStringLiteral("播放器")
+                                          : withVisibleOverrides(status.title));
     m_controlBar->setDuration(status.duration);
     m_controlBar->setTime(status.position, status.duration);
     m_controlBar->setSeekable(status.state == PlayState::Playing);
     m_listPanel->setCurrent(status.chosenId);
+    m_notice->offerSource(status.offersSource);
     if (!status.notice.isEmpty()) {
-        m_notice->say(status.notice);
+        m_notice->say(withVisibleOverrides(status.notice));
     } else if (status.state == PlayState::Opening || status.state == PlayState::Loading) {
         m_notice->wait();
     } else {
@@ -247,6 +270,9 @@ void MpvPlayerWindow::pressKey(const QKeyEvent &event)
     case PlayerKeys::Action::TogglePause:
         on_playPause_clicked();
         break;
+    case PlayerKeys::Action::ToggleFullScreen:
+        m_fullScreen->toggle();
+        break;
     case PlayerKeys::Action::LeaveFullScreen:
         m_fullScreen->leave();
         break;
@@ -284,8 +310,21 @@ bool MpvPlayerWindow::eventFilter(QObject *watched, QEvent *event)
 void MpvPlayerWindow::keyPressEvent(QKeyEvent *event)
 {
     qDebug() << "slkakjfdlasjdf";
+    if (event->key() == Qt::Key_Escape) {
+        m_mpvWidget->setFocus(); // from a control back to the keys of the video
+    }
     if (!PlayerKeys::isSwallowed(event->key())) {
         BaseWindow::keyPressEvent(event);
+    }
+}
+
+void MpvPlayerWindow::contextMenuEvent(QContextMenuEvent *event)
+{
+    const QPoint middle = m_mpvWidget->mapToGlobal(m_mpvWidget->rect().center());
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        showVideoMenu(this, *m_controlBar, *m_mpvWidget, middle);
+    } else if (m_mpvWidget->underMouse()) {
+        showVideoMenu(this, *m_controlBar, *m_mpvWidget, event->globalPos());
     }
 }
 

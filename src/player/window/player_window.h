@@ -48,6 +48,7 @@ public slots:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
@@ -56,6 +57,7 @@ private:
     void connectControls();
     void connectSession();
     void restoreState();
+    void placeFirst();
     void saveState();
 
     void showStatus();

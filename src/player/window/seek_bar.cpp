@@ -9,10 +9,24 @@
 
 #include "app/environment/formatting.h"
 
+namespace {
+
+constexpr int ArrowStep = 5; // seconds
+constexpr int PageStep = 30; // seconds
+
+} // namespace
+
 SeekBar::SeekBar(QWidget *parent) : QSlider(Qt::Horizontal, parent)
 {
-    setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::TabFocus);
     setMouseTracking(true);
+    setSingleStep(ArrowStep);
+    setPageStep(PageStep);
+    connect(this, &QSlider::valueChanged, this, [this](int second) {
+        if (m_requested < 0) {
+            emit seekRequested(second);
+        }
+    });
 }
 
 void SeekBar::setTotalTime(int seconds)
@@ -62,6 +76,16 @@ void SeekBar::mouseReleaseEvent(QMouseEvent *event)
 void SeekBar::wheelEvent(QWheelEvent *event)
 {
     emit wheelTurned(event->angleDelta().y());
+}
+
+// A disabled widget is given no wheel events; the wheel is not the bar's, however.
+bool SeekBar::event(QEvent *event)
+{
+    if (event->type() == QEvent::Wheel) {
+        wheelEvent(static_cast<QWheelEvent *>(event));
+        return true;
+    }
+    return QSlider::event(event);
 }
 
 // A disabled widget gets no release: the next video would find the handle held.

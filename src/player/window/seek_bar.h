@@ -2,9 +2,9 @@
 
 #include <QSlider>
 
-// The time line of the player, in whole seconds. A press or a drag goes to where the pointer is;
-// the time under the pointer is shown as a tool tip. Knows no player: it is fed positions and says
-// what the user wants.
+// The time line of the player, in whole seconds. A press or a drag goes to where the pointer is,
+// the arrow keys 5 s on or back; the time under the pointer is shown as a tool tip. Knows no
+// player: it is fed positions and says what the user wants.
 class SeekBar final : public QSlider
 {
     Q_OBJECT
@@ -21,12 +21,13 @@ public:
     void setValueNoSignal(int value);
 
 signals:
-    // The user pointed at this second.
+    // The user pointed at this second, or went there with keys.
     void seekRequested(int seconds);
-    // By this angle. It does not move the handle.
+    // By this angle, also while the bar is disabled. It does not move the handle.
     void wheelTurned(int delta);
 
 protected:
+    bool event(QEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;

@@ -5,6 +5,8 @@
 #include <QIcon>
 
 #include "api/records/file_records.h"
+#include "app/environment/file_name.h"
+#include "ui/widgets/plain_tip.h"
 
 namespace {
 
@@ -26,7 +28,7 @@ void VideoListModel::setVideos(const QList<FileItem> &videos)
     m_ids.clear();
     m_current = -1;
     for (const FileItem &video : videos) {
-        m_names.append(video.name);
+        m_names.append(withVisibleOverrides(video.name));
         m_ids.append(video.file_id);
     }
     endResetModel();
@@ -56,8 +58,12 @@ QVariant VideoListModel::data(const QModelIndex &index, int role) const
     const bool current = index.row() == m_current;
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:
         return m_names.at(index.row());
+    case Qt::ToolTipRole:
+        return plainTip(m_names.at(index.row()));
+    case Qt::AccessibleTextRole:
+        return current ? QStringLiteral("正在播放：") + m_names.at(index.row())
+                       : m_names.at(index.row());
     case Qt::DecorationRole:
         return untintedIcon(current ? QStringLiteral(":/playerIcon/play.png")
                                     : QStringLiteral(":/playerIcon/video.png"));

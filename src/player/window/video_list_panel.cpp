@@ -16,7 +16,8 @@ VideoListPanel::VideoListPanel(QWidget *parent)
     m_sorted->sort(0);
     m_view->setObjectName(QStringLiteral("videoListView"));
     m_view->setModel(m_sorted);
-    m_view->setFocusPolicy(Qt::NoFocus);
+    m_view->setFocusPolicy(Qt::TabFocus);
+    m_view->setAccessibleName(QStringLiteral("播放列表"));
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_view->setTextElideMode(Qt::ElideRight);
     m_view->setUniformItemSizes(true);
@@ -26,9 +27,11 @@ VideoListPanel::VideoListPanel(QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_view);
     setMinimumWidth(200);
-    connect(m_view, &QListView::clicked, this, [this](const QModelIndex &index) {
+    const auto choose = [this](const QModelIndex &index) {
         emit videoChosen(index.data(VideoListModel::FileIdRole).toString());
-    });
+    };
+    connect(m_view, &QListView::clicked, this, choose);
+    connect(m_view, &QListView::activated, this, choose);
 }
 
 void VideoListPanel::setVideos(const QList<FileItem> &videos)

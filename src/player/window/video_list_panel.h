@@ -8,8 +8,8 @@ class QListView;
 class SortFilterProxyModel;
 class VideoListModel;
 
-// The list of the folder's videos beside the picture, in natural order, the current one marked. It
-// does not take the focus; choosing a row is a click.
+// The list of the folder's videos beside the picture, in natural order, the current one marked. A
+// click or the enter key chooses a row; a click does not take the focus.
 class VideoListPanel final : public QWidget
 {
     Q_OBJECT

@@ -1,10 +1,18 @@
 #include "player/window/video_notice.h"
 
+#include <QAccessible>
 #include <QEvent>
 #include <QPainter>
+#include <QPushButton>
 
 #include "ui/widgets/notice.h"
 #include "ui/widgets/waiting_spinner_widget.h"
+
+namespace {
+
+constexpr int ButtonOffset = 72; // from the middle, below some lines of text
+
+} // namespace
 
 VideoNotice::VideoNotice(QWidget *parent) : QWidget(parent)
 {
@@ -12,6 +20,12 @@ VideoNotice::VideoNotice(QWidget *parent) : QWidget(parent)
     setAttribute(Qt::WA_TransparentForMouseEvents);
     parent->installEventFilter(this);
     m_spinner = new WaitingSpinnerWidget(this);
+    m_source = new QPushButton(QStringLiteral("播放原画"), parent);
+    m_source->setObjectName(QStringLiteral("playSource"));
+    m_source->setFocusPolicy(Qt::TabFocus);
+    m_source->setCursor(Qt::ArrowCursor);
+    m_source->hide();
+    connect(m_source, &QPushButton::clicked, this, &VideoNotice::sourceRequested);
     hide();
 }
 
@@ -36,18 +50,38 @@ void VideoNotice::clear()
     hide();
 }
 
+void VideoNotice::offerSource(bool offered)
+{
+    m_source->setVisible(offered);
+    place();
+}
+
 void VideoNotice::showText(const QString &text)
 {
+    if (!text.isEmpty() && text != m_text) {
+        QAccessibleEvent alert(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&alert);
+    }
     m_text = text;
     setAccessibleName(text);
-    resize(parentWidget()->size());
+    place();
     update();
+}
+
+void VideoNotice::place()
+{
+    const QSize room = parentWidget()->size();
+    resize(room);
+    m_source->adjustSize();
+    m_source->raise();
+    m_source->move((room.width() - m_source->width()) / 2,
+                   qMin(room.height() / 2 + ButtonOffset, room.height() - m_source->height()));
 }
 
 bool VideoNotice::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Resize && watched == parent()) {
-        resize(parentWidget()->size());
+        place();
     }
     return QWidget::eventFilter(watched, event);
 }

@@ -2,11 +2,12 @@
 
 #include <QWidget>
 
+class QPushButton;
 class WaitingSpinnerWidget;
 
 // What stands over the video while there is no picture: a turning ring while one is awaited, or a
-// line of text that says why none comes. It covers its parent, follows the parent's size and lets
-// the mouse through.
+// line of text that says why none comes, perhaps with a button below it. It covers its parent,
+// follows the parent's size and lets the mouse through, but for the button.
 class VideoNotice final : public QWidget
 {
     Q_OBJECT
@@ -21,6 +22,11 @@ public:
     void say(const QString &text);
     // The video speaks for itself.
     void clear();
+    // Shows the button that asks for the source file, or takes it away.
+    void offerSource(bool offered);
+
+signals:
+    void sourceRequested();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -28,7 +34,9 @@ protected:
 
 private:
     void showText(const QString &text);
+    void place();
 
     WaitingSpinnerWidget *m_spinner = nullptr;
+    QPushButton *m_source = nullptr; // beside this, which lets the mouse through
     QString m_text;
 };
