@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include <malloc.h>
+
 #include <QDebug>
 #include <QLibrary>
 
@@ -17,8 +19,18 @@ bool resolve(QLibrary &library, const char *name, Function &function)
     return function != nullptr;
 }
 
+// libmpv's many threads come and go with each file. With an arena of glibc's for each of them, what
+// they free stays scattered: 100 windows cost 120 MB more than with one.
+void shareArenas()
+{
+#ifdef M_ARENA_MAX
+    mallopt(M_ARENA_MAX, 1);
+#endif
+}
+
 std::optional<MpvLibrary> loadLibrary()
 {
+    shareArenas();
     QLibrary library(QStringLiteral("mpv"), 2);
     library.setLoadHints(QLibrary::PreventUnloadHint);
     if (!library.load()) {
