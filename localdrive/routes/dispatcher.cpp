@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <utility>
 
 #include "localdrive/wire/api_error.h"
@@ -11,6 +12,8 @@
 
 namespace localdrive {
 namespace {
+
+constexpr Milliseconds DelayStep(20);
 
 void sendError(httplib::Response &response, int status, const std::string &code,
                const std::string &message)
@@ -127,10 +130,11 @@ bool Dispatcher::mayCall(const httplib::Request &request) const
 void Dispatcher::serveRecorded(Call &call) const
 {
     call.logNumber = m_platform.log.add(recordOf(call.request));
+    const int clearCount = m_platform.faults.clearCount();
     const std::optional<Fault> fault =
         m_platform.faults.take(call.request.method, call.request.path);
     if (fault && fault->delay.count() > 0) {
-        Connection::current()->sleep(fault->delay);
+        delay(fault->delay, clearCount);
     }
     if (fault && fault->status != 0) {
         sendError(call.response, fault->status, fault->code.empty() ? "InjectedFault" : fault->code,
@@ -142,6 +146,17 @@ void Dispatcher::serveRecorded(Call &call) const
         breakReply(*fault, call.response);
     }
     m_platform.log.setStatus(call.logNumber, call.response.status);
+}
+
+void Dispatcher::delay(Milliseconds time, int clearCount) const
+{
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (m_platform.faults.clearCount() == clearCount && std::chrono::steady_clock::now() < end) {
+        const auto left = std::chrono::ceil<Milliseconds>(end - std::chrono::steady_clock::now());
+        if (!Connection::current()->sleep(std::min(left, DelayStep))) {
+            return;
+        }
+    }
 }
 
 void Dispatcher::run(Call &call) const

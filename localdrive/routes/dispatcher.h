@@ -43,6 +43,8 @@ public:
 private:
     void serveRecorded(Call &call) const;
     void runRoute(Call &call) const;
+    // Unless the faults are cleared, or the peer goes.
+    void delay(Milliseconds time, int clearCount) const;
     void run(Call &call) const;
     [[nodiscard]] bool mayCall(const httplib::Request &request) const;
     void authorize(Call &call, Access access) const;

@@ -101,6 +101,7 @@ void Faults::clear()
 {
     const std::lock_guard lock(m_mutex);
     m_waiting.clear();
+    ++m_clearCount;
 }
 
 std::optional<Fault> Faults::take(const std::string &method, const std::string &path)

@@ -18,7 +18,6 @@ namespace {
 
 const QString ListPath = "/adrive/v1.0/openFile/list";
 const std::string List = "/openFile/list";
-constexpr int Slowly = 1000; // ms; whatever is to happen meanwhile happens well before
 
 QStringList markersOf(const DriveFixture &drive)
 {
@@ -113,7 +112,7 @@ private slots:
         if (title.endsWith("its end")) {
             bar->setValue(bar->maximum() - (title.startsWith("not") ? 1 : 0));
         } else if (title.contains("window")) {
-            page.table()->resize(800, 12000);
+            page.table()->window()->resize(900, 13000);
         } else if (title.contains("deleted")) {
             page.table()->selectAll();
             page.press("btnDelete");
@@ -152,16 +151,15 @@ private slots:
         m_drive->server().setPageCap(50);
         const DrivePage page(m_user);
         QTRY_COMPARE(page.count(), "50项");
-        m_drive->server().addFault(FaultOn(List).always().delay(100));
+        m_drive->server().addFault(FaultOn(List).after(1).holds());
         page.search("找我");
         QTRY_COMPARE(page.dialog.listStatus(), "显示 0 / 100 项，正在加载…");
         QCOMPARE(page.table()->notice().text, QString());
         page.search("");
+        m_drive->server().clearFaults();
         QTRY_COMPARE(page.dialog.listStatus(), "还有更多");
-        const int asked = markersOf(*m_drive).size();
         settle(*m_drive);
-        QCOMPARE(markersOf(*m_drive).size(), asked);
-        QVERIFY(asked < 5);
+        QCOMPARE(markersOf(*m_drive).size(), 3);
     }
 
     void tellsTheRestInTheStatus()
@@ -316,7 +314,7 @@ private slots:
             make({"末.txt"});
             m_drive->server().setPageCap(2);
         }
-        m_drive->server().addFault(FaultOn(List).after(answers).delay(Slowly));
+        m_drive->server().addFault(FaultOn(List).after(answers).holds());
         const DrivePage page(m_user);
         QTRY_COMPARE(page.names().size(), 2 * answers);
         if (title.startsWith("back")) {
@@ -332,7 +330,8 @@ private slots:
         } else {
             page.doubleClick("快");
         }
-        QTRY_COMPARE_WITH_TIMEOUT(page.names().join(' '), names, Slowly / 2);
+        QTRY_COMPARE(page.names().join(' '), names);
+        m_drive->server().clearFaults();
         settle(*m_drive); // the late answer
         QCOMPARE(page.names().join(' '), names);
     }

@@ -59,7 +59,7 @@ private slots:
     {
         const UserInfo other = logInAs(*m_drive, "小红", 1);
         const BatchOrder order = orderFor(10);
-        m_drive->server().addFault(FaultOn(Trash).always().delay(200));
+        m_drive->server().addFault(FaultOn(Trash).always().holds());
         m_batches->start(order);
         m_batches->start(orderFor(2, 1, other));
         QTRY_COMPARE(m_drive->requests(TrashPath).size(), 6U);
@@ -73,7 +73,6 @@ private slots:
 
     void aFileThatIsOnItsWayIsNotTakenTwice()
     {
-        m_drive->server().addFault(FaultOn(Trash).delay(100));
         BatchOrder order = orderFor(2);
         QCOMPARE(m_batches->start(order), 2);
         order.operation = FileOperation::Delete;
@@ -129,7 +128,7 @@ private slots:
     {
         QFETCH(int, presses);
         QFETCH(QString, result);
-        m_drive->server().addFault(FaultOn(Trash).always().delay(300));
+        m_drive->server().addFault(FaultOn(Trash).always().holds());
         m_batches->start(orderFor(10));
         QTRY_COMPARE(m_drive->requests(TrashPath).size(), 4U);
         press("btnCancelBatch");
@@ -139,6 +138,7 @@ private slots:
             press("btnCancelBatch");
             QCOMPARE(m_status->text(), result);
         }
+        m_drive->server().clearFaults();
         QTRY_COMPARE(m_status->text(), result);
         settle(*m_drive); // late answers change nothing
         QCOMPARE(m_status->text(), result);
@@ -148,7 +148,6 @@ private slots:
     void onlyTheOneWhoLeavesIsCancelled()
     {
         const UserInfo other = logInAs(*m_drive, "小红", 1);
-        m_drive->server().addFault(FaultOn(Trash).times(8).delay(100));
         m_batches->start(orderFor(10));
         m_batches->start(orderFor(5, 1, other));
         m_batches->cancel(m_user.userId.value());
@@ -161,7 +160,7 @@ private slots:
     void goesOnWithoutItsPage()
     {
         orderFor(10);
-        m_drive->server().addFault(FaultOn(Trash).always().delay(50));
+        m_drive->server().addFault(FaultOn(Trash).always().holds());
         {
             const DrivePage page(m_user, m_batches.get());
             QTRY_COMPARE(page.count(), "11项");
@@ -169,6 +168,7 @@ private slots:
             page.press("btnDelete");
         }
         const DrivePage page(m_user, m_batches.get());
+        m_drive->server().clearFaults();
         QTRY_VERIFY(!m_batches->hasPending());
         QTRY_COMPARE(page.count(), "0项");
         QCOMPARE(inDrive(), "");

@@ -206,7 +206,7 @@ private slots:
         for (const char *name : {"1", "2", "3", "4", "5", "6"}) {
             m_drive->server().makeFile(name, "");
         }
-        m_drive->server().addFault(FaultOn("recyclebin/trash").always().delay(300));
+        m_drive->server().addFault(FaultOn("recyclebin/trash").always().holds());
         auto window = std::make_unique<MainWindow>();
         window->show();
         auto *table = window->findChild<FileTable *>();
@@ -227,6 +227,7 @@ private slots:
         if (left > 0) {
             window.reset();
         }
+        m_drive->server().clearFaults();
         const QString trash = "/adrive/v1.0/openFile/recyclebin/trash";
         QTRY_COMPARE(int(m_drive->requests(trash).size()), 6 - left);
         settle(*m_drive);

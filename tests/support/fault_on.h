@@ -23,6 +23,8 @@ public:
     {
         return set(m_fault.delay, localdrive::Milliseconds(milliseconds));
     }
+    // Until the faults are cleared.
+    FaultOn &holds() { return delay(120000); }
     FaultOn &status(int number, const std::string &code = {}, const std::string &message = {})
     {
         m_fault.code = code;
