@@ -39,12 +39,26 @@ private slots:
         QCOMPARE(path.last().name, name);
     }
 
-    void tagsInANameAreShown()
+    void aNameIsShownAsItIs()
     {
         FolderPath path;
-        path.push("<b>x</b>", "f1");
-        const QString tip = path.model()->index(1, 0).data(Qt::ToolTipRole).toString();
-        QVERIFY2(tip.contains("&lt;b&gt;x"), qPrintable(tip));
+        path.push(QString("<b>x") + QChar(0x202E) + "gpj.exe", "f1");
+        const QModelIndex row = path.model()->index(1, 0);
+        QCOMPARE(row.data().toString(), "<b>x\uFFFDgpj.exe");
+        const QString tip = row.data(Qt::ToolTipRole).toString();
+        QVERIFY2(tip.contains("&lt;b&gt;x\uFFFDgpj.exe"), qPrintable(tip));
+    }
+
+    void aMarkerIsFollowedOnce()
+    {
+        FolderPath path;
+        const auto next = [&path](const QString &marker, const QString &order) {
+            path.addPage({}, marker, order);
+            return path.last().nextMarker;
+        };
+        const QStringList markers{next("a", "name"), next("b", "name"), next("a", "name"),
+                                  next("a", "size")};
+        QCOMPARE(markers, QStringList({"a", "b", "", "a"}));
     }
 
     void changesAFileInEveryFolder()
@@ -54,9 +68,11 @@ private slots:
         path.push("a", "f1");
         path.addPage({file("y", "y")}, QString(), "name ASC");
         path.updateFile(file("y", "new"));
+        path.updateFile(file("f1", "b"));
+        QCOMPARE(path.model()->index(1, 0).data().toString(), "b");
         QCOMPARE(path.last().files.first().name, "new");
-        path.removeFile("y");
-        QVERIFY(path.last().files.isEmpty());
+        path.removeFile("y", "f1");
+        QCOMPARE(path.last().files.size(), 1);
         path.removeAfter(0);
         QCOMPARE(path.last().files.size(), 1);
         QCOMPARE(path.last().nextMarker, "more");

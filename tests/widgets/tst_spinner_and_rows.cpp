@@ -4,6 +4,7 @@
 
 #include "support/test_main.h"
 #include "ui/widgets/mu_item_delegate.h"
+#include "ui/widgets/row_table.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 
 namespace {
@@ -87,6 +88,22 @@ private slots:
         }
         QCOMPARE(red, QRect(5, 5, 40, 40));
         QVERIFY2(qAbs(textLeft - 56) <= 2, qPrintable(QString::number(textLeft)));
+    }
+
+    // Turned, the name would read as that of a picture.
+    void aNameThatTurnsTheReadingIsMarked()
+    {
+        RowTable table;
+        table.setColumnCount(1);
+        for (const char *name : {"a\u202Egpj.exe", "a\uFFFDgpj.exe"}) {
+            table.insertRow(table.rowCount());
+            table.setItem(table.rowCount() - 1, 0, new QTableWidgetItem(name));
+        }
+        table.show();
+        const auto row = [&table](int number) {
+            return table.viewport()->grab(table.visualRect(table.model()->index(number, 0)));
+        };
+        QCOMPARE(row(0).toImage(), row(1).toImage());
     }
 
     void aRowWithoutDataIsEmpty()

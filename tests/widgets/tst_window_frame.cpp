@@ -1,5 +1,6 @@
 #include <QAbstractButton>
 #include <QLabel>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "support/test_main.h"
@@ -181,19 +182,20 @@ private slots:
     void theMenuOpensAboveItsButton()
     {
         QWidget window;
-        QWidget anchor(&window);
+        QToolButton anchor(&window);
         anchor.setGeometry(180, 20, 40, 30);
         showAt(window, {100, 300, 400, 100});
-        CustomPopUpMenu menu;
+        CustomPopUpMenu menu(&anchor);
+        anchor.setMenu(&menu);
         menu.addAction("1080P");
-        menu.popUpAt(&anchor);
+        menu.popup({});
         const QRect place(anchor.mapToGlobal(QPoint(0, 0)), anchor.size());
         QTRY_VERIFY(menu.isVisible());
         QVERIFY(menu.geometry().bottom() < place.top());
         QVERIFY(qAbs(menu.geometry().center().x() - place.center().x()) <= 1);
         menu.close();
         window.move(0, 0);
-        menu.popUpAt(&anchor);
+        menu.popup({});
         QTRY_VERIFY(menu.geometry().top() > anchor.mapToGlobal(QPoint(0, 29)).y());
     }
 };

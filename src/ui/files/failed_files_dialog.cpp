@@ -6,6 +6,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "ui/widgets/name_text.h"
+
 namespace {
 
 constexpr QSize StartSize(420, 360);
@@ -23,7 +25,7 @@ FailedFilesDialog::FailedFilesDialog(const QString &result, const QList<BatchFil
     auto *names = new QListWidget(this);
     names->setAccessibleName(QStringLiteral("未完成的文件"));
     for (const BatchFile &file : files) {
-        names->addItem(file.name);
+        names->addItem(visibleName(file.name));
     }
     layout->addWidget(names);
     auto *buttons = new QDialogButtonBox(this);

@@ -1,7 +1,8 @@
 #include "ui/files/folder_path.h"
 
 #include <QDebug>
-#include <QTextDocument>
+
+#include "ui/widgets/name_text.h"
 
 namespace {
 
@@ -34,8 +35,6 @@ void FolderPath::push(const QString &name, const QString &fileId)
     m_items.append(item);
     auto *row = new QStandardItem;
     row->setEditable(false);
-    // As rich text a name with tags in it would be rendered instead of shown.
-    row->setToolTip(Qt::convertFromPlainText(name, Qt::WhiteSpaceNormal));
     m_model.appendRow(row);
     if (count() > 1) {
         showRow(count() - 2);
@@ -68,6 +67,7 @@ void FolderPath::clearFiles()
     PathItem &folder = m_items.last();
     folder.files.clear();
     folder.nextMarker.clear();
+    folder.usedMarkers.clear();
     folder.loaded = false;
 }
 
@@ -76,14 +76,22 @@ void FolderPath::addPage(const QList<FileItem> &files, const QString &nextMarker
 {
     PathItem &folder = m_items.last();
     folder.files += files;
-    folder.nextMarker = nextMarker;
+    if (folder.order != order) {
+        folder.usedMarkers.clear();
+    }
+    // A drive that names a marker again would go round and round.
+    folder.nextMarker = folder.usedMarkers.contains(nextMarker) ? QString() : nextMarker;
+    folder.usedMarkers.insert(nextMarker);
     folder.order = order;
     folder.loaded = true;
 }
 
-void FolderPath::removeFile(const QString &fileId)
+void FolderPath::removeFile(const QString &fileId, const QString &newFolderId)
 {
     for (PathItem &item : m_items) {
+        if (item.fileId == newFolderId) {
+            continue;
+        }
         const auto gone =
             std::remove_if(item.files.begin(), item.files.end(),
                            [&fileId](const FileItem &file) { return file.file_id == fileId; });
@@ -93,7 +101,12 @@ void FolderPath::removeFile(const QString &fileId)
 
 void FolderPath::updateFile(const FileItem &file)
 {
-    for (PathItem &item : m_items) {
+    for (int index = 0; index < count(); ++index) {
+        PathItem &item = m_items[index];
+        if (item.fileId == file.file_id) {
+            item.name = file.name;
+            showRow(index);
+        }
         for (FileItem &known : item.files) {
             if (known.file_id == file.file_id) {
                 known = file;
@@ -113,7 +126,9 @@ void FolderPath::forget(const QString &folderId)
 
 void FolderPath::showRow(int index)
 {
-    const QString text = shortened(m_items.at(index).name);
+    const QString &name = m_items.at(index).name;
+    const QString text = shortened(visibleName(name));
     const bool isLast = index == count() - 1;
     m_model.item(index)->setText(isLast ? text : text + QLatin1Char('>'));
+    m_model.item(index)->setToolTip(nameTip(name));
 }

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QStandardItemModel>
 
 #include "api/records/file_records.h"
@@ -12,6 +13,7 @@ struct PathItem
     QString name;
     QString fileId;
     QString nextMarker; // empty when the folder has no further page
+    QSet<QString> usedMarkers;
     QList<FileItem> files;
     QString order;          // the server's order in which the pages were asked for
     int selectedRow = 0;    // current when a deeper folder was opened or a page asked for
@@ -43,8 +45,10 @@ public:
     void clearFiles();
     void addPage(const QList<FileItem> &files, const QString &nextMarker, const QString &order);
 
-    // In every folder held, since the entry may have been reached on another way.
-    void removeFile(const QString &fileId);
+    // In every folder held, since the entry may have been reached on another way; but for the
+    // folder that the entry was moved into.
+    void removeFile(const QString &fileId, const QString &newFolderId = QString());
+    // In every folder held, and where the entry is one of the path's folders itself.
     void updateFile(const FileItem &file);
     // The entries held of the folder, where it is in the path, are no longer all of them.
     void forget(const QString &folderId);

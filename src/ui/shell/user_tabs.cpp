@@ -3,7 +3,7 @@
 #include <QKeyEvent>
 #include <QTabBar>
 
-#include "ui/widgets/plain_tip.h"
+#include "ui/widgets/name_text.h"
 
 UserTabs::UserTabs(QWidget *parent) : QTabWidget(parent)
 {
@@ -12,9 +12,9 @@ UserTabs::UserTabs(QWidget *parent) : QTabWidget(parent)
 
 int UserTabs::addUser(QWidget *page, const QString &nickname)
 {
-    QString text = nickname;
+    QString text = visibleName(nickname);
     const int index = addTab(page, text.replace(QLatin1Char('&'), QLatin1String("&&")));
-    setTabToolTip(index, plainTip(nickname));
+    setTabToolTip(index, nameTip(nickname));
     return index;
 }
 

@@ -13,22 +13,17 @@ constexpr int AnchorGap = 4;
 
 CustomPopUpMenu::CustomPopUpMenu(QWidget *parent) : QMenu(parent) {}
 
-void CustomPopUpMenu::popUpAt(const QWidget *anchor)
+QPoint CustomPopUpMenu::placeAt(const QWidget *button) const
 {
-    popup(placeAt(anchor));
-}
-
-QPoint CustomPopUpMenu::placeAt(const QWidget *anchor) const
-{
-    const QRect button(anchor->mapToGlobal(QPoint(0, 0)), anchor->size());
-    const QScreen *buttonScreen = QGuiApplication::screenAt(button.center());
+    const QRect anchor(button->mapToGlobal(QPoint(0, 0)), button->size());
+    const QScreen *buttonScreen = QGuiApplication::screenAt(anchor.center());
     const QRect area = (buttonScreen != nullptr ? buttonScreen : QGuiApplication::primaryScreen())
                            ->availableGeometry();
     QRect place(QPoint(0, 0), sizeHint());
-    place.moveCenter(button.center());
-    place.moveBottom(button.top() - AnchorGap);
+    place.moveCenter(anchor.center());
+    place.moveBottom(anchor.top() - AnchorGap);
     if (place.top() < area.top()) {
-        place.moveTop(button.bottom() + AnchorGap);
+        place.moveTop(anchor.bottom() + AnchorGap);
     }
     place.moveLeft(qBound(area.left(), place.left(), area.right() - place.width()));
     return place.topLeft();

@@ -13,12 +13,10 @@ class CustomPopUpMenu final : public QMenu
 public:
     explicit CustomPopUpMenu(QWidget *parent = nullptr);
 
-    // Opens above `anchor`, or below it where the screen leaves no room above.
-    void popUpAt(const QWidget *anchor);
-
 protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    QPoint placeAt(const QWidget *anchor) const;
+    // Above the button, or below it where the screen leaves no room above.
+    QPoint placeAt(const QWidget *button) const;
 };

@@ -1,5 +1,6 @@
 #include "ui/widgets/row_delegate.h"
 
+#include "ui/widgets/name_text.h"
 #include "ui/widgets/row_table.h"
 
 RowDelegate::RowDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
@@ -7,6 +8,7 @@ RowDelegate::RowDelegate(QObject *parent) : QStyledItemDelegate(parent) {}
 void RowDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
 {
     QStyledItemDelegate::initStyleOption(option, index);
+    option->text = visibleName(option->text);
     const auto *table = qobject_cast<const RowTable *>(option->widget);
     if (!table) {
         return;

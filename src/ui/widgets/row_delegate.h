@@ -2,7 +2,8 @@
 
 #include <QStyledItemDelegate>
 
-// Paints the cells of a RowTable, lighting the row under the mouse as a whole.
+// Paints the cells of a RowTable, lighting the row under the mouse as a whole, and of other lists
+// of names.
 class RowDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

@@ -5,7 +5,7 @@
 #include <QPainter>
 #include <QToolTip>
 
-#include "ui/widgets/plain_tip.h"
+#include "ui/widgets/name_text.h"
 #include "ui/widgets/row_delegate.h"
 
 namespace {
@@ -107,7 +107,7 @@ void RowTable::showFullText(const QHelpEvent &event) const
     if (sizeHintForIndex(indexFromItem(cell)).width() <= place.width()) {
         return;
     }
-    QToolTip::showText(event.globalPos(), plainTip(cell->text()), viewport(), place);
+    QToolTip::showText(event.globalPos(), nameTip(cell->text()), viewport(), place);
 }
 
 void RowTable::paintRowEnds()

@@ -23,8 +23,6 @@ public:
     // A cell that shows text and sorts by value.
     static SortTableWidgetItem *forValue(const QString &text, qint64 value);
 
-    [[nodiscard]] bool isFolder() const { return m_folder; }
-
     [[nodiscard]] QVariant data(int role) const override;
     void setData(int role, const QVariant &value) override;
     [[nodiscard]] bool operator<(const QTableWidgetItem &other) const override;
