@@ -3,7 +3,6 @@
 #include <array>
 
 #include <QHeaderView>
-#include <QShortcut>
 
 #include "api/records/file_records.h"
 #include "app/environment/formatting.h"
@@ -11,6 +10,7 @@
 #include "player/session/play_request.h"
 #include "ui/files/file_kinds.h"
 #include "ui/history/watch_progress_delegate.h"
+#include "ui/widgets/shortcuts.h"
 #include "ui/widgets/sort_table_widget_item.h"
 #include "ui/widgets/toast.h"
 #include "ui_history_dialog.h"
@@ -63,19 +63,13 @@ void HistoryDialog::setUpTable()
 
 void HistoryDialog::setUpShortcuts()
 {
-    const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
-                            auto action) {
-        auto *shortcut = new QShortcut(keys, place);
-        shortcut->setContext(context);
-        connect(shortcut, &QShortcut::activated, this, action);
-    };
     QTableWidget *table = m_ui->historyList;
     const auto openCurrent = [this, table] { onItemDoubleClicked(table->currentItem()); };
-    add(Qt::Key_Return, table, Qt::WidgetShortcut, openCurrent);
-    add(Qt::Key_Enter, table, Qt::WidgetShortcut, openCurrent);
-    const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
-    add(Qt::Key_Delete, this, page, &HistoryDialog::on_btnRemovePlayHistory_clicked);
-    add(Qt::Key_F5, this, Qt::WindowShortcut, &HistoryDialog::on_btnRefresh_clicked);
+    addShortcut(Qt::Key_Return, table, Qt::WidgetShortcut, this, openCurrent);
+    addShortcut(Qt::Key_Enter, table, Qt::WidgetShortcut, this, openCurrent);
+    addShortcut(Qt::Key_Delete, table, Qt::WidgetShortcut, this,
+                &HistoryDialog::on_btnRemovePlayHistory_clicked);
+    addShortcut(Qt::Key_F5, this, Qt::WindowShortcut, this, &HistoryDialog::on_btnRefresh_clicked);
 }
 
 void HistoryDialog::loadHistory()
@@ -185,6 +179,7 @@ void HistoryDialog::reloadAndOfferUndo(const QList<PlayHistory> &candidates)
 void HistoryDialog::onUndoRequested()
 {
     restorePlayHistory(m_removed);
+    m_removed.clear();
     loadHistory();
 }
 

@@ -41,9 +41,9 @@ void UndoBar::offer(const QString &text)
 
 void UndoBar::onUndoClicked()
 {
-    emit undoRequested();
     m_timer.stop();
-    onTimeout();
+    hide();
+    emit undoRequested();
 }
 
 void UndoBar::onTimeout()

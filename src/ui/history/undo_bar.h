@@ -19,7 +19,7 @@ public:
 
 signals:
     void undoRequested();
-    // The offer is over, taken or not.
+    // Nobody took the offer.
     void expired();
 
 private:
