@@ -115,26 +115,73 @@ private slots:
         QCOMPARE(inDrive(), "extra");
     }
 
+    void aDriveThatWantsItSlowerIsAskedAgain()
+    {
+        m_drive->server().addFault(FaultOn(Trash).times(3).status(429, "TooManyRequests"));
+        m_batches->start(orderFor(5));
+        QTRY_COMPARE(m_status->text(), "已删除到回收站 5 个");
+        QCOMPARE(m_drive->requests(TrashPath).size(), 8U);
+        QVERIFY(toasts().isEmpty());
+    }
+
+    // Which is looked at while another one fails.
+    void eachBatchsFailuresAreItsOwn()
+    {
+        const auto failing = [this](const char *name) {
+            m_drive->server().addFault(FaultOn(Trash).status(403));
+            BatchOrder order = orderFor(0);
+            order.files = {{text(m_drive->server().fileId("extra")), name}};
+            m_batches->start(order);
+        };
+        const auto dialogs = [] {
+            QList<QDialog *> shown;
+            for (QWidget *window : QApplication::topLevelWidgets()) {
+                if (auto *dialog = qobject_cast<QDialog *>(window)) {
+                    shown << dialog;
+                }
+            }
+            return shown;
+        };
+        failing("first");
+        QTRY_VERIFY(m_status->hasFailures());
+        press("btnFailedFiles");
+        failing("second");
+        QTRY_VERIFY(!m_batches->hasPending());
+        press("btnFailedFiles");
+        QCOMPARE(dialogs().size(), 1);
+        dialogs().first()->accept();
+        QTRY_COMPARE(m_drive->requests(TrashPath).size(), 3U);
+        QTRY_VERIFY(!m_batches->hasPending() && dialogs().isEmpty());
+        press("btnFailedFiles");
+        QCOMPARE(dialogs().first()->findChild<QListWidget *>()->item(0)->text(), "second");
+        dialogs().first()->reject();
+    }
+
     void stopsWhenItIsCancelled_data()
     {
         QTest::addColumn<int>("presses");
+        QTest::addColumn<int>("files");
         QTest::addColumn<QString>("result");
         QTest::newRow("what is on the wire is waited for")
-            << 1 << "已删除到回收站 4 个，6 个未处理";
+            << 1 << 10 << "已删除到回收站 4 个，6 个未处理";
+        QTest::newRow("also where nothing else is left") << 1 << 4 << "已删除到回收站 4 个";
         QTest::newRow("but not when it was cancelled twice")
-            << 2 << "已删除到回收站 0 个，4 个失败，6 个未处理";
+            << 2 << 10 << "已删除到回收站 0 个，4 个失败，6 个未处理";
     }
     void stopsWhenItIsCancelled()
     {
         QFETCH(int, presses);
+        QFETCH(int, files);
         QFETCH(QString, result);
         m_drive->server().addFault(FaultOn(Trash).always().holds());
-        m_batches->start(orderFor(10));
+        m_batches->start(orderFor(files));
         QTRY_COMPARE(m_drive->requests(TrashPath).size(), 4U);
         press("btnCancelBatch");
-        QCOMPARE(m_status->text(), "正在停止…  6 / 10");
+        press("btnCancelBatch"); // a double click
+        QCOMPARE(m_status->text(), QString("正在停止…  %1 / %2").arg(files - 4).arg(files));
         QCOMPARE(m_batches->remaining(), 4);
         if (presses == 2) {
+            QTRY_VERIFY(m_status->findChild<QToolButton *>("btnCancelBatch")->isEnabled());
             press("btnCancelBatch");
             QCOMPARE(m_status->text(), result);
         }

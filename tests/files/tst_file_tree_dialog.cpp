@@ -87,6 +87,19 @@ private slots:
         QTRY_VERIFY(!isSpinning(dialog));
     }
 
+    void doesNotGoRoundAMarkerThatRepeats()
+    {
+        m_drive->server().addFault(
+            FaultOn("/openFile/list")
+                .always()
+                .body(
+                    R"({"items":[{"file_id":"f","type":"folder","name":"x\u202ey"}],"next_marker":"m"})"));
+        const FileTreeDialog dialog(m_user);
+        QTRY_VERIFY(!isSpinning(dialog));
+        QCOMPARE(rootOf(dialog)->childCount(), 2);
+        QCOMPARE(rootOf(dialog)->child(0)->text(0), "x\uFFFDy");
+    }
+
     void takesNothingBeforeAFolderIsChosen_data()
     {
         QTest::addColumn<bool>("isExcluded");

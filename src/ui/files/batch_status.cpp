@@ -11,6 +11,8 @@
 namespace {
 
 constexpr std::chrono::seconds ResultTime(5);
+// A second click that belongs to the first must not give up what is on the wire.
+constexpr std::chrono::seconds CancelPause(1);
 constexpr int Gap = 4;
 
 struct OperationTexts
@@ -34,7 +36,7 @@ const OperationTexts &textsOf(FileOperation operation)
 
 QString progressText(const FileBatch &batch, int others)
 {
-    const QString text = batch.skipped > 0
+    const QString text = batch.cancelled
                              ? QStringLiteral("正在停止…  %1 / %2")
                              : textsOf(batch.order.operation).running + QStringLiteral("  %1 / %2");
     const QString line = text.arg(batch.answered()).arg(batch.total());
@@ -72,9 +74,13 @@ BatchStatus::BatchStatus(FileBatches *batches, QWidget *parent)
     m_hide.setInterval(ResultTime);
     hide();
     connect(&m_hide, &QTimer::timeout, this, &QWidget::hide);
+    m_cancelPause.setSingleShot(true);
+    m_cancelPause.setInterval(CancelPause);
+    connect(&m_cancelPause, &QTimer::timeout, m_cancel, [this] { m_cancel->setEnabled(true); });
     connect(m_cancel, &QAbstractButton::clicked, this, [this] { m_batches->cancel(); });
     connect(m_details, &QAbstractButton::clicked, this, &BatchStatus::showFailures);
-    connect(m_close, &QAbstractButton::clicked, this, &BatchStatus::settle);
+    connect(m_close, &QAbstractButton::clicked, this,
+            [this] { settle(hasFailures() ? m_unseen.last().number : 0); });
     connect(batches, &FileBatches::progressed, this, &BatchStatus::showState);
     connect(batches, &FileBatches::finished, this, &BatchStatus::onFinished);
 }
@@ -111,6 +117,7 @@ void BatchStatus::showState()
     const QList<FileBatch> running = m_batches->running();
     if (!running.isEmpty()) {
         showLine(progressText(running.first(), running.size() - 1), true, false);
+        showCancelling(running.first().cancelled);
     } else if (!m_unseen.isEmpty()) {
         showLine(resultText(m_unseen.last()), false, true);
     } else {
@@ -128,25 +135,45 @@ void BatchStatus::showLine(const QString &text, bool runs, bool hasFailures)
     show();
 }
 
+// The button then offers what a second press does.
+void BatchStatus::showCancelling(bool isCancelled)
+{
+    const QString text = isCancelled ? QStringLiteral("不再等待") : QStringLiteral("取消");
+    if (m_cancel->text() == text) {
+        return;
+    }
+    m_cancel->setText(text);
+    m_cancel->setEnabled(!isCancelled);
+    if (isCancelled) {
+        m_cancelPause.start();
+    }
+}
+
 void BatchStatus::showFailures()
 {
+    if (m_failures) {
+        m_failures->raise();
+        m_failures->activateWindow();
+        return;
+    }
     if (m_unseen.isEmpty()) {
         return;
     }
     const FileBatch batch = m_unseen.last();
-    auto *dialog = new FailedFilesDialog(resultText(batch), batch.failed);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &QDialog::accepted, this, [this, batch] {
-        settle();
+    m_failures = new FailedFilesDialog(resultText(batch), batch.failed);
+    m_failures->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_failures, &QDialog::accepted, this, [this, batch] {
+        settle(batch.number);
         m_batches->start(batch.again());
     });
-    dialog->open();
+    m_failures->open();
 }
 
-void BatchStatus::settle()
+void BatchStatus::settle(int number)
 {
-    if (!m_unseen.isEmpty()) {
-        m_unseen.removeLast();
-    }
+    m_unseen.erase(
+        std::remove_if(m_unseen.begin(), m_unseen.end(),
+                       [number](const FileBatch &batch) { return batch.number == number; }),
+        m_unseen.end());
     showState();
 }

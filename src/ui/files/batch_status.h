@@ -1,10 +1,12 @@
 #pragma once
 
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
 #include "ui/files/file_batches.h"
 
+class FailedFilesDialog;
 class QAbstractButton;
 class QLabel;
 
@@ -22,14 +24,18 @@ public:
     explicit BatchStatus(FileBatches *batches, QWidget *parent = nullptr);
 
     [[nodiscard]] QString text() const;
+    // Some batch ended with failures that the user has not put aside yet.
+    [[nodiscard]] bool hasFailures() const { return !m_unseen.isEmpty(); }
 
 private:
     QAbstractButton *addButton(const QString &text, const QString &name);
     void onFinished(const FileBatch &batch);
     void showState();
     void showLine(const QString &text, bool runs, bool hasFailures);
+    void showCancelling(bool isCancelled);
     void showFailures();
-    void settle();
+    // The user has seen how the batch ended.
+    void settle(int number);
 
     FileBatches *const m_batches;
     QLabel *m_text = nullptr;
@@ -37,5 +43,7 @@ private:
     QAbstractButton *m_details = nullptr;
     QAbstractButton *m_close = nullptr;
     QList<FileBatch> m_unseen; // ended with failures that the user has not been shown yet
+    QPointer<FailedFilesDialog> m_failures;
     QTimer m_hide;
+    QTimer m_cancelPause; // between the two presses
 };

@@ -5,7 +5,7 @@
 #include "api/records/change_records.h"
 #include "api/session/open_api_client.h"
 #include "net/log_failure.h"
-#include "ui/files/failure_texts.h"
+#include "ui/files/refusal_note.h"
 #include "ui/widgets/single_toast.h"
 
 namespace {
@@ -23,7 +23,7 @@ QString logWord(FileOperation operation)
     return QString();
 }
 
-QString failureText(FileOperation operation, int code)
+QString failureText(FileOperation operation, int code, const RefusalNote &refusal)
 {
     switch (operation) {
     case FileOperation::Trash:
@@ -31,7 +31,7 @@ QString failureText(FileOperation operation, int code)
     case FileOperation::Delete:
         return QStringLiteral("删除文件失败");
     case FileOperation::Move:
-        return withReason(QStringLiteral("移动失败"), code);
+        return withReason(QStringLiteral("移动失败"), code, refusal.refusal());
     }
     return QString();
 }
@@ -51,7 +51,7 @@ struct FileBatches::Running
     const QString userId;
     QQueue<BatchFile> queue;
     QHash<QString, BatchFile> sent; // by file id
-    bool cancelled = false;
+    QHash<QString, int> attempts;   // by file id
 };
 
 BatchOrder FileBatch::again() const
@@ -115,7 +115,7 @@ void FileBatches::cancel(const QString &userId)
         }
         FileBatch &batch = running->batch;
         cancelled << batch.number;
-        const bool wasCancelled = std::exchange(running->cancelled, true);
+        const bool wasCancelled = std::exchange(batch.cancelled, true);
         batch.skipped += running->queue.size();
         for (const BatchFile &file : running->queue) {
             m_onTheWay[running->userId].remove(file.id);
@@ -135,10 +135,12 @@ void FileBatches::cancel(const QString &userId)
 
 FileBatches::Running *FileBatches::find(int number) const
 {
-    const auto found =
-        std::find_if(m_running.begin(), m_running.end(),
-                     [number](const auto &running) { return running->batch.number == number; });
-    return found == m_running.end() ? nullptr : found->get();
+    for (const auto &running : m_running) {
+        if (running->batch.number == number) {
+            return running.get();
+        }
+    }
+    return nullptr;
 }
 
 int FileBatches::sentOf(const QString &userId) const
@@ -168,19 +170,22 @@ void FileBatches::send(Running &running)
     const QString step = logWord(order.operation);
     const auto done = m_replies.guard(
         step, [this, number, id = file.id](const auto & /*reply*/) { onDone(number, id); });
-    const auto fail =
-        m_replies.guard(step, [this, number, id = file.id](const QString &error, int code) {
-            onFailed(number, id, error, code);
+    const RefusalNote refusal;
+    const auto fail = m_replies.guard(
+        step, [this, number, refusal, id = file.id](const QString &error, int code) {
+            onFailed(number, id, refusal, error, code);
         });
+    const OpenApiClient client = running.client.whenRefused(refusal.handler());
+    ++running.attempts[file.id];
     switch (order.operation) {
     case FileOperation::Trash:
-        m_replies.limitWait(running.client.trash(file.id, done, fail));
+        m_replies.limitWait(client.trash(file.id, done, fail));
         return;
     case FileOperation::Delete:
-        m_replies.limitWait(running.client.remove(file.id, done, fail));
+        m_replies.limitWait(client.remove(file.id, done, fail));
         return;
     case FileOperation::Move:
-        m_replies.limitWait(running.client.move(file.id, order.targetFolderId, done, fail));
+        m_replies.limitWait(client.move(file.id, order.targetFolderId, done, fail));
         return;
     }
 }
@@ -198,18 +203,24 @@ void FileBatches::onDone(int number, const QString &fileId)
     goOn(number);
 }
 
-void FileBatches::onFailed(int number, const QString &fileId, const QString &error, int code)
+void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote &refusal,
+                           const QString &error, int code)
 {
     Running *running = find(number);
     if (!running || !running->sent.contains(fileId)) {
         return;
     }
     FileBatch &batch = running->batch;
+    if (!batch.cancelled && refusal.asksToWait(running->attempts.value(fileId))) {
+        running->queue.prepend(running->sent.take(fileId));
+        sendNext();
+        return;
+    }
     const FileOperation operation = batch.order.operation;
     logFailure(logWord(operation), code, error);
     batch.failed << takeAnswered(*running, fileId);
     batch.needsListing = batch.needsListing || leavesOpenWhatIsTrue(code);
-    showSingleToast(failureText(operation, code));
+    showSingleToast(failureText(operation, code, refusal));
     goOn(number);
 }
 
@@ -230,13 +241,13 @@ void FileBatches::goOn(int number)
 
 void FileBatches::finishWhenAnswered(int number)
 {
-    const auto found =
-        std::find_if(m_running.begin(), m_running.end(),
-                     [number](const auto &running) { return running->batch.number == number; });
-    if (found == m_running.end() || !(*found)->queue.isEmpty() || !(*found)->sent.isEmpty()) {
+    const Running *running = find(number);
+    if (!running || !running->queue.isEmpty() || !running->sent.isEmpty()) {
         return;
     }
-    const FileBatch batch = (*found)->batch;
-    m_running.erase(found);
+    const FileBatch batch = running->batch;
+    m_running.erase(std::remove_if(m_running.begin(), m_running.end(),
+                                   [running](const auto &other) { return other.get() == running; }),
+                    m_running.end());
     emit finished(batch);
 }

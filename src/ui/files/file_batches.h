@@ -11,6 +11,8 @@
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
 
+class RefusalNote;
+
 enum class FileOperation { Trash, Delete, Move };
 
 struct BatchFile
@@ -37,6 +39,7 @@ struct FileBatch
     int done = 0;
     QList<BatchFile> failed;
     int skipped = 0;           // never sent, since the batch was cancelled before
+    bool cancelled = false;    // sends nothing more
     bool needsListing = false; // for some file no answer says what is true in the drive now
 
     [[nodiscard]] int total() const { return order.files.size(); }
@@ -89,7 +92,8 @@ private:
     void sendNext();
     void send(Running &running);
     void onDone(int number, const QString &fileId);
-    void onFailed(int number, const QString &fileId, const QString &error, int code);
+    void onFailed(int number, const QString &fileId, const RefusalNote &refusal,
+                  const QString &error, int code);
     BatchFile takeAnswered(Running &running, const QString &fileId);
     void goOn(int number);
     void finishWhenAnswered(int number);

@@ -3,13 +3,15 @@
 #include <utility>
 
 #include <QPushButton>
-#include <QTextDocument>
 #include <QTreeWidgetItemIterator>
 
 #include "api/records/file_records.h"
 #include "db/tables/user_info.h"
+#include "net/http_client.h"
 #include "net/log_failure.h"
 #include "ui/files/file_kinds.h"
+#include "ui/files/refusal_note.h"
+#include "ui/widgets/name_text.h"
 #include "ui/widgets/questions.h"
 #include "ui/widgets/single_toast.h"
 #include "ui/widgets/waiting_spinner_widget.h"
@@ -82,21 +84,34 @@ void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
     }
     folder->setData(0, ListedRole, true);
     qDeleteAll(folder->takeChildren()); // what came before a page failed
-    requestChildren(folder->data(0, FolderIdRole).toString(), QString());
+    const QString folderId = folder->data(0, FolderIdRole).toString();
+    m_usedMarkers.remove(folderId);
+    requestChildren(folderId, QString(), 1);
 }
 
-void FileTreeDialog::requestChildren(const QString &folderId, const QString &marker)
+void FileTreeDialog::requestChildren(const QString &folderId, const QString &marker, int attempt)
 {
     countLoading(1);
     const QString step = QStringLiteral("getFileList");
-    const auto done = m_replies.guard(
-        step, [this, folderId](const FileItems &children) { onChildren(folderId, children); });
-    const auto failed =
-        m_replies.guard(step, [this, step, folderId](const QString &error, int code) {
-            logFailure(step, code, error);
-            onListFailed(folderId);
+    const RefusalNote refusal;
+    const auto done = m_replies.guard(step, [this, folderId, refusal](const FileItems &children) {
+        if (refusal.saysNotJson()) {
+            onListFailed(folderId, QStringLiteral("no JSON"), HttpClient::LocalFailure);
+        } else {
+            onChildren(folderId, children);
+        }
+    });
+    const auto failed = m_replies.guard(
+        step, [this, folderId, marker, refusal, attempt](const QString &error, int code) {
+            if (refusal.asksToWait(attempt)) {
+                countLoading(-1);
+                requestChildren(folderId, marker, attempt + 1);
+            } else {
+                onListFailed(folderId, error, code);
+            }
         });
-    m_replies.limitWait(m_client.listFoldersPaged(folderId, marker, done, failed));
+    m_replies.limitWait(
+        m_client.whenRefused(refusal.handler()).listFoldersPaged(folderId, marker, done, failed));
 }
 
 void FileTreeDialog::countLoading(int change)
@@ -121,15 +136,19 @@ void FileTreeDialog::onChildren(const QString &folderId, const FileItems &childr
             addItem(folder, child.name, child.file_id);
         }
     }
-    if (!children.next_marker.isEmpty()) {
-        requestChildren(folderId, children.next_marker);
+    const QString &marker = children.next_marker;
+    // A drive that names a marker again would go round and round.
+    if (!marker.isEmpty() && !m_usedMarkers[folderId].contains(marker)) {
+        m_usedMarkers[folderId].insert(marker);
+        requestChildren(folderId, marker, 1);
     } else if (folder->childCount() == 0) {
         folder->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicator);
     }
 }
 
-void FileTreeDialog::onListFailed(const QString &folderId)
+void FileTreeDialog::onListFailed(const QString &folderId, const QString &error, int code)
 {
+    logFailure(QStringLiteral("getFileList"), code, error);
     countLoading(-1);
     showSingleToast(QStringLiteral("文件夹加载失败"));
     // Closed and unlisted, so that opening it once more asks again.
@@ -152,10 +171,9 @@ QTreeWidgetItem *FileTreeDialog::itemOf(const QString &folderId) const
 QTreeWidgetItem *FileTreeDialog::addItem(QTreeWidgetItem *parent, const QString &name,
                                          const QString &folderId)
 {
-    auto *item = new QTreeWidgetItem(parent, {name});
+    auto *item = new QTreeWidgetItem(parent, {visibleName(name)});
     item->setIcon(0, iconOf(FileKind::Folder));
-    // As rich text a name with tags in it would be rendered instead of shown.
-    item->setToolTip(0, Qt::convertFromPlainText(name, Qt::WhiteSpaceNormal));
+    item->setToolTip(0, nameTip(name));
     item->setData(0, FolderIdRole, folderId);
     item->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
     item->setDisabled(m_excludedIds.contains(folderId));

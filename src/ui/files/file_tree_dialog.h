@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <QHash>
+#include <QSet>
 #include <QStringList>
 
 #include "api/session/open_api_client.h"
@@ -41,9 +43,9 @@ private:
     void listChildren(QTreeWidgetItem *folder);
     void countLoading(int change);
     // The page of children from the marker on, then those after it.
-    void requestChildren(const QString &folderId, const QString &marker);
+    void requestChildren(const QString &folderId, const QString &marker, int attempt);
     void onChildren(const QString &folderId, const FileItems &children);
-    void onListFailed(const QString &folderId);
+    void onListFailed(const QString &folderId, const QString &error, int code);
     void onSelectionChanged();
     [[nodiscard]] QTreeWidgetItem *itemOf(const QString &folderId) const;
     QTreeWidgetItem *addItem(QTreeWidgetItem *parent, const QString &name, const QString &folderId);
@@ -52,6 +54,7 @@ private:
     const OpenApiClient m_client;
     const QStringList m_excludedIds;
     WaitingSpinnerWidget *m_spinner = nullptr;
-    int m_loading = 0; // listings that are awaited
+    int m_loading = 0;                           // listings that are awaited
+    QHash<QString, QSet<QString>> m_usedMarkers; // by folder id
     ReplyGuard m_replies;
 };

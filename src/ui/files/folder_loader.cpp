@@ -1,6 +1,8 @@
 #include "ui/files/folder_loader.h"
 
+#include "net/http_client.h"
 #include "net/log_failure.h"
+#include "ui/files/refusal_note.h"
 
 FolderLoader::FolderLoader(const UserInfo &user, QObject *parent) : QObject(parent), m_client(user)
 {
@@ -12,20 +14,39 @@ bool FolderLoader::load(const FolderRequest &request)
         return false;
     }
     m_loading = true;
+    send(request, 1);
+    return true;
+}
+
+void FolderLoader::send(const FolderRequest &request, int attempt)
+{
     const QString step = QStringLiteral("getFileList");
-    const auto done = m_replies.guard(step, [this, request](const FileItems &page) {
+    const RefusalNote refusal;
+    const auto done = m_replies.guard(step, [this, request, refusal](const FileItems &page) {
+        if (refusal.saysNotJson()) {
+            onFailed(QStringLiteral("no JSON"), HttpClient::LocalFailure);
+            return;
+        }
         m_loading = false;
         emit pageLoaded(request, page);
     });
     const auto failed =
-        m_replies.guard(step, [this, step, request](const QString &error, int code) {
-            logFailure(step, code, error);
-            m_loading = false;
-            emit loadFailed(request);
+        m_replies.guard(step, [this, request, refusal, attempt](const QString &error, int code) {
+            if (refusal.asksToWait(attempt)) {
+                send(request, attempt + 1);
+            } else {
+                onFailed(error, code);
+            }
         });
-    m_replies.limitWait(
-        m_client.listFiles(request.folderId, PageSize, request.marker, done, failed));
-    return true;
+    m_replies.limitWait(m_client.whenRefused(refusal.handler())
+                            .listFiles(request.folderId, PageSize, request.marker, done, failed));
+}
+
+void FolderLoader::onFailed(const QString &error, int code)
+{
+    logFailure(QStringLiteral("getFileList"), code, error);
+    m_loading = false;
+    emit loadFailed();
 }
 
 void FolderLoader::abandon()

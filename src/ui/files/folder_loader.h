@@ -12,7 +12,6 @@ struct FolderRequest
     QString folderId;
     QString marker; // where the page before ended; empty for the first page
     QString order;  // the settings' order at the time, kept with the page
-    bool append = false;
 };
 
 // Asks the drive for a folder's pages, one request at a time. A folder that is left while its
@@ -29,7 +28,8 @@ public:
 
     [[nodiscard]] bool isLoading() const { return m_loading; }
 
-    // Refused, with false, while a page is under way. What the drive does not answer fails in time.
+    // Refused, with false, while a page is under way. What the drive does not answer fails in time,
+    // and so does an answer that is no list: it must not look like an empty folder.
     bool load(const FolderRequest &request);
     // Ends the request under way; nothing is told of it.
     void abandon();
@@ -37,9 +37,12 @@ public:
 signals:
     // The loading flag is already cleared when these two arrive.
     void pageLoaded(const FolderRequest &request, const FileItems &page);
-    void loadFailed(const FolderRequest &request);
+    void loadFailed();
 
 private:
+    void send(const FolderRequest &request, int attempt);
+    void onFailed(const QString &error, int code);
+
     OpenApiClient m_client;
     bool m_loading = false;
     ReplyGuard m_replies;
