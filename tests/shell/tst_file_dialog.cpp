@@ -1,6 +1,7 @@
 #include <QBuffer>
 #include <QCheckBox>
 #include <QHeaderView>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTabBar>
@@ -12,6 +13,7 @@
 #include "login/qr_login_dlg.h"
 #include "support/fault_on.h"
 #include "support/test_main.h"
+#include "ui/files/file_batches.h"
 #include "ui/shell/file_dialog.h"
 
 namespace {
@@ -207,11 +209,40 @@ private slots:
         AppSettings().setCurUserId(m_ming.userId.value());
         const FileDialog dialog;
         const QSignalSpy switched(&dialog, &FileDialog::userSwitched);
+        const QSignalSpy status(&dialog, &FileDialog::listStatusChanged);
         press(dialog, 0, "btnUserLogout");
+        QCOMPARE(status.last().first().toString(), dialog.listStatus());
         QCOMPARE(tabTexts(dialog), QStringList{Red});
         QCOMPARE(AppSettings().curUserId(), second.userId.value());
         QCOMPARE(switched.size(), 1);
         QCOMPARE(switched.first().first().toString(), Red);
+    }
+
+    void loggingOutAsksWhileABatchRuns_data()
+    {
+        QTest::addColumn<bool>("leaves");
+        QTest::newRow("yes") << true;
+        QTest::newRow("no") << false;
+    }
+    void loggingOutAsksWhileABatchRuns()
+    {
+        QFETCH(bool, leaves);
+        logInAs(*m_drive, Red, 1);
+        m_drive->server().addFault(FaultOn("trash").holds());
+        FileBatches batches;
+        const FileDialog dialog(&batches);
+        BatchOrder order;
+        order.user = m_ming;
+        order.files = {{"f1", "f1"}};
+        batches.start(order);
+        whenModal([leaves](QWidget *modal) {
+            auto *box = qobject_cast<QMessageBox *>(modal);
+            QVERIFY(box->text().startsWith("还有 1 个文件"));
+            box->button(leaves ? QMessageBox::Yes : QMessageBox::No)->click();
+        });
+        press(dialog, 0, "btnUserLogout");
+        QCOMPARE(tabTexts(dialog).contains(Ming), !leaves);
+        m_drive->server().clearFaults();
     }
 
     void aNewLoginMakesTheTabsAnew()

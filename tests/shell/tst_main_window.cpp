@@ -39,6 +39,11 @@ void choose(const MainWindow &window, int row)
                       list->visualRect(list->model()->index(row, 0)).center());
 }
 
+QString spokenName(QWidget *widget)
+{
+    return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+}
+
 QString status(const MainWindow &window)
 {
     return window.statusBar()->findChild<QLabel *>()->text();
@@ -136,7 +141,11 @@ private slots:
         auto *users = window.findChild<QTabWidget *>("userTab");
         auto *other = qobject_cast<CloudFileDialog *>(users->widget(1));
         QTRY_COMPARE(other->diskSpace(), QString("2.00 KB / 1.00 TB"));
+        watch("f1");
+        choose(window, 1);
+        QCOMPARE(historyTable(window)->rowCount(), 1);
         QTest::keyClick(users->tabBar(), Qt::Key_Right);
+        QCOMPARE(historyTable(window)->rowCount(), 0);
         QCOMPARE(window.windowTitle(), QString("青柚云盘[小红]"));
         QCOMPARE(status(window), QString("2.00 KB / 1.00 TB"));
         users->widget(1)->findChild<QPushButton *>("btnUserLogout")->click();
@@ -172,14 +181,16 @@ private slots:
             navigation(window)->setFocus();
             stack(window)->setCurrentIndex(page);
         }
+        for (QAbstractButton *button : window.findChildren<QAbstractButton *>()) {
+            QVERIFY2(!spokenName(button).isEmpty(), qPrintable(button->objectName()));
+        }
         for (const bool forward : {true, false}) {
             QStringList stops;
             const QWidget *start = QApplication::focusWidget();
             do {
                 QWidget *stop = QApplication::focusWidget();
                 stops << stop->objectName();
-                const auto *spoken = QAccessible::queryAccessibleInterface(stop);
-                QVERIFY2(!spoken->text(QAccessible::Name).isEmpty(), qPrintable(stops.last()));
+                QVERIFY2(!spokenName(stop).isEmpty(), qPrintable(stops.last()));
                 QTest::keyClick(stop, forward ? Qt::Key_Tab : Qt::Key_Backtab);
             } while (QApplication::focusWidget() != start && stops.size() < 30);
             if (!forward) {
@@ -189,6 +200,23 @@ private slots:
         }
     }
 
+    void saysWhatIsSeen()
+    {
+        m_drive->server().makeFile("第1集.mkv", "");
+        AppSettings().setVideoQuality("HD");
+        const MainWindow window;
+        auto *table = window.findChild<FileTable *>();
+        QTRY_COMPARE(table->rowCount(), 1);
+        const auto *rows = QAccessible::queryAccessibleInterface(table)->tableInterface();
+        QCOMPARE(rows->cellAt(0, 0)->text(QAccessible::Name), QString("第1集.mkv，视频"));
+        QStringList names;
+        for (const char *name :
+             {"countLabel", "btnVideoQuality", "btnUserLogout", "fileTypeList"}) {
+            names << spokenName(window.findChild<QWidget *>(name));
+        }
+        QCOMPARE(names.join(' '), QString("1项 视频清晰度：高清720p 退出登录 文件类型"));
+    }
+
     void asksBeforeABatchIsLeft_data()
     {
         QTest::addColumn<QString>("answer");
@@ -196,6 +224,7 @@ private slots:
         QTest::addColumn<bool>("closesAtTheEnd");
         QTest::addColumn<int>("left");
         QTest::newRow("wait") << "处理完再退出(&W)" << false << true << 0;
+        QTest::newRow("wait for what fails") << "处理完再退出(&W)" << false << false << 0;
         QTest::newRow("stop") << "就此停止(&S)" << true << true << 2;
         QTest::newRow("go on") << "取消" << false << false << 0;
     }
@@ -224,6 +253,9 @@ private slots:
         });
         window->close();
         QTEST(!window->isVisible(), "closesAtOnce");
+        if (QString(QTest::currentDataTag()).contains("fails")) {
+            QFile::remove(text(m_drive->server().rootPath()) + "/6");
+        }
         if (left > 0) {
             window.reset();
         }

@@ -12,6 +12,7 @@
 #include "ui/files/file_batches.h"
 #include "ui/shell/avatar_loader.h"
 #include "ui/shell/trans_dialog.h"
+#include "ui/widgets/questions.h"
 #include "ui_file_dialog.h"
 
 namespace {
@@ -58,9 +59,10 @@ void FileDialog::rebuild()
     if (selected >= 0) {
         qDebug() << "init select tab:" << selected;
         m_ui->userTab->setCurrentIndex(selected);
-        makeCurrent(selected);
+        makeUserCurrent(selected);
         emit userSwitched(m_nickname, QString());
     }
+    emit listStatusChanged(listStatus());
     // Once, however often the tabs are made anew.
     connect(m_ui->userTab, &QTabWidget::tabBarClicked, this, &FileDialog::onTabClicked,
             Qt::UniqueConnection);
@@ -68,7 +70,7 @@ void FileDialog::rebuild()
 
 void FileDialog::removeTab(int index)
 {
-    // A user whom another process logged out has no place among the stored ones.
+    // There is none for a user who is no longer stored: another process has logged them out.
     QWidget *page = m_ui->userTab->widget(index);
     if (!page) {
         return;
@@ -116,7 +118,7 @@ void FileDialog::loadAvatar(const UserInfo &user, CloudFileDialog *page)
     loader->load(user.avatar.value());
 }
 
-void FileDialog::makeCurrent(int index)
+void FileDialog::makeUserCurrent(int index)
 {
     Session::instance().setCurrentUser(m_users.at(index));
     m_nickname = m_users.at(index).nickname.value();
@@ -129,7 +131,7 @@ void FileDialog::onTabClicked(int index)
     }
     const UserInfo &user = m_users.at(index);
     qDebug() << "user Switch to:" << user.nickname.value() << ": " << user.userId.value();
-    makeCurrent(index);
+    makeUserCurrent(index);
     // Any button's click comes here, but only the left one's turns to the tab.
     m_ui->userTab->setCurrentIndex(index);
     emit userSwitched(m_nickname, pageAt(index)->diskSpace());
@@ -166,6 +168,7 @@ void FileDialog::relogin()
     }
     m_nickname.clear();
     emit userSwitched(m_nickname, QString());
+    emit listStatusChanged(QString());
     QRLoginDlg dialog;
     dialog.setQuitOnCancel(true);
     if (dialog.exec() == QDialog::Accepted) {
@@ -187,6 +190,7 @@ void FileDialog::logInAnother(CloudFileDialog *page)
     if (dialog.exec() != QDialog::Accepted) {
         // An account that was refused has been made the current one, while nobody sees its page.
         Session::instance().setCurrentUser(earlier);
+        emit userSwitched(m_nickname, page->diskSpace());
         return;
     }
     UserInfo user;
@@ -195,9 +199,21 @@ void FileDialog::logInAnother(CloudFileDialog *page)
     emit page->userChangedFromCloudDisk(1, pos, pos, user.nickname.value());
 }
 
+bool FileDialog::mayStopBatches(const QString &userId)
+{
+    const int files = m_batches->remaining(userId);
+    return files == 0 ||
+           askYesNo(this, QStringLiteral("退出登录"),
+                    QStringLiteral("还有 %1 个文件没有处理完，退出登录后不再处理。要退出吗?")
+                        .arg(files));
+}
+
 void FileDialog::logOut(CloudFileDialog *page)
 {
     const QString userId = page->userId();
+    if (!mayStopBatches(userId)) {
+        return;
+    }
     UserInfo user;
     loadUserInfo(userId, user);
     const int pos = storedPlaceOf(userId);

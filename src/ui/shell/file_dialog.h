@@ -52,9 +52,11 @@ private:
     void rebuild();
     void removeTab(int index);
     void addTab(const UserInfo &user);
-    void makeCurrent(int index);
+    void makeUserCurrent(int index);
     void relogin();
     void logInAnother(CloudFileDialog *page);
+    // False: the user stays logged in for the sake of the files that are under way.
+    bool mayStopBatches(const QString &userId);
     void logOut(CloudFileDialog *page);
     void connectAccounts(CloudFileDialog *page);
     void onTabClicked(int index);

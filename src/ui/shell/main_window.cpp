@@ -92,7 +92,6 @@ void MainWindow::fillNavigation()
     m_ui->navListView->setModel(&m_navigation);
     m_ui->navListView->setItemDelegate(new MuItemDelegate(m_ui->navListView));
     m_ui->navListView->setCurrentIndex(m_navigation.index(0, 0));
-    m_ui->navListView->viewport()->installEventFilter(this);
     connect(m_ui->navListView->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &MainWindow::onNavigated);
     // Enter does what a click does.
@@ -166,6 +165,7 @@ void MainWindow::onUserSwitched(const QString &nickname, const QString &spaceInf
 {
     showTitle(nickname);
     setStatusbarInfo(spaceInfo);
+    m_historyPage->loadHistory();
 }
 
 void MainWindow::showTitle(const QString &nickname)
@@ -183,11 +183,7 @@ void MainWindow::on_navListView_clicked(const QModelIndex &index)
 
 void MainWindow::onNavigated(const QModelIndex &current)
 {
-    if (m_navigatesByMouse) {
-        m_ui->pageStack->setCurrentIndex(current.row());
-    } else {
-        on_navListView_clicked(current);
-    }
+    on_navListView_clicked(current);
 }
 
 void MainWindow::onPageTurned(int index)
@@ -211,13 +207,6 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     }
     if (watched == m_ui->pageStack && event->type() == QEvent::FocusIn) {
         m_filePage->focusList();
-    }
-    if (watched == m_ui->navListView->viewport()) {
-        if (event->type() == QEvent::MouseButtonPress) {
-            m_navigatesByMouse = true;
-        } else if (event->type() == QEvent::MouseButtonRelease) {
-            m_navigatesByMouse = false;
-        }
     }
     return QMainWindow::eventFilter(watched, event);
 }
@@ -253,14 +242,17 @@ bool MainWindow::mayStopBatches()
                   {QStringLiteral("处理完再退出(&W)"), QStringLiteral("就此停止(&S)")});
     m_closesAfterBatches = choice == 0;
     // They may have ended while the user thought.
-    return choice == 1 || (choice == 0 && !m_batches.hasPending());
+    return choice == 1 || (choice == 0 && !m_batches.hasPending() && !m_batchStatus->hasFailures());
 }
 
-void MainWindow::onBatchFinished(const FileBatch &batch)
+void MainWindow::onBatchFinished()
 {
-    // What failed is there to be seen.
-    m_closesAfterBatches = m_closesAfterBatches && batch.failed.isEmpty();
-    if (m_closesAfterBatches && !m_batches.hasPending()) {
+    if (!m_closesAfterBatches || m_batches.hasPending()) {
+        return;
+    }
+    m_closesAfterBatches = false;
+    // What failed is seen before the window goes.
+    if (!m_batchStatus->hasFailures()) {
         close();
     }
 }

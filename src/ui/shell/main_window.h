@@ -58,7 +58,7 @@ private:
     void onUserSwitched(const QString &nickname, const QString &spaceInfo);
     void onNavigated(const QModelIndex &current);
     void onPageTurned(int index);
-    void onBatchFinished(const FileBatch &batch);
+    void onBatchFinished();
     void showListStatus();
     // False: the user goes on with what is under way.
     bool mayStopBatches();
@@ -68,7 +68,6 @@ private:
     FileBatches m_batches;
     QStandardItemModel m_navigation;
     const std::unique_ptr<Ui::MainWindow> m_ui;
-    bool m_navigatesByMouse = false; // the click of a press on the navigation is still to come
     bool m_closesAfterBatches = false;
     bool m_dragging = false;
     QPoint m_dragOffset; // the mouse's global position less the window's, at the press
