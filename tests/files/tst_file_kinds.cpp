@@ -26,8 +26,8 @@ private slots:
                                              << ""
                                              << ""
                                              << "文件夹" << false;
-        row("a video by its name", "a.mkv", "", "", "视频", true);
-        row("capital letters", "A.MP4", "", "", "视频", true);
+        row("a video by its name", "a.mkv", "", "", "视频", false);
+        row("capital letters", "A.MP4", "", "", "视频", false);
         row("the drive's extension wins", "a.txt", "", "mp3", "音频", false);
         row("the extension wins over the category", "a.zip", "doc", "", "压缩包", false);
         row("an unknown extension follows the category", "a.weird", "image", "", "weird File",

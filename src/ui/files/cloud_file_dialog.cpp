@@ -3,7 +3,6 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QScrollBar>
-#include <QShortcut>
 #include <QSignalBlocker>
 #include <QStyledItemDelegate>
 
@@ -17,6 +16,7 @@
 #include "ui/files/file_browser.h"
 #include "ui/files/file_table.h"
 #include "ui/files/quality_menu.h"
+#include "ui/widgets/shortcuts.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 #include "ui_cloud_file_dialog.h"
 
@@ -108,12 +108,7 @@ void CloudFileDialog::setUpActions(FileBatches *batches)
 void CloudFileDialog::setUpShortcuts()
 {
     const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
-                            auto action) {
-        auto *shortcut = new QShortcut(keys, place);
-        shortcut->setContext(context);
-        shortcut->setAutoRepeat(false); // a key that is held means one file, one folder, one reload
-        connect(shortcut, &QShortcut::activated, this, action);
-    };
+                            auto action) { addShortcut(keys, place, context, this, action); };
     const auto openCurrent = [this] { openRow(m_ui->fileList->currentRow()); };
     const auto openPath = [this] { goTo(m_ui->pathNavList->currentIndex().row()); };
     const auto search = [this] {
@@ -381,8 +376,7 @@ void CloudFileDialog::onFolderCreated(const QString &fileId)
 void CloudFileDialog::onFileDone(const FileBatch &batch, const BatchFile &file)
 {
     if (batch.order.user.userId.value() == userId()) {
-        m_browser->removeFile(file.id);
-        m_browser->forget(batch.order.targetFolderId);
+        m_browser->removeFile(file.id, batch.order.targetFolderId);
     }
 }
 
@@ -392,9 +386,9 @@ void CloudFileDialog::onBatchFinished(const FileBatch &batch)
     if (order.user.userId.value() != userId()) {
         return;
     }
+    m_browser->forget(order.targetFolderId);
     if (batch.needsListing) {
         m_browser->forget(order.sourceFolderId);
-        m_browser->forget(order.targetFolderId);
     }
     const QString shown = m_browser->folderId();
     if (shown == order.targetFolderId || (batch.needsListing && shown == order.sourceFolderId)) {
@@ -424,10 +418,8 @@ void CloudFileDialog::onDiskSpace(const SpaceInfo &space)
     const SpaceInfoItem &drive = space.personal_space_info;
     m_diskSpace = formatSize(QString::number(drive.used_size)) + QStringLiteral(" / ") +
                   formatSize(QString::number(drive.total_size));
-    // Behind another tab. The settings do not say which one is shown: processes share them.
-    if (parentWidget() && isHidden()) {
-        return;
+    if (AppSettings().curUserId() == userId()) {
+        QString info = m_diskSpace;
+        emit refreshDiskSpace(info);
     }
-    QString info = m_diskSpace;
-    emit refreshDiskSpace(info);
 }

@@ -7,11 +7,11 @@
 #include "api/records/file_records.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
-#include "ui/files/failure_texts.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_browser.h"
 #include "ui/files/file_table.h"
 #include "ui/files/file_tree_dialog.h"
+#include "ui/files/refusal_note.h"
 #include "ui/widgets/custom_pop_up_menu.h"
 #include "ui/widgets/questions.h"
 #include "ui/widgets/single_toast.h"
@@ -24,7 +24,12 @@ FileItem renamed(FileItem file, const QString &name, const FileUpdateResp &reply
 {
     file.name = reply.name.isEmpty() ? name : reply.name;
     file.file_extension = reply.file_extension;
-    file.category = reply.category;
+    if (!reply.category.isEmpty()) {
+        file.category = reply.category;
+    }
+    if (reply.updated_at.isValid()) {
+        file.updated_at = reply.updated_at.toUTC().toString(Qt::ISODateWithMs);
+    }
     return file;
 }
 
@@ -106,25 +111,30 @@ void FileActions::createFolder()
     const std::optional<QString> name =
         askText(m_page, QStringLiteral("新建文件夹"), QStringLiteral("请输入新文件夹名称"),
                 QStringLiteral("新建文件夹"));
-    if (name && !name->trimmed().isEmpty()) {
-        sendNewFolder(parentId, name->trimmed());
+    if (name && !name->isEmpty()) {
+        sendNewFolder(parentId, *name);
     }
 }
 
 void FileActions::sendNewFolder(const QString &parentId, const QString &name)
 {
     const QString step = QStringLiteral("createFolder");
-    const auto done = m_replies.guard(step, [this, parentId](const CreateFileResp &folder) {
-        if (folder.file_id.isEmpty()) {
-            onCreateFailed(parentId, QStringLiteral("no file_id"), HttpClient::LocalFailure);
-        } else {
-            onFolderCreated(parentId, folder.file_id);
-        }
-    });
-    const auto failed = m_replies.guard(step, [this, parentId](const QString &error, int code) {
-        onCreateFailed(parentId, error, code);
-    });
-    m_replies.limitWait(m_client.createFolder(parentId, name, done, failed));
+    const RefusalNote refusal;
+    const auto done =
+        m_replies.guard(step, [this, parentId, refusal](const CreateFileResp &folder) {
+            if (folder.file_id.isEmpty()) {
+                onCreateFailed(parentId, refusal, QStringLiteral("no file_id"),
+                               HttpClient::LocalFailure);
+            } else {
+                onFolderCreated(parentId, folder.file_id);
+            }
+        });
+    const auto failed =
+        m_replies.guard(step, [this, parentId, refusal](const QString &error, int code) {
+            onCreateFailed(parentId, refusal, error, code);
+        });
+    m_replies.limitWait(
+        m_client.whenRefused(refusal.handler()).createFolder(parentId, name, done, failed));
 }
 
 void FileActions::onFolderCreated(const QString &parentId, const QString &fileId)
@@ -136,16 +146,17 @@ void FileActions::onFolderCreated(const QString &parentId, const QString &fileId
     }
 }
 
-void FileActions::onCreateFailed(const QString &parentId, const QString &error, int code)
+void FileActions::onCreateFailed(const QString &parentId, const RefusalNote &refusal,
+                                 const QString &error, int code)
 {
     logFailure(QStringLiteral("createFolder"), code, error);
-    showSingleToast(withReason(QStringLiteral("新建文件夹失败"), code));
+    showSingleToast(withReason(QStringLiteral("新建文件夹失败"), code, refusal.refusal()));
     if (code == HttpClient::LocalFailure || leavesOpenWhatIsTrue(code)) {
-        doubt(parentId);
+        listAnew(parentId);
     }
 }
 
-void FileActions::doubt(const QString &folderId)
+void FileActions::listAnew(const QString &folderId)
 {
     m_browser->forget(folderId);
     if (m_browser->folderId() == folderId) {
@@ -171,7 +182,7 @@ void FileActions::sendName(int row)
         return;
     }
     const FileItem file = *known;
-    const QString name = m_table->item(row, FileTable::NameColumn)->text().trimmed();
+    const QString name = m_table->item(row, FileTable::NameColumn)->text();
     if (name.isEmpty() || name == file.name) {
         m_table->updateFile(file);
         return;
@@ -180,23 +191,26 @@ void FileActions::sendName(int row)
     const auto done = m_replies.guard(step, [this, file, name](const FileUpdateResp &reply) {
         m_browser->updateFile(renamed(file, name, reply));
     });
+    const RefusalNote refusal;
     const auto failed =
-        m_replies.guard(step, [this, step, id = file.file_id,
+        m_replies.guard(step, [this, refusal, id = file.file_id,
                                folderId = m_browser->folderId()](const QString &error, int code) {
-            logFailure(step, code, error);
-            onRenameFailed(id, folderId, code);
+            onRenameFailed(id, folderId, refusal, error, code);
         });
-    m_replies.limitWait(m_client.rename(file.file_id, name, done, failed));
+    m_replies.limitWait(
+        m_client.whenRefused(refusal.handler()).rename(file.file_id, name, done, failed));
 }
 
-void FileActions::onRenameFailed(const QString &fileId, const QString &folderId, int code)
+void FileActions::onRenameFailed(const QString &fileId, const QString &folderId,
+                                 const RefusalNote &refusal, const QString &error, int code)
 {
-    showSingleToast(withReason(QStringLiteral("重命名失败"), code));
+    logFailure(QStringLiteral("fileUpdate"), code, error);
+    showSingleToast(withReason(QStringLiteral("重命名失败"), code, refusal.refusal()));
     if (const FileItem *known = m_browser->file(fileId)) {
         m_table->updateFile(*known);
     }
     if (leavesOpenWhatIsTrue(code)) {
-        doubt(folderId);
+        listAnew(folderId);
     }
 }
 
@@ -207,10 +221,8 @@ BatchOrder FileActions::orderForSelection(FileOperation operation) const
     order.user = m_user;
     order.operation = operation;
     order.sourceFolderId = m_browser->folderId();
-    for (const QString &fileId : m_table->selectedFileIds()) {
-        if (const FileItem *file = m_browser->file(fileId)) {
-            order.files.append({fileId, file->name});
-        }
+    for (const FileItem &file : m_browser->files(m_table->selectedFileIds())) {
+        order.files.append({file.file_id, file.name});
     }
     return order;
 }
@@ -237,10 +249,9 @@ void FileActions::moveSelected()
         return;
     }
     order.targetFolderId = dialog.selectedFolderId();
-    const bool goesElsewhere = !order.targetFolderId.isEmpty() &&
-                               order.targetFolderId != order.sourceFolderId &&
-                               !fileIds.contains(order.targetFolderId);
-    if (goesElsewhere) {
+    if (order.targetFolderId == order.sourceFolderId) {
+        showSingleToast(QStringLiteral("文件已在所选文件夹中"));
+    } else if (!order.targetFolderId.isEmpty() && !fileIds.contains(order.targetFolderId)) {
         start(order);
     }
 }
@@ -272,7 +283,7 @@ void FileActions::copyLink()
 
 void FileActions::onLinkFailed(const QString &error, int code)
 {
-    // One wording for every failure that a list's user sees in the log.
+    // Not the operation's own word: whoever reads logs looks for this one.
     logFailure(QStringLiteral("getFileList"), code, error);
     Toast::showTip(QStringLiteral("复制下载链接失败"));
 }

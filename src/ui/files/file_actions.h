@@ -12,6 +12,7 @@ class FileBrowser;
 class FileTable;
 class QAction;
 class QMenu;
+class RefusalNote;
 struct BatchOrder;
 enum class FileOperation;
 
@@ -53,13 +54,15 @@ private:
     void updateMenu();
     void sendNewFolder(const QString &parentId, const QString &name);
     void onFolderCreated(const QString &parentId, const QString &fileId);
-    void onCreateFailed(const QString &parentId, const QString &error, int code);
-    void onRenameFailed(const QString &fileId, const QString &folderId, int code);
+    void onCreateFailed(const QString &parentId, const RefusalNote &refusal, const QString &error,
+                        int code);
+    void onRenameFailed(const QString &fileId, const QString &folderId, const RefusalNote &refusal,
+                        const QString &error, int code);
     void onLinkFailed(const QString &error, int code);
     [[nodiscard]] BatchOrder orderForSelection(FileOperation operation) const;
     void start(const BatchOrder &order);
-    // No answer says what is true in the folder now.
-    void doubt(const QString &folderId);
+    // For a folder of which no answer says what is true now.
+    void listAnew(const QString &folderId);
 
     const UserInfo m_user;
     const OpenApiClient m_client;

@@ -49,20 +49,27 @@ const FileItem *FileBrowser::file(const QString &fileId) const
     return index < 0 ? nullptr : &files.at(index);
 }
 
-QList<FileItem> FileBrowser::videos() const
+QList<FileItem> FileBrowser::files(const QStringList &fileIds) const
 {
     QHash<QString, const FileItem *> byId;
     for (const FileItem &file : m_path.last().files) {
-        if (isVideo(file)) {
-            byId.insert(file.file_id, &file);
+        byId.insert(file.file_id, &file);
+    }
+    QList<FileItem> files;
+    for (const QString &fileId : fileIds) {
+        if (const FileItem *file = byId.value(fileId)) {
+            files.append(*file);
         }
     }
-    QList<FileItem> videos;
-    for (const QString &fileId : m_table->fileIds()) {
-        if (const FileItem *video = byId.value(fileId)) {
-            videos.append(*video);
-        }
-    }
+    return files;
+}
+
+QList<FileItem> FileBrowser::videos() const
+{
+    QList<FileItem> videos = files(m_table->fileIds());
+    videos.erase(std::remove_if(videos.begin(), videos.end(),
+                                [](const FileItem &file) { return !isVideo(file); }),
+                 videos.end());
     return videos;
 }
 
@@ -152,7 +159,6 @@ void FileBrowser::request(bool append)
     const PathItem &folder = m_path.last();
     FolderRequest request;
     request.folderId = folder.fileId;
-    request.append = append;
     request.order = listOrder();
     // A marker of another order would skip entries: go through the pages again from the first.
     if (append && request.order == folder.order) {
@@ -181,8 +187,7 @@ void FileBrowser::followView()
 void FileBrowser::onPageLoaded(const FolderRequest &request, const FileItems &page)
 {
     const QList<FileItem> files = upToDate(page.items);
-    const bool goesOn = page.next_marker != request.marker;
-    m_path.addPage(files, goesOn ? page.next_marker : QString(), request.order);
+    m_path.addPage(files, page.next_marker, request.order);
     addFiles(files);
     findPlace();
     emit countChanged(loadedCount());
@@ -274,10 +279,14 @@ void FileBrowser::showStoredFiles()
     tellState();
 }
 
-void FileBrowser::removeFile(const QString &fileId)
+void FileBrowser::removeFile(const QString &fileId, const QString &newFolderId)
 {
+    m_path.removeFile(fileId, newFolderId);
+    m_path.forget(newFolderId);
+    if (folderId() == newFolderId) {
+        return;
+    }
     m_removedMeanwhile.insert(fileId);
-    m_path.removeFile(fileId);
     const int row = m_table->rowOf(fileId);
     if (row < 0) {
         return;

@@ -37,6 +37,8 @@ public:
 
     // The loaded entry of the folder shown; nullptr when it is not there (any more).
     [[nodiscard]] const FileItem *file(const QString &fileId) const;
+    // Those of the entries that are loaded, in the order of their ids.
+    [[nodiscard]] QList<FileItem> files(const QStringList &fileIds) const;
     // The folder's videos as far as they are loaded, in the table's order and whatever it hides.
     [[nodiscard]] QList<FileItem> videos() const;
 
@@ -54,8 +56,9 @@ public:
     // Something came into the folder: what is held of it is asked for anew when it is shown.
     void forget(const QString &folderId) { m_path.forget(folderId); }
 
-    // The file is gone from the drive: its row and records go as well.
-    void removeFile(const QString &fileId);
+    // The file is gone from where it was: its row and records go as well. The folder that it was
+    // moved into, if any, has more than what is held of it.
+    void removeFile(const QString &fileId, const QString &newFolderId);
     // The record is the drive's newest; the row follows.
     void updateFile(const FileItem &file);
 

@@ -119,9 +119,6 @@ FileKind kindOf(const FileItem &file)
 
 bool isVideo(const FileItem &file)
 {
-    if (file.category.isEmpty()) {
-        return kindOf(file) == FileKind::Video;
-    }
     return file.category == infoOf(FileKind::Video).category;
 }
 

@@ -25,7 +25,7 @@ const QVector<FileKindInfo> &fileKinds();
 // By the file's extension; by the drive's category where the extension says nothing.
 FileKind kindOf(const FileItem &file);
 
-// The drive says that it can be played as one; its extension, where the drive says nothing.
+// The drive says that it can be played as one.
 bool isVideo(const FileItem &file);
 
 // The extension in lower case without its dot: the drive's word, or the end of the name.

@@ -49,6 +49,17 @@ QDateTime timeOf(const QString &serverTime)
     return QDateTime::fromString(serverTime, Qt::ISODateWithMs);
 }
 
+// The icon says to the eye alone what an entry is.
+QString spokenName(const FileItem &file)
+{
+    return file.name + QStringLiteral("，") + typeText(file);
+}
+
+QString textOf(const QDateTime &time)
+{
+    return time.isValid() ? formatDateTime(time.toLocalTime()) : QString();
+}
+
 } // namespace
 
 FileTable::FileTable(QWidget *parent) : RowTable(parent)
@@ -93,6 +104,9 @@ void FileTable::setUpHeader()
 
 void FileTable::restoreState(const FileListState &state)
 {
+    if (state.columnSizeList.isEmpty()) {
+        return;
+    }
     const QScopedValueRollback<bool> restoring(m_restoring, true);
     for (int column = 0; column < qMin(state.columnSizeList.size(), int(ColumnCount)); ++column) {
         horizontalHeader()->resizeSection(column, state.columnSizeList.at(column));
@@ -158,19 +172,18 @@ void FileTable::fillRow(int row, const FileItem &file)
     auto *name = SortTableWidgetItem::forName(file.name);
     name->setIcon(iconOf(kind));
     name->setData(FileIdRole, file.file_id);
+    name->setData(Qt::AccessibleTextRole, spokenName(file));
     m_entries.insert(file.file_id, {name, kind});
     if (passesFilter(*name, kind)) {
         m_passing.insert(name);
     }
 
     const QDateTime updated = timeOf(file.updated_at);
-    const QString updatedText =
-        updated.isValid() ? formatDateTime(updated.toLocalTime()) : QString();
     const std::array<SortTableWidgetItem *, ColumnCount> cells{
         name,
         SortTableWidgetItem::forValue(isFolder ? QString() : formatSize(file.size),
                                       file.size.toLongLong()),
-        SortTableWidgetItem::forValue(updatedText, updated.toMSecsSinceEpoch()),
+        SortTableWidgetItem::forValue(textOf(updated), updated.toMSecsSinceEpoch()),
         SortTableWidgetItem::forName(typeText(file))};
     for (int column = 0; column < ColumnCount; ++column) {
         SortTableWidgetItem *cell = cells.at(column);
@@ -209,8 +222,13 @@ void FileTable::updateFile(const FileItem &file)
     Entry &entry = m_entries[file.file_id];
     entry.kind = kind;
     entry.nameCell->setText(file.name);
+    entry.nameCell->setData(Qt::AccessibleTextRole, spokenName(file));
     entry.nameCell->setIcon(iconOf(kind));
     item(row, TypeColumn)->setText(typeText(file));
+    const QDateTime updated = timeOf(file.updated_at);
+    item(row, UpdatedColumn)->setText(textOf(updated));
+    item(row, UpdatedColumn)
+        ->setData(SortTableWidgetItem::SortValueRole, updated.toMSecsSinceEpoch());
 }
 
 void FileTable::setFilter(const QString &text, std::optional<FileKind> kind)

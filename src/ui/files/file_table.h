@@ -36,7 +36,8 @@ public:
     // The drive's word for the order by a column.
     [[nodiscard]] static QString orderField(int column);
 
-    // Sort and widths as stored; a negative sort index and an empty width list change nothing.
+    // Sort and widths as stored. Without widths nothing is stored; a negative sort index changes
+    // no sort.
     void restoreState(const FileListState &state);
     void storeState(FileListState &state) const;
     // Only the sort; the loaded rows follow.
@@ -45,7 +46,7 @@ public:
     void setFiles(const QList<FileItem> &files);
     void appendFiles(const QList<FileItem> &files);
     void removeFile(const QString &fileId);
-    // The row shows the record from now on, name, icon and type; it stays where it is.
+    // The row shows the record from now on, name, icon, type and time; it stays where it is.
     void updateFile(const FileItem &file);
 
     // Shows the entries whose name contains the text, letter case aside, and that are of the kind.

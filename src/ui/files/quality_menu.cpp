@@ -22,6 +22,7 @@ void QualityMenu::showStored()
 {
     const QString text = qualityListText(AppSettings().videoQuality());
     m_button->setText(text);
+    m_button->setAccessibleName(QStringLiteral("视频清晰度：") + text);
     for (QAction *action : m_button->menu()->actions()) {
         action->setChecked(action->text() == text);
     }
