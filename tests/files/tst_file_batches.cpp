@@ -215,6 +215,7 @@ private slots:
             page.press("btnDelete");
         }
         const DrivePage page(m_user, m_batches.get());
+        QTRY_COMPARE(page.count(), "11项");
         m_drive->server().clearFaults();
         QTRY_VERIFY(!m_batches->hasPending());
         QTRY_COMPARE(page.count(), "0项");

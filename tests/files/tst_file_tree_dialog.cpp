@@ -74,7 +74,7 @@ private slots:
         for (int number = 1; number < folders; ++number) {
             m_drive->server().makeFolder("文件夹" + std::to_string(number));
         }
-        m_drive->server().addFault(FaultOn("/openFile/list").after(unharmed).status(500));
+        m_drive->server().addFault(FaultOn("/openFile/list").after(unharmed).times(2).status(500));
         const FileTreeDialog dialog(m_user);
         QVERIFY(isSpinning(dialog));
         QTreeWidgetItem *root = rootOf(dialog);
@@ -92,6 +92,7 @@ private slots:
         m_drive->server().addFault(
             FaultOn("/openFile/list")
                 .always()
+                .status(200)
                 .body(
                     R"({"items":[{"file_id":"f","type":"folder","name":"x\u202ey"}],"next_marker":"m"})"));
         const FileTreeDialog dialog(m_user);

@@ -59,6 +59,11 @@ private slots:
         const QStringList markers{next("a", "name"), next("b", "name"), next("a", "name"),
                                   next("a", "size")};
         QCOMPARE(markers, QStringList({"a", "b", "", "a"}));
+        int pages = 0;
+        while (!next(QString::number(pages), "size").isEmpty()) {
+            ++pages;
+        }
+        QCOMPARE(pages, 19);
     }
 
     void changesAFileInEveryFolder()

@@ -208,7 +208,10 @@ private slots:
         dialog.loadHistory();
         QCOMPARE(tableOf(dialog)->currentRow(), 2);
         // Held, and elsewhere: one record.
-        QTest::keyClick(dialog.findChild<QPushButton *>("btnRefresh"), Qt::Key_Delete);
+        dialog.findChild<QPushButton *>("btnRefresh")->setFocus();
+        QTest::keyClick(&dialog, Qt::Key_Delete);
+        QCOMPARE(tableOf(dialog)->rowCount(), 3);
+        tableOf(dialog)->setFocus();
         for (const bool repeats : {false, true, true}) {
             QTest::simulateEvent(tableOf(dialog), true, Qt::Key_Delete, Qt::NoModifier, QString(),
                                  repeats);

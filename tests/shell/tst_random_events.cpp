@@ -315,8 +315,7 @@ private:
         case 2:
             return fault.cuts();
         case 3:
-            // Once only: a list without its JSON looks like an empty folder.
-            return times == 1 ? fault.wire(localdrive::Break::BrokenJson) : fault.status(503);
+            return fault.wire(localdrive::Break::BrokenJson);
         default:
             return fault.delay(random(300));
         }

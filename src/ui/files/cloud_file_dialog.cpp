@@ -5,6 +5,7 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStyledItemDelegate>
+#include <QToolButton>
 
 #include "api/records/account_records.h"
 #include "app/environment/app_settings.h"
@@ -53,6 +54,8 @@ void CloudFileDialog::setUpForm()
     }
     m_ui->checkDelToRecycle->setChecked(AppSettings().delToRecycle());
     m_ui->fileNameSearch->setClearButtonEnabled(true);
+    m_ui->fileNameSearch->findChild<QToolButton *>()->setAccessibleName(
+        QStringLiteral("清除搜索文字"));
     m_ui->btnRetry->hide();
 }
 

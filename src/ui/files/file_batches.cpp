@@ -211,7 +211,8 @@ void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote 
         return;
     }
     FileBatch &batch = running->batch;
-    if (!batch.cancelled && refusal.asksToWait(running->attempts.value(fileId))) {
+    const int attempt = running->attempts.value(fileId);
+    if (!batch.cancelled && refusal.mayAskAgain(CallKind::Changing, code, attempt)) {
         running->queue.prepend(running->sent.take(fileId));
         sendNext();
         return;

@@ -85,7 +85,7 @@ void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
     folder->setData(0, ListedRole, true);
     qDeleteAll(folder->takeChildren()); // what came before a page failed
     const QString folderId = folder->data(0, FolderIdRole).toString();
-    m_usedMarkers.remove(folderId);
+    m_trails.remove(folderId);
     requestChildren(folderId, QString(), 1);
 }
 
@@ -103,7 +103,7 @@ void FileTreeDialog::requestChildren(const QString &folderId, const QString &mar
     });
     const auto failed = m_replies.guard(
         step, [this, folderId, marker, refusal, attempt](const QString &error, int code) {
-            if (refusal.asksToWait(attempt)) {
+            if (refusal.mayAskAgain(CallKind::Reading, code, attempt)) {
                 countLoading(-1);
                 requestChildren(folderId, marker, attempt + 1);
             } else {
@@ -136,10 +136,8 @@ void FileTreeDialog::onChildren(const QString &folderId, const FileItems &childr
             addItem(folder, child.name, child.file_id);
         }
     }
-    const QString &marker = children.next_marker;
-    // A drive that names a marker again would go round and round.
-    if (!marker.isEmpty() && !m_usedMarkers[folderId].contains(marker)) {
-        m_usedMarkers[folderId].insert(marker);
+    const QString marker = m_trails[folderId].next(children.next_marker, !children.items.isEmpty());
+    if (!marker.isEmpty()) {
         requestChildren(folderId, marker, 1);
     } else if (folder->childCount() == 0) {
         folder->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicator);

@@ -3,11 +3,11 @@
 #include <memory>
 
 #include <QHash>
-#include <QSet>
 #include <QStringList>
 
 #include "api/session/open_api_client.h"
 #include "net/reply_guard.h"
+#include "ui/files/page_trail.h"
 #include "ui/widgets/base_dialog.h"
 
 class FileItems;
@@ -54,7 +54,7 @@ private:
     const OpenApiClient m_client;
     const QStringList m_excludedIds;
     WaitingSpinnerWidget *m_spinner = nullptr;
-    int m_loading = 0;                           // listings that are awaited
-    QHash<QString, QSet<QString>> m_usedMarkers; // by folder id
+    int m_loading = 0;                  // listings that are awaited
+    QHash<QString, PageTrail> m_trails; // by folder id
     ReplyGuard m_replies;
 };

@@ -32,7 +32,7 @@ void FolderLoader::send(const FolderRequest &request, int attempt)
     });
     const auto failed =
         m_replies.guard(step, [this, request, refusal, attempt](const QString &error, int code) {
-            if (refusal.asksToWait(attempt)) {
+            if (refusal.mayAskAgain(CallKind::Reading, code, attempt)) {
                 send(request, attempt + 1);
             } else {
                 onFailed(error, code);

@@ -67,7 +67,7 @@ void FolderPath::clearFiles()
     PathItem &folder = m_items.last();
     folder.files.clear();
     folder.nextMarker.clear();
-    folder.usedMarkers.clear();
+    folder.trail = PageTrail();
     folder.loaded = false;
 }
 
@@ -77,11 +77,9 @@ void FolderPath::addPage(const QList<FileItem> &files, const QString &nextMarker
     PathItem &folder = m_items.last();
     folder.files += files;
     if (folder.order != order) {
-        folder.usedMarkers.clear();
+        folder.trail = PageTrail();
     }
-    // A drive that names a marker again would go round and round.
-    folder.nextMarker = folder.usedMarkers.contains(nextMarker) ? QString() : nextMarker;
-    folder.usedMarkers.insert(nextMarker);
+    folder.nextMarker = folder.trail.next(nextMarker, !files.isEmpty());
     folder.order = order;
     folder.loaded = true;
 }

@@ -2,10 +2,10 @@
 
 #include <QList>
 #include <QObject>
-#include <QSet>
 #include <QStandardItemModel>
 
 #include "api/records/file_records.h"
+#include "ui/files/page_trail.h"
 
 // One opened folder and what is held of it.
 struct PathItem
@@ -13,7 +13,7 @@ struct PathItem
     QString name;
     QString fileId;
     QString nextMarker; // empty when the folder has no further page
-    QSet<QString> usedMarkers;
+    PageTrail trail;
     QList<FileItem> files;
     QString order;          // the server's order in which the pages were asked for
     int selectedRow = 0;    // current when a deeper folder was opened or a page asked for

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <QNetworkReply>
+
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
 
@@ -19,15 +21,18 @@ public:
     [[nodiscard]] const std::optional<ApiRefusal> &refusal() const { return *m_refusal; }
     // The success has an empty record that says nothing.
     [[nodiscard]] bool saysNotJson() const { return isTrouble(ApiTrouble::NotJson); }
-    // The request came too fast and may be sent again at once: it is held back as long as the
-    // server wanted. A server that is never content is asked no further; the first attempt is 1.
-    [[nodiscard]] bool asksToWait(int attempt) const
+    // Whether the request that failed may be sent again at once; the first attempt is 1. One that
+    // came too fast is held back then as long as the server wants. Who has waited in vain is told.
+    [[nodiscard]] bool mayAskAgain(CallKind kind, int code, int attempt) const
     {
-        return isTrouble(ApiTrouble::TooFast) && attempt < MostAttempts;
+        const int most = isTrouble(ApiTrouble::TooFast) ? MostWhenTooFast : MostAttempts;
+        return attempt < most && code != QNetworkReply::TimeoutError &&
+               ::mayAskAgain(kind, code, *m_refusal);
     }
 
 private:
-    static constexpr int MostAttempts = 5;
+    static constexpr int MostAttempts = 2;
+    static constexpr int MostWhenTooFast = 5;
 
     [[nodiscard]] bool isTrouble(ApiTrouble trouble) const
     {
