@@ -241,8 +241,9 @@ private slots:
             make({"a"});
         }
         const LogCapture log;
-        FaultOn fault = FaultOn(List).times(status == 200 ? 0 : 2).status(status);
-        m_drive->server().addFault(status == 0 ? fault.body("<html>") : fault);
+        FaultOn fault(List);
+        m_drive->server().addFault(status == 0 ? fault.body("<html>")
+                                               : fault.times(status == 500 ? 2 : 0).status(500));
         const DrivePage page(m_user);
         page.search(search);
         QTRY_COMPARE(page.dialog.listStatus().isEmpty(), search.isEmpty() && status == 200);
@@ -267,6 +268,14 @@ private slots:
         const DrivePage page(m_user);
         QTRY_COMPARE(page.count(), "1项");
         QCOMPARE(markersOf(*m_drive).size(), 3);
+    }
+
+    void whatFailedIsLoadedWhenTheDriveIsBack()
+    {
+        make({"a"});
+        m_drive->server().addFault(FaultOn(List).times(2).closes());
+        const DrivePage page(m_user);
+        QTRY_COMPARE(page.count(), "1项");
     }
 
     void aReloadKeepsThePlace_data()

@@ -4,6 +4,7 @@
 #include <QTableWidget>
 
 #include "app/environment/app_settings.h"
+#include "db/dq/dq_connection.h"
 #include "files/drive_page.h"
 #include "player/session/play_request.h"
 #include "support/test_main.h"
@@ -26,6 +27,11 @@ void clickHeader(const HistoryDialog &dialog, int column)
     QHeaderView *header = tableOf(dialog)->horizontalHeader();
     QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
                       QPoint(header->sectionPosition(column) + 20, 10));
+}
+
+bool execute(const QString &sql)
+{
+    return dqMetaInfo<PlayHistory>()->connection().exec(sql);
 }
 
 // From the top.
@@ -170,6 +176,24 @@ private slots:
         QTRY_VERIFY(!bar->isVisible());
         press(dialog, "btnUndo");
         QCOMPARE(names(dialog), QString());
+    }
+
+    void whatCannotBeTakenBackIsOfferedAgain()
+    {
+        watched("1", "1", 1);
+        HistoryDialog dialog;
+        dialog.show();
+        press(dialog, "btnClearPlayHistory");
+        QVERIFY(execute("CREATE TRIGGER refuse BEFORE INSERT ON PlayHistory "
+                        "BEGIN SELECT RAISE(ABORT, 'x'); END"));
+        press(dialog, "btnUndo");
+        auto *bar = dialog.findChild<QWidget *>("undoBar");
+        QCOMPARE(bar->findChild<QLabel *>()->text(), "1 条观看记录恢复失败：无法写入数据库");
+        QVERIFY(bar->isVisible());
+        QVERIFY(execute("DROP TRIGGER refuse"));
+        press(dialog, "btnUndo");
+        QCOMPARE(names(dialog), "1");
+        QVERIFY(!bar->isVisible());
     }
 
     void clearingSkipsLeavesTheTable()

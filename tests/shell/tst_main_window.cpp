@@ -182,7 +182,8 @@ private slots:
             stack(window)->setCurrentIndex(page);
         }
         for (QAbstractButton *button : window.findChildren<QAbstractButton *>()) {
-            QVERIFY2(!spokenName(button).isEmpty(),
+            // The corner between headers is not shown.
+            QVERIFY2(!spokenName(button).isEmpty() || button->inherits("QTableCornerButton"),
                      button->parent()->metaObject()->className());
         }
         for (const bool forward : {true, false}) {

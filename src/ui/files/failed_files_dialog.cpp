@@ -25,7 +25,8 @@ FailedFilesDialog::FailedFilesDialog(const QString &result, const QList<BatchFil
     auto *names = new QListWidget(this);
     names->setAccessibleName(QStringLiteral("未完成的文件"));
     for (const BatchFile &file : files) {
-        names->addItem(visibleName(file.name));
+        const QString name = visibleName(file.name);
+        names->addItem(file.reason.isEmpty() ? name : name + QStringLiteral("：") + file.reason);
     }
     layout->addWidget(names);
     auto *buttons = new QDialogButtonBox(this);

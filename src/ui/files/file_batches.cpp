@@ -219,7 +219,9 @@ void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote 
     }
     const FileOperation operation = batch.order.operation;
     logFailure(logWord(operation), code, error);
-    batch.failed << takeAnswered(*running, fileId);
+    BatchFile file = takeAnswered(*running, fileId);
+    file.reason = troubleText(troubleOf(code, refusal.refusal()));
+    batch.failed << file;
     batch.needsListing = batch.needsListing || leavesOpenWhatIsTrue(code);
     showSingleToast(failureText(operation, code, refusal));
     goOn(number);

@@ -18,7 +18,8 @@ enum class FileOperation { Trash, Delete, Move };
 struct BatchFile
 {
     QString id;
-    QString name; // for the user's eyes
+    QString name;   // for the user's eyes
+    QString reason = {}; // why it failed, where that is known; for the user as well
 };
 
 // What a user wants done, to which files of whose drive.

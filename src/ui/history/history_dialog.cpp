@@ -178,8 +178,12 @@ void HistoryDialog::reloadAndOfferUndo(const QList<PlayHistory> &candidates)
 
 void HistoryDialog::onUndoRequested()
 {
-    restorePlayHistory(m_removed);
-    m_removed.clear();
+    if (restorePlayHistory(m_removed)) {
+        m_removed.clear();
+    } else {
+        m_ui->undoBar->offer(QStringLiteral("%1 条观看记录恢复失败：无法写入数据库")
+                                 .arg(m_removed.size()));
+    }
     loadHistory();
 }
 
