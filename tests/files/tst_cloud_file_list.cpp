@@ -481,7 +481,9 @@ private slots:
             QTest::keyClick(search, key);
         }
         QCOMPARE(search->text(), "");
+        page.child<QWidget>("btnRefresh")->setFocus();
         QTest::keyClick(page.child<QWidget>("btnRefresh"), Qt::Key_Delete);
+        table->setFocus();
         QTest::keyClick(table, Qt::Key_Escape);
         QVERIFY(page.dialog.isVisible());
         QTest::keyClick(table, Qt::Key_Up, Qt::AltModifier);

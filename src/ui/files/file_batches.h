@@ -18,7 +18,7 @@ enum class FileOperation { Trash, Delete, Move };
 struct BatchFile
 {
     QString id;
-    QString name;   // for the user's eyes
+    QString name;        // for the user's eyes
     QString reason = {}; // why it failed, where that is known; for the user as well
 };
 

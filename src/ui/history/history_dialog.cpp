@@ -181,8 +181,8 @@ void HistoryDialog::onUndoRequested()
     if (restorePlayHistory(m_removed)) {
         m_removed.clear();
     } else {
-        m_ui->undoBar->offer(QStringLiteral("%1 条观看记录恢复失败：无法写入数据库")
-                                 .arg(m_removed.size()));
+        m_ui->undoBar->offer(
+            QStringLiteral("%1 条观看记录恢复失败：无法写入数据库").arg(m_removed.size()));
     }
     loadHistory();
 }
