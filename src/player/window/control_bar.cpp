@@ -14,7 +14,7 @@
 #include "player/window/player_keys.h"
 #include "player/window/volume_level.h"
 #include "ui/widgets/custom_pop_up_menu.h"
-#include "ui/widgets/plain_tip.h"
+#include "ui/widgets/name_text.h"
 #include "ui_control_bar.h"
 
 namespace {
@@ -60,7 +60,7 @@ void addEntry(QMenu &menu, const MenuEntry &entry)
     const QFontMetrics metrics = menu.fontMetrics();
     const QString text = withVisibleOverrides(entry.text);
     QAction *action = menu.addAction(QIcon(entry.icon), menuText(text, metrics));
-    action->setToolTip(plainTip(entry.tip.isEmpty() ? text : entry.tip));
+    action->setToolTip(nameTip(entry.tip.isEmpty() ? text : entry.tip));
     if (!entry.tip.isEmpty() || metrics.horizontalAdvance(text) > LongestText) {
         menu.setToolTipsVisible(true);
     }

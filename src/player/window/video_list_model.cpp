@@ -6,7 +6,7 @@
 
 #include "api/records/file_records.h"
 #include "app/environment/file_name.h"
-#include "ui/widgets/plain_tip.h"
+#include "ui/widgets/name_text.h"
 
 namespace {
 
@@ -60,7 +60,7 @@ QVariant VideoListModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole:
         return m_names.at(index.row());
     case Qt::ToolTipRole:
-        return plainTip(m_names.at(index.row()));
+        return nameTip(m_names.at(index.row()));
     case Qt::AccessibleTextRole:
         return current ? QStringLiteral("正在播放：") + m_names.at(index.row())
                        : m_names.at(index.row());
