@@ -506,7 +506,7 @@ private slots:
         const QByteArray before = contents(file.fileName());
         ChildProcess session([&] {
             signal(SIGXFSZ, SIG_IGN);
-            rlimit bytes = {8192, RLIM_INFINITY};
+            rlimit bytes = {40960, RLIM_INFINITY}; // the tables, not the rows
             setrlimit(RLIMIT_FSIZE, &bytes);
             const LogCapture log;
             m_database->open();
