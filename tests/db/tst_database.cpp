@@ -257,12 +257,14 @@ private slots:
 
     void whatABusyFileDoesNotTakeIsWrittenLater()
     {
-        for (const char *file : {"a", "b", "c"}) {
+        for (const char *file : {"a", "b", "c", "undone"}) {
             store(played(file));
         }
+        PlayHistory held;
+        QVERIFY(loadPlayHistory("undone", held));
+        removePlayHistory("undone");
         save(user("u1"));
         m_database->open();
-        PlayHistory held;
         {
             QSqlDatabase other = QSqlDatabase::cloneDatabase(QSqlDatabase::database(), "other");
             QVERIFY(other.open());
@@ -270,33 +272,39 @@ private slots:
             const LogCapture log;
             QElapsedTimer timer;
             timer.start();
-            QVERIFY(storeTokens("u1", "new", "unused", "Bearer", 7200));
+            QVERIFY(restorePlayHistory({held}));
             QVERIFY(timer.elapsed() < 5000);
             QCOMPARE(database()->state(), Database::State::InMemory);
             QVERIFY(database()->isWaitingToWrite());
+            QVERIFY(storeTokens("u1", "new", "unused", "Bearer", 7200));
             QCOMPARE(storedUser("u1").refreshToken.value(), "unused");
             store(played("b"));
             removePlayHistory("a");
             removePlayHistory("c");
             held = store(played("d"));
-            QCOMPARE(listedFiles(), "d b");
+            QCOMPARE(listedFiles(), "d b undone");
             QVERIFY(!database()->tryAgain()); // still busy
             // The other process plays on: its later rows stay, and its new one keeps its key.
             other.exec("UPDATE PlayHistory SET name = 'later', updateTime = '2096-01-01 00:00:00' "
                        "WHERE fileId IN ('b', 'c')");
             other.exec("INSERT INTO PlayHistory (id, fileId, userId, updateTime) "
-                       "VALUES (5, 'other', 'u1', '2020-01-01 00:00:00')");
+                       "VALUES (6, 'other', 'u1', '2020-01-01 00:00:00')");
             other.exec("COMMIT TRANSACTION");
         }
         QSqlDatabase::removeDatabase("other");
         QVERIFY(database()->tryAgain());
         QCOMPARE(database()->state(), Database::State::Ready);
         QCOMPARE(storedUser("u1").refreshToken.value(), "unused");
-        QCOMPARE(held.id.value(), 5); // by which it must not be saved any more
+        // By its former key the row must be neither saved nor put back any more.
+        QCOMPARE(held.id.value(), 6);
+        const PlayHistory removed = held;
         savePlayHistory(held);
-        QCOMPARE(listedFiles(), "d b c other");
+        QCOMPARE(listedFiles(), "d b c undone other");
+        removePlayHistory("d");
+        QVERIFY(restorePlayHistory({removed}));
+        QCOMPARE(listedFiles(), "b c d undone other");
         QCOMPARE(firstValue("SELECT name FROM PlayHistory WHERE fileId = 'b'"), "later");
-        QCOMPARE(firstValue("SELECT fileId FROM PlayHistory WHERE id = 5"), "other");
+        QCOMPARE(firstValue("SELECT fileId FROM PlayHistory WHERE id = 6"), "other");
     }
 
     void aFullDiskLosesNothing_data()
@@ -475,6 +483,24 @@ private slots:
         m_database->open();
         QCOMPARE(firstValue("PRAGMA integrity_check"), "ok");
         QVERIFY(isInHistory("met") && isInHistory("0") && countUsers() == 1);
+    }
+
+    void damageThatOnlyAnIndexShowsIsMended()
+    {
+        store(played("met"));
+        addManyRows();
+        m_database->close();
+        QFile file(m_database->path());
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(file.readAll().indexOf("metu1")));
+        QCOMPARE(file.write("mit"), 3); // in the row
+        file.close();
+        m_database->open();
+        QCOMPARE(database()->putAside(), "");
+        const LogCapture log;
+        clearPlayHistory();
+        QVERIFY(QFileInfo::exists(database()->putAside()));
+        QCOMPARE(listedFiles(), "");
+        QCOMPARE(countUsers(), 1);
     }
 
     void oneOfTwoProcessesReplacesADamagedFile()

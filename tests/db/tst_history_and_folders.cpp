@@ -160,6 +160,9 @@ private slots:
         clearSkipPositions("f1");
         QVERIFY(isNow(storedFolder("f1").updateTime.value()));
         clearSkipPositions("f3");
+        FolderSetting former = storedFolder("f1");
+        former.id = 2; // that of f2 now
+        saveFolderSetting(former);
         QCOMPARE(storedFolder("f1").skipHeadPos.get(), QVariant(0));
         QCOMPARE(storedFolder("f1").skipTailPos.get(), QVariant(0));
         QCOMPARE(storedFolder("f1").sortBy.value(), "name");

@@ -44,6 +44,9 @@ private slots:
         stranger.id = 2; // of another row
         saveUserInfo(stranger);
         QCOMPARE(stranger.id.value(), 3);
+        sameUser.id = 3; // the stranger's now
+        saveUserInfo(sameUser);
+        QCOMPARE(sameUser.id.value(), 2);
         QCOMPARE(countUsers(), 2);
     }
 
