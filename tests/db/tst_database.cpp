@@ -257,7 +257,7 @@ private slots:
 
     void whatABusyFileDoesNotTakeIsWrittenLater()
     {
-        for (const char *file : {"a", "b", "c", "undone"}) {
+        for (const char *file : {"a", "b", "c", "old", "undone"}) {
             store(played(file));
         }
         PlayHistory held;
@@ -281,14 +281,15 @@ private slots:
             store(played("b"));
             removePlayHistory("a");
             removePlayHistory("c");
+            QVERIFY(changeFieldById(4, "fileId", "renamed", held));
             held = store(played("d"));
-            QCOMPARE(listedFiles(), "d b undone");
+            QCOMPARE(listedFiles(), "d b undone renamed");
             QVERIFY(!database()->tryAgain()); // still busy
             // The other process plays on: its later rows stay, and its new one keeps its key.
             other.exec("UPDATE PlayHistory SET name = 'later', updateTime = '2096-01-01 00:00:00' "
                        "WHERE fileId IN ('b', 'c')");
             other.exec("INSERT INTO PlayHistory (id, fileId, userId, updateTime) "
-                       "VALUES (6, 'other', 'u1', '2020-01-01 00:00:00')");
+                       "VALUES (7, 'other', 'u1', '2020-01-01 00:00:00')");
             other.exec("COMMIT TRANSACTION");
         }
         QSqlDatabase::removeDatabase("other");
@@ -296,15 +297,15 @@ private slots:
         QCOMPARE(database()->state(), Database::State::Ready);
         QCOMPARE(storedUser("u1").refreshToken.value(), "unused");
         // By its former key the row must be neither saved nor put back any more.
-        QCOMPARE(held.id.value(), 6);
+        QCOMPARE(held.id.value(), 7);
         const PlayHistory removed = held;
         savePlayHistory(held);
-        QCOMPARE(listedFiles(), "d b c undone other");
+        QCOMPARE(listedFiles(), "d b c undone renamed other");
         removePlayHistory("d");
         QVERIFY(restorePlayHistory({removed}));
-        QCOMPARE(listedFiles(), "b c d undone other");
+        QCOMPARE(listedFiles(), "b c d undone renamed other");
         QCOMPARE(firstValue("SELECT name FROM PlayHistory WHERE fileId = 'b'"), "later");
-        QCOMPARE(firstValue("SELECT fileId FROM PlayHistory WHERE id = 6"), "other");
+        QCOMPARE(firstValue("SELECT fileId FROM PlayHistory WHERE id = 7"), "other");
     }
 
     void aFullDiskLosesNothing_data()
@@ -509,8 +510,15 @@ private slots:
         m_database->close();
         QFile file(m_database->path());
         QVERIFY(file.resize(file.size() - 4096));
+        const LogCapture log;
+        {
+            QLockFile other(file.fileName() + ".lock");
+            QVERIFY(other.lock());
+            m_database->open();
+            QCOMPARE(database()->state(), Database::State::Locked);
+            m_database->close();
+        }
         const auto start = [this] {
-            const LogCapture log;
             m_database->open();
             while (!database()->tryAgain()) {
             }

@@ -204,6 +204,7 @@ private slots:
         QVERIFY(loadRowById(id, info));
         QCOMPARE(info.nickname.value(), "新名");
         QCOMPARE(info.accessToken.value(), "a");
+        QCOMPARE(info.metaInfo()->value(info, "id"), QVariant(id));
         QCOMPARE(info.updateTime.value(), dqDateTimeFromText(LongAgo));
         QVERIFY(!changeFieldById(id, "colour", 1, changed));
         QVERIFY(!changeFieldById(id, "status", "normal", changed));

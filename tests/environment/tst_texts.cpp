@@ -93,6 +93,7 @@ private slots:
         row("trailing dots and blanks", "name. . ", "name");
         const QString a(300, 'a');
         row("200 bytes with the extension", a + ".mkv", a.left(196) + ".mkv");
+        row("the longest extension", a + '.' + a.left(31), a.left(168) + '.' + a.left(31));
         row("exactly 200 bytes", a.left(200), a.left(200));
         row("whole characters", QString("青").repeated(300) + ".mkv",
             QString("青").repeated(65) + ".mkv");
