@@ -418,6 +418,7 @@ private slots:
         const int second = m_player->mpv()->position();
         QTRY_VERIFY(m_player->secondShown() > second);
 
+        QTRY_COMPARE(m_player->mpv()->cursor().shape(), Qt::BlankCursor);
         QWidget *button = m_player->part("fullScreen");
         QEvent enter(QEvent::Enter);
         QApplication::sendEvent(button, &enter);
