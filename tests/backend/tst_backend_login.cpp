@@ -143,6 +143,10 @@ void TestLogin::keepsReportsWithoutTheirTokens()
         const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
         QCOMPARE(lines.size(), count);
         nlohmann::json line = nlohmann::json::parse(lines.first().toStdString());
+        const std::string time = line.at("time");
+        const auto received = QDateTime::fromString(QString::fromStdString(time), Qt::ISODate);
+        QVERIFY2(received.isValid() && qAbs(received.secsTo(QDateTime::currentDateTimeUtc())) < 600,
+                 time.c_str());
         line.erase("time");
         QCOMPARE(line, expected);
     }
@@ -184,6 +188,13 @@ void TestLogin::refusesReports_data()
     row("nothing", {{"data", ""}});
     row("half a byte", {{"data", good + "0"}});
     row("no hex", {{"data", std::string(32, 'g')}});
+    for (std::size_t i = 0; i < good.size(); i += 2) {
+        if (good[i] < '9' && good[i + 1] == 'f') { // 16 * h + 15 is 16 * (h + 1) - 1
+            std::string almost = good;
+            almost.replace(i, 2, {char(good[i] + 1), 'g'});
+            QTest::addRow("almost hex, at %d", int(i)) << nlohmann::json{{"data", almost}}.dump();
+        }
+    }
     row("half a block", {{"data", good.substr(0, 16)}});
     row("another text", {{"data", "00" + good.substr(2)}});
     row("an empty report", {{"data", encrypted("{}")}});
