@@ -1,8 +1,9 @@
 #include "net/unrepeated_body.h"
 
 #include <algorithm>
+#include <utility>
 
-UnrepeatedBody::UnrepeatedBody(const QByteArray &body) : m_rest(body)
+UnrepeatedBody::UnrepeatedBody(QByteArray body) : m_rest(std::move(body))
 {
     open(QIODevice::ReadOnly | QIODevice::Unbuffered);
 }

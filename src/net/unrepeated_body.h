@@ -12,7 +12,7 @@ class UnrepeatedBody final : public QIODevice
     Q_DISABLE_COPY_MOVE(UnrepeatedBody)
 
 public:
-    explicit UnrepeatedBody(const QByteArray &body);
+    explicit UnrepeatedBody(QByteArray body);
 
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override;
