@@ -23,6 +23,12 @@ class Drive final
 public:
     Drive(const std::string &root, std::string driveId, const std::string &secret, bool writable);
 
+    // While it is held nothing changes: several answers that belong to one state of the drive.
+    [[nodiscard]] std::unique_lock<std::recursive_mutex> hold()
+    {
+        return std::unique_lock(m_mutex);
+    }
+
     [[nodiscard]] const std::string &id() const { return m_id; }
     [[nodiscard]] bool isWritable() const { return m_writable; }
 

@@ -113,6 +113,8 @@ public:
     {
         Drive &drive = call.drive();
         const ListingQuery query = listingQuery(call, m_platform.rules().pageCap);
+        // A file that is deleted between its name and its id would be listed with a new id.
+        const auto held = drive.hold();
         std::vector<Node> nodes = drive.children(drive.node(query.parentId));
         const ListingPage page = makePage(std::move(nodes), query, m_platform.secret);
         nlohmann::json items = nlohmann::json::array();
