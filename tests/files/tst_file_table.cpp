@@ -85,6 +85,7 @@ private slots:
             sort(table, column, order);
         }
         QTEST(shown(table), "names");
+        QVERIFY(table.item(5, FileTable::SizeColumn)->textAlignment() & Qt::AlignRight);
     }
 
     void filters_data()

@@ -190,6 +190,9 @@ void FileTable::fillRow(int row, const FileItem &file)
         cell->setData(SortTableWidgetItem::FolderRole, isFolder);
         cell->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable |
                        (column == NameColumn ? Qt::ItemIsEditable : Qt::NoItemFlags));
+        if (column == SizeColumn) {
+            cell->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        }
         setItem(row, column, cell);
     }
 }
