@@ -2,6 +2,7 @@
 #include <QPushButton>
 #include <QTreeWidget>
 
+#include "app/environment/app_settings.h"
 #include "files/drive_page.h"
 #include "ui/files/file_tree_dialog.h"
 #include "ui/widgets/waiting_spinner_widget.h"
@@ -64,13 +65,16 @@ private slots:
     {
         QTest::addColumn<int>("folders");
         QTest::addColumn<int>("unharmed");
-        QTest::newRow("at the first page") << 1 << 0;
-        QTest::newRow("at a further page") << 451 << 1;
+        QTest::addColumn<QString>("seen");
+        QTest::newRow("at the first page") << 1 << 0 << "a<i>";
+        QTest::newRow("at a further page") << 451 << 1 << "文件夹450";
     }
     void aFailedListingCanBeRepeated()
     {
         QFETCH(int, folders);
         QFETCH(int, unharmed);
+        AppSettings().setFileListOrderBy("name");
+        AppSettings().setFileOrderDirection("DESC");
         for (int number = 1; number < folders; ++number) {
             m_drive->server().makeFolder("文件夹" + std::to_string(number));
         }
@@ -84,6 +88,7 @@ private slots:
         root->setExpanded(true);
         QVERIFY(isSpinning(dialog));
         QTRY_COMPARE(root->childCount(), folders);
+        QTEST(root->child(qMin(1, folders - 1))->text(0), "seen");
         QTRY_VERIFY(!isSpinning(dialog));
     }
 

@@ -6,12 +6,14 @@
 #include <QTreeWidgetItemIterator>
 
 #include "api/records/file_records.h"
+#include "app/environment/app_settings.h"
 #include "db/tables/user_info.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
 #include "ui/files/file_kinds.h"
 #include "ui/files/refusal_note.h"
 #include "ui/widgets/name_text.h"
+#include "ui/widgets/natural_order.h"
 #include "ui/widgets/questions.h"
 #include "ui/widgets/single_toast.h"
 #include "ui/widgets/waiting_spinner_widget.h"
@@ -21,6 +23,27 @@ namespace {
 
 constexpr int FolderIdRole = Qt::UserRole;
 constexpr int ListedRole = Qt::UserRole + 1; // the children are there or on their way
+
+class FolderItem final : public QTreeWidgetItem
+{
+public:
+    using QTreeWidgetItem::QTreeWidgetItem;
+
+    [[nodiscard]] bool operator<(const QTreeWidgetItem &other) const override
+    {
+        return naturalLess(text(0), other.text(0));
+    }
+};
+
+// The drive compares names letter by letter, so that 10 comes before 2; the list of files does not.
+void sortAsTheList(QTreeWidgetItem *folder)
+{
+    const AppSettings settings;
+    if (settings.fileListOrderBy() == QLatin1String("name")) {
+        const bool isFalling = settings.fileOrderDirection() == QLatin1String("DESC");
+        folder->sortChildren(0, isFalling ? Qt::DescendingOrder : Qt::AscendingOrder);
+    }
+}
 
 } // namespace
 
@@ -136,6 +159,7 @@ void FileTreeDialog::onChildren(const QString &folderId, const FileItems &childr
             addItem(folder, child.name, child.file_id);
         }
     }
+    sortAsTheList(folder);
     const QString marker = m_trails[folderId].next(children.next_marker, !children.items.isEmpty());
     if (!marker.isEmpty()) {
         requestChildren(folderId, marker, 1);
@@ -169,7 +193,7 @@ QTreeWidgetItem *FileTreeDialog::itemOf(const QString &folderId) const
 QTreeWidgetItem *FileTreeDialog::addItem(QTreeWidgetItem *parent, const QString &name,
                                          const QString &folderId)
 {
-    auto *item = new QTreeWidgetItem(parent, {visibleName(name)});
+    auto *item = new FolderItem(parent, {visibleName(name)});
     item->setIcon(0, iconOf(FileKind::Folder));
     item->setToolTip(0, nameTip(name));
     item->setData(0, FolderIdRole, folderId);
