@@ -40,8 +40,6 @@ FileBrowser::FileBrowser(const UserInfo &user, FileTable *table, QObject *parent
     connect(table, &FileTable::retryClicked, this, &FileBrowser::retry);
     connect(&Session::instance().reachability(), &Reachability::returned, this,
             &FileBrowser::retry);
-    connect(&Session::instance().reachability(), &Reachability::returned, this,
-            &FileBrowser::retry);
 }
 
 const FileItem *FileBrowser::file(const QString &fileId) const
