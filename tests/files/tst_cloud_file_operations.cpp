@@ -414,6 +414,12 @@ private slots:
         QCOMPARE(inDrive(), "目标");
         page.doubleClick("目标");
         QTRY_COMPARE(page.count(), "3项");
+        page.select({"a.txt"});
+        chooseFolder(-1);
+        page.chooseFromMenu("移动到...");
+        QTRY_COMPARE(page.count(), "2项");
+        page.press("btnBack");
+        QTRY_COMPARE(page.names(), QStringList({"目标", "a.txt"}));
     }
 
     // The user enters the target when one file is there and nobody was told yet; the other fails.
