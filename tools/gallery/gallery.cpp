@@ -57,13 +57,11 @@ CloudFileDialog *shownPage(const QWidget &window)
 
 void openRow(FileTable *table, const QString &name)
 {
-    for (int row = 0; row < table->rowCount(); ++row) {
-        if (table->item(row, FileTable::NameColumn)->text() == name) {
-            emit table->itemDoubleClicked(table->item(row, FileTable::NameColumn));
-            return;
-        }
+    const auto found = [&] { return table->findItems(name, Qt::MatchExactly); };
+    if (!QTest::qWaitFor([&] { return !found().isEmpty(); })) {
+        qFatal("no row %s", qPrintable(name));
     }
-    qFatal("no row %s", qPrintable(name));
+    emit table->itemDoubleClicked(found().first());
 }
 
 class Gallery final
@@ -327,7 +325,8 @@ void Gallery::bigFolder()
     shoot(QStringLiteral("files-page-failed"));
     m_drive.server().clearFaults();
     FailedFilesDialog dialog(QStringLiteral("已移动 98 个，2 个失败"),
-                             {{QString(), QStringLiteral("第7集.txt")}, {QString(), LongName}});
+                             {{QString(), QStringLiteral("第7集.txt"), QStringLiteral("没有权限")},
+                              {QString(), LongName, QStringLiteral("文件已不存在")}});
     place(&dialog, dialog.size());
     shoot(QStringLiteral("dialog-failed-files"));
 }

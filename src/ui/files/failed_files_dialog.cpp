@@ -24,9 +24,15 @@ FailedFilesDialog::FailedFilesDialog(const QString &result, const QList<BatchFil
     layout->addWidget(new QLabel(result, this));
     auto *names = new QListWidget(this);
     names->setAccessibleName(QStringLiteral("未完成的文件"));
+    names->setObjectName(QStringLiteral("failedFiles"));
+    // The reason stands behind the name, however long that is.
+    names->setWordWrap(true);
+    names->setTextElideMode(Qt::ElideMiddle);
+    names->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     for (const BatchFile &file : files) {
         const QString name = visibleName(file.name);
         names->addItem(file.reason.isEmpty() ? name : name + QStringLiteral("：") + file.reason);
+        names->item(names->count() - 1)->setToolTip(nameTip(file.name));
     }
     layout->addWidget(names);
     auto *buttons = new QDialogButtonBox(this);
