@@ -176,7 +176,7 @@ private slots:
         QCOMPARE(title(), "1.mkv");
         const int requests = asked().size();
         auto *button = qobject_cast<QToolButton *>(m_player->part("playPause"));
-        QCOMPARE(button->toolTip(), "播放");
+        QCOMPARE(button->toolTip(), "播放 (空格)");
         QVERIFY(m_player->storedHistory(Second).id.isNull());
 
         m_player->server().clearFaults();
