@@ -156,7 +156,7 @@ private slots:
         QTest::addColumn<int>("files");
         QTest::addColumn<QString>("result");
         QTest::newRow("what is on the wire is waited for")
-            << 1 << 10 << "已删除到回收站 4 个，6 个未处理";
+            << 1 << 5 << "已删除到回收站 4 个，1 个未处理";
         QTest::newRow("also where nothing else is left") << 1 << 4 << "已删除到回收站 4 个";
         QTest::newRow("but not when it was cancelled twice")
             << 2 << 10 << "已删除到回收站 0 个，4 个失败，6 个未处理";
