@@ -140,12 +140,12 @@ void QRLoginDlg::refreshQRCode()
     const auto done = [this](const QString &reply) { onQrCode(reply); };
     const auto failed = [this, request = ++m_codeRequests](
                             const QString & /*error*/, int /*code*/) { onQrCodeFailed(request); };
-    m_replies.limitWait(
-        HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
-            .param(QStringLiteral("alphaTestNum"), EmptyValue)
-            .success(m_replies.guard(step, done))
-            .fail(m_replies.guard(step, failed))
-            .post());
+    m_code = HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
+                 .param(QStringLiteral("alphaTestNum"), EmptyValue)
+                 .success(m_replies.guard(step, done))
+                 .fail(m_replies.guard(step, failed))
+                 .post();
+    m_replies.limitWait(m_code);
 }
 
 // One that was left behind by Refresh says nothing about the code that is asked for now.
@@ -246,7 +246,9 @@ void QRLoginDlg::onStatus(int poll, const QString &reply)
         getAccessToken(scan);
         return;
     case AfterPoll::RequestCode:
-        refreshQRCode();
+        if (!m_code.isPending()) { // every poll says so until the new code is there
+            refreshQRCode();
+        }
         break;
     case AfterPoll::PollAgain:
         break;

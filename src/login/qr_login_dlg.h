@@ -67,7 +67,8 @@ private:
     QrcodeResponse m_qrcode;
     QString m_accessToken;
     int m_codeRequests = 0;
-    int m_polls = 0; // and codes: a poll of an earlier code is not the last one
+    int m_polls = 0;     // and codes: a poll of an earlier code is not the last one
+    PendingReply m_code; // the newest request for one
     PendingReply m_poll;
     ReplyGuard m_replies; // dismissed once the dialog is closed
 };
