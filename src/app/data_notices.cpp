@@ -1,5 +1,7 @@
 #include "app/data_notices.h"
 
+#include <memory>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QLabel>
@@ -29,10 +31,9 @@ bool askToTryAgain(const QString &title, const QString &text)
     return box.clickedButton() == again;
 }
 
-void tellOfFilePutAside()
+QString noticeOf(const QString &putAside)
 {
-    Toast::showTip(QStringLiteral("本地数据库已损坏，原文件保留在：") +
-                   QDir::toNativeSeparators(database()->putAside()));
+    return QStringLiteral("本地数据库已损坏，原文件保留在：") + QDir::toNativeSeparators(putAside);
 }
 
 } // namespace
@@ -64,32 +65,39 @@ void closeDatabaseOrTell()
     }
 }
 
-void tellOfUnusableData()
+QString tellOfUnusableData()
 {
     const QFileInfo folder(dataDir());
+    const QString putAside = database()->putAside();
+    QStringList notices; // in one toast: two would lie over each other
     if (!folder.isDir() || !folder.isWritable()) {
-        Toast::showTip(QStringLiteral("数据文件夹无法写入，登录和设置不会保存：") +
-                       QDir::toNativeSeparators(folder.filePath()));
+        notices << QStringLiteral("数据文件夹无法写入，登录和设置不会保存：") +
+                       QDir::toNativeSeparators(folder.filePath());
     } else if (!isSettingsFileUsable()) {
-        Toast::showTip(QStringLiteral("设置文件无法使用，设置不会保存"));
-    } else if (!database()->putAside().isEmpty()) {
-        tellOfFilePutAside();
+        notices << QStringLiteral("设置文件无法使用，设置不会保存");
     }
+    if (!putAside.isEmpty()) {
+        notices << noticeOf(putAside);
+    }
+    if (!notices.isEmpty()) {
+        Toast::showTip(notices.join(QLatin1Char('\n')));
+    }
+    return putAside;
 }
 
-void watchDatabase(QMainWindow &window)
+void watchDatabase(QMainWindow &window, const QString &putAsideTold)
 {
     auto *const sign = new QLabel(QStringLiteral("磁盘无法写入，更改暂存在内存中"), &window);
     sign->setObjectName(QStringLiteral("unwrittenSign"));
     sign->setToolTip(QStringLiteral("可以写入时会自动保存；在此之前退出程序会丢失这些更改"));
     window.statusBar()->addPermanentWidget(sign);
-    const auto update = [sign, told = database()->putAside()]() mutable {
+    const auto update = [sign, told = std::make_shared<QString>(putAsideTold)] {
         sign->setVisible(database()->state() != Database::State::Ready);
-        if (told != database()->putAside()) {
-            told = database()->putAside();
-            tellOfFilePutAside();
+        if (*told != database()->putAside()) {
+            *told = database()->putAside();
+            Toast::showTip(noticeOf(*told));
         }
     };
     database()->setListener(update);
-    sign->setVisible(database()->state() != Database::State::Ready);
+    update();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 class QMainWindow;
 
 // What the user is told of settings and a database that cannot be used as they should.
@@ -12,9 +14,10 @@ class QMainWindow;
 // then, and offers to try again.
 void closeDatabaseOrTell();
 
-// Says what start-up found: what is not kept, and where a file lies that was no database.
-void tellOfUnusableData();
+// Says what start-up found: what is not kept, and where a file lies that was no database. Returns
+// that file's path; empty when there is none.
+[[nodiscard]] QString tellOfUnusableData();
 
 // Shows a sign in the window's status bar whenever changes wait in memory for the disk to take
-// them, and says when a damaged file has been put aside.
-void watchDatabase(QMainWindow &window);
+// them, and says when a damaged file has been put aside; of `putAsideTold` the user knows already.
+void watchDatabase(QMainWindow &window, const QString &putAsideTold);

@@ -105,7 +105,7 @@ int main(int argc, char *argv[])
     if (!waitForDatabase()) {
         return 0;
     }
-    tellOfUnusableData();
+    const QString putAsideTold = tellOfUnusableData();
     connectSession();
     if (!isLoggedIn(settings) && !logIn()) {
         return 0;
@@ -113,7 +113,7 @@ int main(int argc, char *argv[])
 
     MainWindow window(nullptr);
     restoreWindow(window, settings);
-    watchDatabase(window);
+    watchDatabase(window, putAsideTold);
     window.show();
     const int exitCode = QApplication::exec();
 
