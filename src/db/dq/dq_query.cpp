@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <QSharedData>
+#include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVector>
@@ -39,8 +40,14 @@ class DQQueryRun final
 
 public:
     explicit DQQueryRun(const QSqlQuery &newQuery) : query(newQuery) {}
-    // The connection keeps the last query, which must not keep the database locked.
-    ~DQQueryRun() { query.finish(); }
+    // The connection keeps the last query, which must not keep the database locked. One that failed
+    // does not, and its error is still to be read.
+    ~DQQueryRun()
+    {
+        if (!query.lastError().isValid()) {
+            query.finish();
+        }
+    }
 
     QSqlQuery query;
 
@@ -133,7 +140,15 @@ bool DQQuery::exec()
 
 bool DQQuery::next()
 {
-    return m_run && m_run->query.next();
+    if (!m_run || m_run->query.next()) {
+        return m_run != nullptr;
+    }
+    const QSqlError error = m_run->query.lastError();
+    if (error.isValid()) { // as the first row was there, exec() has not said it
+        qWarning().noquote() << QStringLiteral("Failed : %1").arg(m_run->query.lastQuery());
+        qWarning().noquote() << error.text();
+    }
+    return false;
 }
 
 bool DQQuery::recordTo(DQModel &record) const

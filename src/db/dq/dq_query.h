@@ -44,6 +44,7 @@ public:
 
     // False, with a warning, when the statement fails.
     bool exec();
+    // False after the last row, or, with a warning, when the next one cannot be read.
     bool next();
     // Copies the current row into the fields of the same names; the others stay. False when
     // there is no current row.
@@ -53,7 +54,7 @@ public:
     // Ends the reading of rows, which the database holds a lock for; the last row does it too.
     void finish();
 
-    // All rows. Empty, with a warning, when the statement fails.
+    // All rows. With a warning, those before the failure when the statement fails.
     [[nodiscard]] DQSharedList call();
     // The number of rows; 0, with a warning, when the statement fails.
     [[nodiscard]] int count();

@@ -50,7 +50,7 @@ public:
     bool tryAgain();
 
     // Finds a way to go on when the last statement failed because of the file: in memory when that
-    // takes no writes, with a new one when it is damaged. True when the statement is worth another
+    // cannot be used, with a new one when it is damaged. True when the statement is worth another
     // try.
     bool recover();
 

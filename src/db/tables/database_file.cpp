@@ -37,7 +37,19 @@ bool copyDatabase(const QString &filePath, const QString &copy)
     return QFile::copy(filePath, copy);
 }
 
-// Renames the file, and SQLite's files with it. The new path; empty when that was not possible.
+// With SQLite's files beside it.
+bool renameDatabase(const QString &from, const QString &to)
+{
+    if (!rename(from, to)) {
+        return false;
+    }
+    for (const char *suffix : {"-journal", "-wal", "-shm"}) {
+        rename(from + QLatin1String(suffix), to + QLatin1String(suffix));
+    }
+    return true;
+}
+
+// The new path; empty when that was not possible.
 QString putFileAside(const QString &filePath)
 {
     const QString base =
@@ -46,13 +58,7 @@ QString putFileAside(const QString &filePath)
     for (int number = 2; QFileInfo::exists(aside); ++number) {
         aside = QStringLiteral("%1-%2").arg(base).arg(number);
     }
-    if (!rename(filePath, aside)) {
-        return {};
-    }
-    for (const char *suffix : {"-journal", "-wal", "-shm"}) {
-        rename(filePath + QLatin1String(suffix), aside + QLatin1String(suffix));
-    }
-    return aside;
+    return renameDatabase(filePath, aside) ? aside : QString();
 }
 
 // Damaged, with the rows that can be read, when the file is to be replaced.
@@ -190,6 +196,9 @@ FileVerdict replaceDamagedFile(const QString &filePath, QString &putAside)
     }
     if (!putAside.isEmpty() && rename(fresh, filePath)) {
         return FileVerdict::Good;
+    }
+    if (!putAside.isEmpty() && renameDatabase(putAside, filePath)) {
+        putAside.clear();
     }
     QFile::remove(fresh);
     return FileVerdict::NoWriting;

@@ -6,19 +6,32 @@
 #include "db/tables/operations.h"
 #include "db/tables/row_writing.h"
 
+namespace {
+
+LookUp findSetting(const QString &folderId, FolderSetting &setting)
+{
+    return lookUp(setting, dqColumn(&FolderSetting::folderId) == folderId);
+}
+
+} // namespace
+
 void loadFolderSetting(const QString &folderId, FolderSetting &setting)
 {
     setting = FolderSetting();
-    setting.load(dqColumn(&FolderSetting::folderId) == folderId);
+    withRecovery([&] { return findSetting(folderId, setting) != LookUp::Failed; });
 }
 
 void saveFolderSetting(FolderSetting &setting)
 {
-    writeOrRemember([&setting] {
+    withRecovery([&setting] {
         DQTransaction transaction(setting.metaInfo()->connection());
         FolderSetting stored;
-        loadFolderSetting(setting.folderId.value(), stored);
-        const bool isNew = stored.id.isNull();
+        const LookUp found =
+            transaction.isActive() ? findSetting(setting.folderId.value(), stored) : LookUp::Failed;
+        if (found == LookUp::Failed) {
+            return false;
+        }
+        const bool isNew = found == LookUp::NoRow;
         takeKey(setting, stored);
         if (!isNew) {
             setting.updateTime = QDateTime::currentDateTime();
@@ -29,29 +42,32 @@ void saveFolderSetting(FolderSetting &setting)
 
 void clearSkipPositions(const QString &folderId)
 {
-    writeOrRemember([&folderId] {
+    withRecovery([&folderId] {
         FolderSetting setting;
         DQTransaction transaction(setting.metaInfo()->connection());
-        if (!transaction.isActive()) {
-            return false;
+        const LookUp found =
+            transaction.isActive() ? findSetting(folderId, setting) : LookUp::Failed;
+        if (found != LookUp::Found) {
+            return found == LookUp::NoRow;
         }
-        loadFolderSetting(folderId, setting);
         setting.skipHeadPos = 0;
         setting.skipTailPos = 0;
         setting.updateTime = QDateTime::currentDateTime();
-        return setting.id.isNull() || saveAndCommit(setting, false, transaction);
+        return saveAndCommit(setting, false, transaction);
     });
 }
 
 void clearFolderSettings()
 {
-    writeOrRemember([] {
-        DQTransaction transaction(dqMetaInfo<FolderSetting>()->connection());
+    withRecovery([] {
+        const DQConnection connection = dqMetaInfo<FolderSetting>()->connection();
+        DQTransaction transaction(connection);
         if (!transaction.isActive()) {
             return false;
         }
         const DQList<FolderSetting> settings = dqQuery<FolderSetting>().call();
-        return std::all_of(settings.begin(), settings.end(),
+        return hasWorked(connection) &&
+               std::all_of(settings.begin(), settings.end(),
                            [](const FolderSetting &setting) { return setting.remove(); }) &&
                transaction.commit();
     });

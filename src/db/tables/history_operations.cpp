@@ -25,12 +25,27 @@ QDateTime newestUpdateTime()
     return timeAfter(dqDateTimeFromText(query.value(0).toString()));
 }
 
+LookUp findHistory(const QString &fileId, PlayHistory &history)
+{
+    return lookUp(history, dqColumn(&PlayHistory::fileId) == fileId);
+}
+
+bool readHistory(DQList<PlayHistory> &list)
+{
+    DQQuery query = dqQuery<PlayHistory>();
+    list = query.filter(dqColumn(&PlayHistory::userId) == AppSettings().curUserId())
+               .orderBy(QStringLiteral("updateTime desc"))
+               .call();
+    return hasWorked(query.metaInfo()->connection());
+}
+
 // The row keeps its `id` unless another has it now. One that is there is not touched.
 bool putBack(PlayHistory history)
 {
     PlayHistory present;
-    return loadPlayHistory(history.fileId.value(), present) ||
-           history.save(loadRowById(history.id.value(), present));
+    const LookUp found = findHistory(history.fileId.value(), present);
+    return found == LookUp::Found ||
+           (found == LookUp::NoRow && history.save(loadRowById(history.id.value(), present)));
 }
 
 } // namespace
@@ -45,49 +60,52 @@ void savePlayHistory(PlayHistory &history)
     }
     history.playPercentage = watchedShare(history.playPosition.value(), history.duration.value());
 
-    writeOrRemember([&history] {
+    withRecovery([&history] {
         DQTransaction transaction(history.metaInfo()->connection());
         if (!transaction.isActive()) {
             return false;
         }
         history.updateTime = newestUpdateTime();
         PlayHistory stored;
-        const bool isNew = !loadPlayHistory(history.fileId.value(), stored);
+        const LookUp found = findHistory(history.fileId.value(), stored);
         takeKey(history, stored);
-        return saveAndCommit(history, isNew, transaction);
+        return found != LookUp::Failed &&
+               saveAndCommit(history, found == LookUp::NoRow, transaction);
     });
 }
 
 bool loadPlayHistory(const QString &fileId, PlayHistory &history)
 {
-    return history.load(dqColumn(&PlayHistory::fileId) == fileId);
+    LookUp found = LookUp::Failed;
+    withRecovery([&] {
+        found = findHistory(fileId, history);
+        return found != LookUp::Failed;
+    });
+    return found == LookUp::Found;
 }
 
 void listPlayHistory(DQList<PlayHistory> &list)
 {
-    list = dqQuery<PlayHistory>()
-               .filter(dqColumn(&PlayHistory::userId) == AppSettings().curUserId())
-               .orderBy(QStringLiteral("updateTime desc"))
-               .call();
+    withRecovery([&list] { return readHistory(list); });
 }
 
 void removePlayHistory(const QString &fileId)
 {
-    writeOrRemember([&fileId] {
+    withRecovery([&fileId] {
         return dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::fileId) == fileId).remove();
     });
 }
 
 void clearPlayHistory()
 {
-    writeOrRemember([] {
+    withRecovery([] {
         DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
         if (!transaction.isActive()) {
             return false;
         }
         DQList<PlayHistory> list;
-        listPlayHistory(list);
-        return std::all_of(list.begin(), list.end(),
+        return readHistory(list) &&
+               std::all_of(list.begin(), list.end(),
                            [](const PlayHistory &history) { return history.remove(); }) &&
                transaction.commit();
     });
@@ -95,7 +113,7 @@ void clearPlayHistory()
 
 bool restorePlayHistory(const QList<PlayHistory> &removed)
 {
-    return writeOrRemember([&removed] {
+    return withRecovery([&removed] {
         DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
         return transaction.isActive() && std::all_of(removed.begin(), removed.end(), putBack) &&
                transaction.commit();

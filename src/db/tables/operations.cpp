@@ -28,7 +28,7 @@ bool loadRowById(int id, DQModel &record)
 
 bool changeFieldById(int id, const QString &fieldName, const QVariant &value, DQModel &record)
 {
-    return writeOrRemember([&] {
+    return withRecovery([&] {
         const DQModelMetaInfo *model = record.metaInfo();
         DQTransaction transaction(model ? model->connection() : DQConnection());
         return transaction.isActive() && loadRowById(id, record) &&

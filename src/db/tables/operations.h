@@ -18,6 +18,9 @@
 //
 // Failures are logged as warnings; a record whose save failed keeps the `id` that it had.
 
+// What looking for one row has come to. Failed: the database could not tell.
+enum class LookUp { Found, NoRow, Failed };
+
 // Publishes a new Database handle on the application's file, unless there is one. The caller
 // takes over what database() returns then.
 void openDatabase();
@@ -35,6 +38,8 @@ void saveUserInfo(UserInfo &info);
 
 // False, and the record stays as it is, when the user is not stored.
 bool loadUserInfo(const QString &userId, UserInfo &info);
+// The same, for a caller to whom a user that is not stored is not one that cannot be read.
+[[nodiscard]] LookUp lookUpUser(const QString &userId, UserInfo &info);
 
 // In the order of the rows.
 [[nodiscard]] QList<UserInfo> listUsers();

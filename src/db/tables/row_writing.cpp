@@ -2,9 +2,14 @@
 
 #include <algorithm>
 
+#include <QSqlError>
+
+#include "db/dq/dq_connection.h"
 #include "db/dq/dq_model.h"
 #include "db/dq/dq_transaction.h"
+#include "db/dq/dq_where.h"
 #include "db/tables/database.h"
+#include "db/tables/operations.h"
 
 QDateTime timeAfter(const QDateTime &former)
 {
@@ -29,7 +34,20 @@ bool saveAndCommit(DQModel &record, bool isNew, DQTransaction &transaction)
     return false;
 }
 
-bool writeOrRemember(const std::function<bool()> &work)
+bool hasWorked(const DQConnection &connection)
+{
+    return connection.isOpen() && !connection.lastQuery().lastError().isValid();
+}
+
+LookUp lookUp(DQModel &record, const DQWhere &where)
+{
+    if (record.load(where)) {
+        return LookUp::Found;
+    }
+    return hasWorked(record.metaInfo()->connection()) ? LookUp::NoRow : LookUp::Failed;
+}
+
+bool withRecovery(const std::function<bool()> &work)
 {
     return work() || (database() && database()->recover() && work());
 }

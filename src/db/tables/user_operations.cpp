@@ -37,6 +37,11 @@ void settleTokens(UserInfo &info, const UserInfo &stored)
     }
 }
 
+LookUp findUser(const QString &userId, UserInfo &info)
+{
+    return lookUp(info, dqColumn(&UserInfo::userId) == userId);
+}
+
 } // namespace
 
 QString userIdForAccessToken(const QVariant &accessToken)
@@ -48,11 +53,16 @@ QString userIdForAccessToken(const QVariant &accessToken)
 
 void saveUserInfo(UserInfo &info)
 {
-    writeOrRemember([&info] {
+    withRecovery([&info] {
         DQTransaction transaction(info.metaInfo()->connection());
         UserInfo settled = info;
         UserInfo stored;
-        const bool isNew = !loadUserInfo(info.userId.value(), stored);
+        const LookUp found =
+            transaction.isActive() ? findUser(info.userId.value(), stored) : LookUp::Failed;
+        if (found == LookUp::Failed) {
+            return false;
+        }
+        const bool isNew = found == LookUp::NoRow;
         if (!isNew) {
             takeKey(settled, stored);
             settleTokens(settled, stored);
@@ -69,16 +79,31 @@ void saveUserInfo(UserInfo &info)
 
 bool loadUserInfo(const QString &userId, UserInfo &info)
 {
-    return info.load(dqColumn(&UserInfo::userId) == userId);
+    return lookUpUser(userId, info) == LookUp::Found;
+}
+
+LookUp lookUpUser(const QString &userId, UserInfo &info)
+{
+    LookUp found = LookUp::Failed;
+    withRecovery([&] {
+        found = findUser(userId, info);
+        return found != LookUp::Failed;
+    });
+    return found;
 }
 
 QList<UserInfo> listUsers()
 {
     QList<UserInfo> users;
-    const DQList<UserInfo> rows = dqQuery<UserInfo>().call();
-    for (const UserInfo &user : rows) {
-        users.append(user);
-    }
+    withRecovery([&users] {
+        DQQuery query = dqQuery<UserInfo>();
+        const DQList<UserInfo> rows = query.call();
+        users.clear();
+        for (const UserInfo &user : rows) {
+            users.append(user);
+        }
+        return hasWorked(query.metaInfo()->connection());
+    });
     return users;
 }
 
@@ -89,7 +114,7 @@ int countUsers()
 
 void removeUser(const QString &userId)
 {
-    writeOrRemember([&userId] {
+    withRecovery([&userId] {
         return dqQuery<UserInfo>().filter(dqColumn(&UserInfo::userId) == userId).remove();
     });
 }
@@ -97,10 +122,10 @@ void removeUser(const QString &userId)
 bool storeTokens(const QString &userId, const QString &accessToken, const QString &refreshToken,
                  const QString &tokenType, int expiresIn)
 {
-    return writeOrRemember([&] {
+    return withRecovery([&] {
         UserInfo user;
         DQTransaction transaction(user.metaInfo()->connection());
-        if (!transaction.isActive() || !loadUserInfo(userId, user)) {
+        if (!transaction.isActive() || findUser(userId, user) != LookUp::Found) {
             return false;
         }
         user.accessToken = accessToken;
