@@ -4,7 +4,6 @@
 #include <QDebug>
 #include <QTimer>
 
-#include "api/session/token_request.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
 #include "db/tables/user_info.h"
@@ -13,6 +12,16 @@ namespace {
 
 constexpr std::chrono::milliseconds TimeBetweenLooks(200);
 constexpr int MostLooks = 10;
+
+// What the reply lacks stays as it was. False without a pair, or when it could not be stored.
+bool storePair(const UserInfo &user, const AccessTokenResp &pair)
+{
+    return !pair.accessToken.isEmpty() &&
+           storeTokens(user.userId.value(), pair.accessToken,
+                       pair.refreshToken.isEmpty() ? user.refreshToken.value() : pair.refreshToken,
+                       pair.tokenType.isEmpty() ? user.tokenType.value() : pair.tokenType,
+                       pair.expiresIn);
+}
 
 } // namespace
 
@@ -68,55 +77,44 @@ void Session::runRenewal()
         return;
     }
     const QString usedToken = user.refreshToken.value();
+    const auto unstored = m_unstored.find(userId);
+    if (unstored != m_unstored.end() && unstored->second.usedToken == usedToken) {
+        settle(userId, usedToken, TokenReply(unstored->second.reply), MostLooks);
+        return;
+    }
     requestTokens(usedToken, [this, userId, usedToken](const TokenReply &reply) {
-        onTokens(userId, usedToken, reply);
+        const bool hasPair = !reply.tokens.accessToken.isEmpty();
+        settle(userId, usedToken, reply, hasPair || reply.isRefused ? MostLooks : 0);
     });
 }
 
-void Session::onTokens(const QString &userId, const QString &usedToken, const TokenReply &reply)
+// A refresh token works once. A pair that cannot be stored at the moment is tried again, by the
+// next renewal too: the old one is spent. One that is refused may have been used by another process
+// a moment ago, which is about to store the new pair for both.
+void Session::settle(const QString &userId, const QString &usedToken, const TokenReply &reply,
+                     int looks)
 {
+    m_unstored.erase(userId);
     // During the wait the user may have logged out, or in again with tokens newer than these.
     UserInfo present;
-    if (!loadUserInfo(userId, present)) {
-        finishRenewal(userId, false);
-        return;
-    }
-    if (present.refreshToken.value() != usedToken) {
+    const LookUp found = lookUpUser(userId, present);
+    const bool isOutdated = found == LookUp::Found && present.refreshToken.value() != usedToken;
+    if (found == LookUp::NoRow || isOutdated) {
+        finishRenewal(userId, isOutdated);
+    } else if (found == LookUp::Found && storePair(present, reply.tokens)) {
+        qDebug() << "Refresh token success.";
         finishRenewal(userId, true);
-        return;
-    }
-    const AccessTokenResp &tokens = reply.tokens;
-    if (tokens.accessToken.isEmpty()) {
-        waitForOthersTokens(userId, usedToken, reply.isRefused ? MostLooks : 0);
-        return;
-    }
-    // What the reply lacks stays as it was.
-    const QString refreshToken = tokens.refreshToken.isEmpty() ? usedToken : tokens.refreshToken;
-    const QString type = tokens.tokenType.isEmpty() ? present.tokenType.value() : tokens.tokenType;
-    if (!storeTokens(userId, tokens.accessToken, refreshToken, type, tokens.expiresIn)) {
-        failRenewal(userId);
-        return;
-    }
-    qDebug() << "Refresh token success.";
-    finishRenewal(userId, true);
-}
-
-// A refresh token works once. One that is refused may have been used by another process a moment
-// ago, which is about to store the new pair for both.
-void Session::waitForOthersTokens(const QString &userId, const QString &usedToken, int looks)
-{
-    UserInfo present;
-    const bool isStored = loadUserInfo(userId, present);
-    if (!isStored) {
-        finishRenewal(userId, false); // logged out meanwhile: nothing to tell
-    } else if (present.refreshToken.value() != usedToken) {
-        finishRenewal(userId, true);
-    } else if (looks == 0) {
-        failRenewal(userId);
     } else {
+        if (!reply.tokens.accessToken.isEmpty()) {
+            m_unstored[userId] = {usedToken, reply};
+        }
+        if (looks == 0) {
+            failRenewal(userId);
+            return;
+        }
         QTimer::singleShot(TimeBetweenLooks, QCoreApplication::instance(),
-                           [this, userId, usedToken, looks] {
-                               waitForOthersTokens(userId, usedToken, looks - 1);
+                           [this, userId, usedToken, reply, looks] {
+                               settle(userId, usedToken, reply, looks - 1);
                            });
     }
 }

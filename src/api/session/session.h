@@ -10,10 +10,10 @@
 #include <QString>
 
 #include "api/session/request_pacing.h"
+#include "api/session/token_request.h"
 #include "net/reachability.h"
 
 class UserInfo;
-struct TokenReply;
 
 // The program's one session: who the current user is, the renewal of access tokens, and how fast
 // the server may be asked. All of it belongs to the interface thread.
@@ -57,16 +57,24 @@ private:
 
     void startRenewal();
     void runRenewal();
-    void onTokens(const QString &userId, const QString &usedToken, const TokenReply &reply);
-    void waitForOthersTokens(const QString &userId, const QString &usedToken, int looks);
+    void settle(const QString &userId, const QString &usedToken, const TokenReply &reply,
+                int looks);
     void finishRenewal(const QString &userId, bool renewed);
     void failRenewal(const QString &userId);
+
+    // A new pair that could not be stored yet, and what it was exchanged for.
+    struct UnstoredPair
+    {
+        QString usedToken;
+        TokenReply reply;
+    };
 
     Notifier m_notifier;
     std::chrono::milliseconds m_quietTime{0};
     QElapsedTimer m_sinceShown; // not valid before the first failure
     QQueue<QString> m_renewals; // the users whose turn it is, and comes
     std::map<QString, std::vector<Continuation>> m_waiting;
+    std::map<QString, UnstoredPair> m_unstored; // by user
     RequestPacing m_pacing;
     Reachability m_reachability;
 };
