@@ -200,6 +200,38 @@ private slots:
         QTRY_COMPARE(outcome.successes, 2);
         QCOMPARE(asked(TokenPath), 1);
     }
+    void aPairWhoseUserCannotBeReadIsKept_data()
+    {
+        QTest::addColumn<bool>("isSaid");
+        QTest::newRow("for a moment") << false;
+        QTest::newRow("until the renewal has failed") << true;
+    }
+    void aPairWhoseUserCannotBeReadIsKept()
+    {
+        QFETCH(bool, isSaid);
+        const UserInfo user = m_drive->logIn(0, LongAgo);
+        add(FaultOn(TokenPath).delay(300));
+        const LogCapture log;
+        Outcome outcome;
+        ask(user, outcome);
+        QTimer watch; // the renewal's wait runs above the test's
+        connect(&watch, &QTimer::timeout, this, [&] {
+            if (asked(TokenPath) == 1) {
+                watch.stop();
+                QVERIFY(QSqlQuery().exec("ALTER TABLE UserInfo RENAME TO Away"));
+            }
+        });
+        watch.start(10);
+        QTRY_VERIFY(log.contains("no such table") && m_shown.size() == (isSaid ? 1 : 0));
+        QVERIFY(QSqlQuery().exec("ALTER TABLE Away RENAME TO UserInfo"));
+        if (isSaid) {
+            QTRY_COMPARE(outcome.calls(), 1);
+            ask(user, outcome);
+        }
+        QTRY_VERIFY(outcome.userId == user.userId.value());
+        QVERIFY(tokens(stored(user)) != tokens(user));
+        QCOMPARE(asked(TokenPath), 1);
+    }
     void aBatchOfRefusedRenewalsIsSaidOnce()
     {
         const UserInfo users[] = {m_drive->logIn(1, LongAgo), m_drive->logIn(0, LongAgo)};
