@@ -12,6 +12,7 @@
 #include "player/window/player_host.h"
 #include "support/fault_on.h"
 #include "support/test_main.h"
+#include "ui/files/batch_status.h"
 #include "ui/shell/main_window.h"
 #include "ui/widgets/mu_item_delegate.h"
 
@@ -230,6 +231,7 @@ private slots:
         QTest::addColumn<int>("left");
         QTest::newRow("wait") << "处理完再退出(&W)" << false << true << 0;
         QTest::newRow("wait for what fails") << "处理完再退出(&W)" << false << false << 0;
+        QTest::newRow("wait for what has failed") << "处理完再退出(&W)" << false << false << -1;
         QTest::newRow("stop") << "就此停止(&S)" << true << true << 2;
         QTest::newRow("go on") << "取消" << false << false << 0;
     }
@@ -247,9 +249,20 @@ private slots:
         QTRY_COMPARE(table->rowCount(), 6);
         table->selectAll();
         window->findChild<QPushButton *>("btnDelete")->click();
-        whenModal([&answer](QWidget *modal) {
+        const auto fail = [this] {
+            QFile::remove(text(m_drive->server().rootPath()) + "/6");
+            m_drive->server().makeFile("7", "");
+            m_drive->server().clearFaults();
+        };
+        const bool hasFailed = left < 0;
+        auto *status = window->findChild<BatchStatus *>();
+        whenModal([&](QWidget *modal) {
             auto *box = qobject_cast<QMessageBox *>(modal);
             QCOMPARE(box->text(), QString("还有 6 个文件没有处理完。"));
+            if (hasFailed) {
+                fail();
+                QTRY_VERIFY(status->hasFailures());
+            }
             for (QAbstractButton *button : box->buttons()) {
                 if (button->text() == answer) {
                     button->click();
@@ -259,7 +272,13 @@ private slots:
         window->close();
         QTEST(!window->isVisible(), "closesAtOnce");
         if (QString(QTest::currentDataTag()).contains("fails")) {
-            QFile::remove(text(m_drive->server().rootPath()) + "/6");
+            fail();
+        }
+        if (hasFailed) { // a batch that has no failures does not end the program afterwards
+            status->findChild<QAbstractButton *>("btnCloseBatch")->click();
+            QTRY_COMPARE(table->rowCount(), 1);
+            table->selectAll();
+            window->findChild<QPushButton *>("btnDelete")->click();
         }
         if (left > 0) {
             window.reset();

@@ -240,8 +240,8 @@ bool MainWindow::mayStopBatches()
     const std::optional<int> choice =
         askChoice(this, QStringLiteral("退出"), text,
                   {QStringLiteral("处理完再退出(&W)"), QStringLiteral("就此停止(&S)")});
-    m_closesAfterBatches = choice == 0;
-    // They may have ended while the user thought.
+    // They may have ended while the user thought; then no end is to come that could close.
+    m_closesAfterBatches = choice == 0 && m_batches.hasPending();
     return choice == 1 || (choice == 0 && !m_batches.hasPending() && !m_batchStatus->hasFailures());
 }
 
