@@ -5,17 +5,10 @@
 #include <QScrollBar>
 
 #include "api/session/session.h"
-#include "app/environment/app_settings.h"
 #include "ui/files/file_kinds.h"
 #include "ui/files/file_table.h"
 
 namespace {
-
-QString listOrder()
-{
-    const AppSettings settings;
-    return settings.fileListOrderBy() + QLatin1Char(' ') + settings.fileOrderDirection();
-}
 
 int indexOf(const QList<FileItem> &files, const QString &fileId)
 {
@@ -125,8 +118,9 @@ FileBrowser::Place FileBrowser::placeRemembered() const
     place.currentId = folder.selectedFileId;
     place.row = folder.selectedRow;
     place.isFound = place.currentId.isEmpty();
-    place.searchedCount = folder.order == listOrder() ? folder.files.size() + FolderLoader::PageSize
-                                                      : std::numeric_limits<int>::max();
+    place.searchedCount = folder.order == FolderLoader::presentOrder()
+                              ? folder.files.size() + FolderLoader::PageSize
+                              : std::numeric_limits<int>::max();
     return place;
 }
 
@@ -159,9 +153,8 @@ void FileBrowser::request(bool append)
     const PathItem &folder = m_path.last();
     FolderRequest request;
     request.folderId = folder.fileId;
-    request.order = listOrder();
-    // A marker of another order would skip entries: go through the pages again from the first.
-    if (append && request.order == folder.order) {
+    request.order = folder.order;
+    if (append) {
         request.marker = folder.nextMarker;
     }
     m_removedMeanwhile.clear();

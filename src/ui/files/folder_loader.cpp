@@ -1,11 +1,18 @@
 #include "ui/files/folder_loader.h"
 
+#include "app/environment/app_settings.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
 #include "ui/files/refusal_note.h"
 
 FolderLoader::FolderLoader(const UserInfo &user, QObject *parent) : QObject(parent), m_client(user)
 {
+}
+
+QString FolderLoader::presentOrder()
+{
+    const AppSettings settings;
+    return settings.fileListOrderBy() + QLatin1Char(' ') + settings.fileOrderDirection();
 }
 
 bool FolderLoader::load(const FolderRequest &request)
@@ -18,8 +25,13 @@ bool FolderLoader::load(const FolderRequest &request)
     return true;
 }
 
-void FolderLoader::send(const FolderRequest &request, int attempt)
+void FolderLoader::send(const FolderRequest &wanted, int attempt)
 {
+    FolderRequest request = wanted;
+    request.order = presentOrder(); // may have changed since the attempt before
+    if (request.order != wanted.order) {
+        request.marker.clear();
+    }
     const QString step = QStringLiteral("getFileList");
     const RefusalNote refusal;
     const auto done = m_replies.guard(step, [this, request, refusal](const FileItems &page) {
