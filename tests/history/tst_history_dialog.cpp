@@ -242,6 +242,13 @@ private slots:
         }
         QCOMPARE(names(dialog), QString("3 2"));
         QCOMPARE(tableOf(dialog)->currentRow(), 1);
+        // What is selected is no record of another user.
+        m_user.userId = QString("other");
+        AppSettings().setCurUserId("other");
+        watched("f4", "4", 1);
+        dialog.loadHistory();
+        press(dialog, "btnRemovePlayHistory");
+        QCOMPARE(names(dialog), QString("4"));
     }
 
     // The player asks the drive for the rest.

@@ -1,10 +1,12 @@
 #include "ui/history/history_dialog.h"
 
 #include <array>
+#include <utility>
 
 #include <QHeaderView>
 
 #include "api/records/file_records.h"
+#include "app/environment/app_settings.h"
 #include "app/environment/formatting.h"
 #include "db/tables/operations.h"
 #include "player/session/play_request.h"
@@ -76,6 +78,11 @@ void HistoryDialog::loadHistory()
 {
     qDebug() << "load history...";
     QTableWidget *table = m_ui->historyList;
+    const QString user = AppSettings().curUserId();
+    if (std::exchange(m_userId, user) != user) {
+        // What stands in the same row is another user's: nobody has chosen it.
+        table->selectionModel()->clear();
+    }
     const QSet<int> selected = selectedIds();
     const int row = table->currentRow();
     table->clearContents();

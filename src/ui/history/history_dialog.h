@@ -59,6 +59,7 @@ private:
     void open(const PlayHistory &history);
 
     const std::unique_ptr<Ui::HistoryDialog> m_ui;
+    QString m_userId; // whose rows
     DQList<PlayHistory> m_rows;
     QList<PlayHistory> m_removed; // what can be taken back
 };
