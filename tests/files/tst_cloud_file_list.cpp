@@ -216,6 +216,9 @@ private slots:
         FaultOn fault = FaultOn(List).after(1).times(2);
         const bool isLost = QByteArray(QTest::currentDataTag()).startsWith("when");
         m_drive->server().addFault(isLost ? fault.cuts() : fault.status(500));
+        if (isLost) {
+            m_drive->server().addFault(FaultOn("getSpaceInfo").status(500));
+        }
         const DrivePage page(m_user);
         QTRY_COMPARE(page.count(), "200项");
         page.scrollToEnd();
@@ -227,6 +230,7 @@ private slots:
         QTRY_COMPARE(page.count(), "350项");
         QVERIFY(!page.child<QPushButton>("btnRetry")->isVisible());
         QVERIFY(page.rowOf("找我.zip") >= 0);
+        QTRY_VERIFY(!page.dialog.diskSpace().isEmpty());
     }
 
     void saysWhyThereIsNothing_data()

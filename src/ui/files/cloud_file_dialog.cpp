@@ -8,6 +8,7 @@
 #include <QToolButton>
 
 #include "api/records/account_records.h"
+#include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "app/environment/formatting.h"
 #include "db/tables/operations.h"
@@ -39,6 +40,8 @@ CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, QWi
     initVideoQualityMenu();
     m_browser->reload();
     requestDiskSpace();
+    connect(&Session::instance().reachability(), &Reachability::returned, this,
+            &CloudFileDialog::onServerReturned);
 }
 
 CloudFileDialog::~CloudFileDialog() = default;
@@ -408,12 +411,21 @@ void CloudFileDialog::initVideoQualityMenu()
 
 void CloudFileDialog::requestDiskSpace()
 {
+    m_lacksDiskSpace = false;
     const QString step = QStringLiteral("getSpaceInfo");
     const auto done = m_replies.guard(step, [this](const SpaceInfo &space) { onDiskSpace(space); });
-    const auto failed = m_replies.guard(step, [](const QString &error, int /*code*/) {
+    const auto failed = m_replies.guard(step, [this](const QString &error, int /*code*/) {
         qDebug() << "getSpaceInfo erro:" << error;
+        m_lacksDiskSpace = true;
     });
     m_replies.limitWait(m_client.spaceInfo(done, failed));
+}
+
+void CloudFileDialog::onServerReturned()
+{
+    if (m_lacksDiskSpace) {
+        requestDiskSpace();
+    }
 }
 
 void CloudFileDialog::onDiskSpace(const SpaceInfo &space)

@@ -107,6 +107,7 @@ private:
     void onFileDone(const FileBatch &batch, const BatchFile &file);
     void onBatchFinished(const FileBatch &batch);
     void requestDiskSpace();
+    void onServerReturned();
     void onDiskSpace(const SpaceInfo &space);
 
     const std::unique_ptr<Ui::CloudFileDialog> m_ui;
@@ -117,6 +118,7 @@ private:
     QualityMenu *m_qualityMenu = nullptr;
     WaitingSpinnerWidget *m_spinner = nullptr;
     QString m_diskSpace;
+    bool m_lacksDiskSpace = false; // it could not be had
     QString m_listStatus;
     ReplyGuard m_replies;
 };

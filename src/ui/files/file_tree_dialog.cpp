@@ -6,6 +6,7 @@
 #include <QTreeWidgetItemIterator>
 
 #include "api/records/file_records.h"
+#include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/user_info.h"
 #include "net/http_client.h"
@@ -62,6 +63,8 @@ FileTreeDialog::FileTreeDialog(const UserInfo &user, QStringList excludedIds)
                                     QStringLiteral("root"));
     root->setIcon(0, QIcon(QStringLiteral(":/image/cloud_disk.png")));
     root->setExpanded(true);
+    connect(&Session::instance().reachability(), &Reachability::returned, this,
+            &FileTreeDialog::onServerReturned);
     onSelectionChanged();
 }
 
@@ -108,6 +111,7 @@ void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
     folder->setData(0, ListedRole, true);
     qDeleteAll(folder->takeChildren()); // what came before a page failed
     const QString folderId = folder->data(0, FolderIdRole).toString();
+    m_failed.remove(folderId);
     m_trails.remove(folderId);
     requestChildren(folderId, QString(), 1);
 }
@@ -173,10 +177,20 @@ void FileTreeDialog::onListFailed(const QString &folderId, const QString &error,
     logFailure(QStringLiteral("getFileList"), code, error);
     countLoading(-1);
     showSingleToast(QStringLiteral("文件夹加载失败"));
+    m_failed.insert(folderId);
     // Closed and unlisted, so that opening it once more asks again.
     if (QTreeWidgetItem *folder = itemOf(folderId)) {
         folder->setData(0, ListedRole, false);
         folder->setExpanded(false);
+    }
+}
+
+void FileTreeDialog::onServerReturned()
+{
+    for (const QString &folderId : std::exchange(m_failed, {})) {
+        if (QTreeWidgetItem *folder = itemOf(folderId)) {
+            folder->setExpanded(true); // lists it
+        }
     }
 }
 

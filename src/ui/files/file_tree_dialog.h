@@ -47,6 +47,7 @@ private:
     void onChildren(const QString &folderId, const FileItems &children);
     void onListFailed(const QString &folderId, const QString &error, int code);
     void onSelectionChanged();
+    void onServerReturned();
     [[nodiscard]] QTreeWidgetItem *itemOf(const QString &folderId) const;
     QTreeWidgetItem *addItem(QTreeWidgetItem *parent, const QString &name, const QString &folderId);
 
@@ -56,5 +57,6 @@ private:
     WaitingSpinnerWidget *m_spinner = nullptr;
     int m_loading = 0;                  // listings that are awaited
     QHash<QString, PageTrail> m_trails; // by folder id
+    QSet<QString> m_failed;             // folders that could not be listed
     ReplyGuard m_replies;
 };
