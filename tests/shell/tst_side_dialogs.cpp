@@ -88,9 +88,13 @@ private slots:
         const FileDialog dialog;
         auto *page = dialog.findChild<CloudFileDialog *>();
         const LogCapture log;
+        emit page->startDownload("缺.bin", url + "x");
+        QTRY_COMPARE(toasts().size(), 1);
+        QVERIFY2(toasts().first().startsWith("缺.bin 下载失败："), qPrintable(toasts().first()));
+        closeToasts();
         emit page->startDownload("下载.bin", url);
         emit page->startDownload("下载.bin", url); // before the first has its file
-        QCOMPARE(log.lines().filter("url:").size(), 2);
+        QCOMPARE(log.lines().filter("url:").size(), 3);
         for (const char *name : {"/下载.bin", "/下载 (1).bin"}) {
             QFile saved(QStandardPaths::writableLocation(QStandardPaths::DownloadLocation) + name);
             QTRY_VERIFY(saved.exists());

@@ -7,6 +7,8 @@
 
 #include "app/environment/file_name.h"
 #include "net/http_downloader.h"
+#include "ui/widgets/name_text.h"
+#include "ui/widgets/single_toast.h"
 #include "ui_trans_dialog.h"
 
 namespace {
@@ -53,6 +55,9 @@ void TransDialog::onStartDownload(const QString &fileName, const QString &url)
     connect(download, &QObject::destroyed, this, [this, target] { m_targets.remove(target); });
     connect(download, &HttpDownLoader::downFinished, download, &QObject::deleteLater);
     connect(download, &HttpDownLoader::error, download, &QObject::deleteLater);
+    connect(download, &HttpDownLoader::error, this, [fileName](const QString &text) {
+        showSingleToast(QStringLiteral("%1 下载失败：%2").arg(visibleName(fileName), text));
+    });
     qDebug() << "url:" << url;
     download->start();
 }
