@@ -162,6 +162,7 @@ private slots:
         QTest::addColumn<QList<int>>("restored");
         QTest::newRow("a whole layout")
             << 1 << QList<int>{200, 90, 150, 60} << QList<int>{200, 90, 150, 60, 1};
+        QTest::newRow("no widths") << 1 << QList<int>() << QList<int>{360, 112, 180, 90, 1};
         QTest::newRow("missing columns")
             << 7 << QList<int>{200, 100} << QList<int>{200, 100, 180, 90, 2};
         QTest::newRow("surplus columns")

@@ -104,9 +104,6 @@ void FileTable::setUpHeader()
 
 void FileTable::restoreState(const FileListState &state)
 {
-    if (state.columnSizeList.isEmpty()) {
-        return;
-    }
     const QScopedValueRollback<bool> restoring(m_restoring, true);
     for (int column = 0; column < qMin(state.columnSizeList.size(), int(ColumnCount)); ++column) {
         horizontalHeader()->resizeSection(column, state.columnSizeList.at(column));

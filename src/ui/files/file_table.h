@@ -36,7 +36,7 @@ public:
     // The drive's word for the order by a column.
     [[nodiscard]] static QString orderField(int column);
 
-    // Sort and widths as stored. Without widths nothing is stored; a negative sort index changes
+    // Sort and widths as stored. Without widths those there are stay; a negative sort index changes
     // no sort.
     void restoreState(const FileListState &state);
     void storeState(FileListState &state) const;
