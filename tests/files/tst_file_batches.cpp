@@ -66,9 +66,11 @@ private slots:
         QCOMPARE(m_batches->remaining(), 12);
         QCOMPARE(m_batches->remaining(other.userId.value()), 2);
         QVERIFY(m_status->text().endsWith("，另有 1 批"));
+        press("btnCancelBatch"); // the one that is told of
+        QCOMPARE(m_batches->remaining(), 6);
         m_drive->server().clearFaults();
         QTRY_COMPARE(m_batches->remaining(), 0);
-        QCOMPARE(m_drive->requests(TrashPath).size(), 12U);
+        QCOMPARE(m_drive->requests(TrashPath).size(), 6U);
     }
 
     void aFileThatIsOnItsWayIsNotTakenTwice()
@@ -78,10 +80,12 @@ private slots:
         order.operation = FileOperation::Delete;
         order.files.append({text(m_drive->server().fileId("extra")), "extra"});
         QCOMPARE(m_batches->start(order), 1);
+        QVERIFY(toasts().isEmpty());
+        QCOMPARE(m_batches->start(order), 0);
+        QCOMPARE(toasts(), QStringList{"选中的文件正在处理中"});
         QTRY_VERIFY(!m_batches->hasPending());
         QCOMPARE(m_drive->requests(TrashPath).size(), 2U);
         QCOMPARE(m_drive->requests("/adrive/v1.0/openFile/delete").size(), 1U);
-        QVERIFY(toasts().isEmpty());
     }
 
     void failuresAreNamedAndTriedAgain_data()
@@ -177,6 +181,7 @@ private slots:
             QTRY_VERIFY(m_status->findChild<QToolButton *>("btnCancelBatch")->isEnabled());
             press("btnCancelBatch");
             QCOMPARE(m_status->text(), result);
+            QTRY_VERIFY(qApp->findChildren<QNetworkReply *>().isEmpty());
         }
         m_drive->server().clearFaults();
         QTRY_COMPARE(m_status->text(), result);

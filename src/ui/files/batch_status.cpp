@@ -11,7 +11,8 @@
 namespace {
 
 constexpr std::chrono::seconds ResultTime(5);
-// A second click that belongs to the first must not give up what is on the wire.
+// A second click that belongs to the first must not give up what is on the wire, nor cancel the
+// batch that is shown next.
 constexpr std::chrono::seconds CancelPause(1);
 constexpr int Gap = 4;
 
@@ -77,7 +78,7 @@ BatchStatus::BatchStatus(FileBatches *batches, QWidget *parent)
     m_cancelPause.setSingleShot(true);
     m_cancelPause.setInterval(CancelPause);
     connect(&m_cancelPause, &QTimer::timeout, m_cancel, [this] { m_cancel->setEnabled(true); });
-    connect(m_cancel, &QAbstractButton::clicked, this, [this] { m_batches->cancel(); });
+    connect(m_cancel, &QAbstractButton::clicked, this, [this] { m_batches->cancel(m_shown); });
     connect(m_details, &QAbstractButton::clicked, this, &BatchStatus::showFailures);
     connect(m_close, &QAbstractButton::clicked, this,
             [this] { settle(hasFailures() ? m_unseen.last().number : 0); });
@@ -116,6 +117,7 @@ void BatchStatus::showState()
 {
     const QList<FileBatch> running = m_batches->running();
     if (!running.isEmpty()) {
+        m_shown = running.first().number;
         showLine(progressText(running.first(), running.size() - 1), true, false);
         showCancelling(running.first().cancelled);
     } else if (!m_unseen.isEmpty()) {
@@ -135,7 +137,7 @@ void BatchStatus::showLine(const QString &text, bool runs, bool hasFailures)
     show();
 }
 
-// The button then offers what a second press does.
+// The button offers what the next press does.
 void BatchStatus::showCancelling(bool isCancelled)
 {
     const QString text = isCancelled ? QStringLiteral("不再等待") : QStringLiteral("取消");
@@ -143,10 +145,8 @@ void BatchStatus::showCancelling(bool isCancelled)
         return;
     }
     m_cancel->setText(text);
-    m_cancel->setEnabled(!isCancelled);
-    if (isCancelled) {
-        m_cancelPause.start();
-    }
+    m_cancel->setEnabled(false);
+    m_cancelPause.start();
 }
 
 void BatchStatus::showFailures()

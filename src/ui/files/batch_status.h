@@ -38,6 +38,7 @@ private:
     void settle(int number);
 
     FileBatches *const m_batches;
+    int m_shown = 0; // the batch that runs and is told of
     QLabel *m_text = nullptr;
     QAbstractButton *m_cancel = nullptr;
     QAbstractButton *m_details = nullptr;

@@ -227,13 +227,6 @@ BatchOrder FileActions::orderForSelection(FileOperation operation) const
     return order;
 }
 
-void FileActions::start(const BatchOrder &order)
-{
-    if (m_batches->start(order) == 0) {
-        showSingleToast(QStringLiteral("选中的文件正在处理中"));
-    }
-}
-
 void FileActions::moveSelected()
 {
     BatchOrder order = orderForSelection(FileOperation::Move);
@@ -252,7 +245,7 @@ void FileActions::moveSelected()
     if (order.targetFolderId == order.sourceFolderId) {
         showSingleToast(QStringLiteral("文件已在所选文件夹中"));
     } else if (!order.targetFolderId.isEmpty() && !fileIds.contains(order.targetFolderId)) {
-        start(order);
+        m_batches->start(order);
     }
 }
 
@@ -298,6 +291,6 @@ void FileActions::deleteSelected(bool toRecycleBin)
     }
     if (toRecycleBin || askYesNo(m_page, QStringLiteral("警告"),
                                  QStringLiteral("确定要彻底删除选中的文件或文件夹吗?"))) {
-        start(order);
+        m_batches->start(order);
     }
 }

@@ -60,7 +60,6 @@ private:
                         const QString &error, int code);
     void onLinkFailed(const QString &error, int code);
     [[nodiscard]] BatchOrder orderForSelection(FileOperation operation) const;
-    void start(const BatchOrder &order);
     // For a folder of which no answer says what is true now.
     void listAnew(const QString &folderId);
 

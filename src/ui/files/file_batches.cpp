@@ -36,6 +36,21 @@ QString failureText(FileOperation operation, int code, const RefusalNote &refusa
     return QString();
 }
 
+template <class Done>
+PendingReply ask(const OpenApiClient &client, const BatchOrder &order, const QString &fileId,
+                 const Done &done, const ApiFailure &fail)
+{
+    switch (order.operation) {
+    case FileOperation::Trash:
+        return client.trash(fileId, done, fail);
+    case FileOperation::Delete:
+        return client.remove(fileId, done, fail);
+    case FileOperation::Move:
+        return client.move(fileId, order.targetFolderId, done, fail);
+    }
+    return PendingReply();
+}
+
 } // namespace
 
 struct FileBatches::Running
@@ -50,8 +65,9 @@ struct FileBatches::Running
     const OpenApiClient client;
     const QString userId;
     QQueue<BatchFile> queue;
-    QHash<QString, BatchFile> sent; // by file id
-    QHash<QString, int> attempts;   // by file id
+    QHash<QString, BatchFile> sent;       // by file id
+    QHash<QString, PendingReply> replies; // to what was sent, by file id
+    QHash<QString, int> attempts;         // by file id
 };
 
 BatchOrder FileBatch::again() const
@@ -82,6 +98,8 @@ int FileBatches::start(const BatchOrder &order)
         m_running.push_back(std::make_unique<Running>(batch));
         emit progressed(batch);
         sendNext();
+    } else if (!order.files.isEmpty()) {
+        showSingleToast(QStringLiteral("选中的文件正在处理中"));
     }
     return batch.total();
 }
@@ -110,26 +128,39 @@ void FileBatches::cancel(const QString &userId)
 {
     QList<int> cancelled;
     for (const auto &running : m_running) {
-        if (!userId.isEmpty() && running->userId != userId) {
-            continue;
-        }
-        FileBatch &batch = running->batch;
-        cancelled << batch.number;
-        const bool wasCancelled = std::exchange(batch.cancelled, true);
-        batch.skipped += running->queue.size();
-        for (const BatchFile &file : running->queue) {
-            m_onTheWay[running->userId].remove(file.id);
-        }
-        running->queue.clear();
-        if (wasCancelled) {
-            for (const QString &fileId : running->sent.keys()) {
-                batch.failed << takeAnswered(*running, fileId);
-                batch.needsListing = true;
-            }
+        if (running->userId == userId) {
+            stop(*running);
+            cancelled << running->batch.number;
         }
     }
     for (const int number : cancelled) {
         goOn(number);
+    }
+}
+
+void FileBatches::cancel(int number)
+{
+    if (Running *running = find(number)) {
+        stop(*running);
+        goOn(number);
+    }
+}
+
+void FileBatches::stop(Running &running)
+{
+    FileBatch &batch = running.batch;
+    const bool wasCancelled = std::exchange(batch.cancelled, true);
+    batch.skipped += running.queue.size();
+    for (const BatchFile &file : running.queue) {
+        m_onTheWay[running.userId].remove(file.id);
+    }
+    running.queue.clear();
+    if (wasCancelled) {
+        for (const QString &fileId : running.sent.keys()) {
+            running.replies.value(fileId).abandon();
+            batch.failed << takeAnswered(running, fileId);
+            batch.needsListing = true;
+        }
     }
 }
 
@@ -177,17 +208,9 @@ void FileBatches::send(Running &running)
         });
     const OpenApiClient client = running.client.whenRefused(refusal.handler());
     ++running.attempts[file.id];
-    switch (order.operation) {
-    case FileOperation::Trash:
-        m_replies.limitWait(client.trash(file.id, done, fail));
-        return;
-    case FileOperation::Delete:
-        m_replies.limitWait(client.remove(file.id, done, fail));
-        return;
-    case FileOperation::Move:
-        m_replies.limitWait(client.move(file.id, order.targetFolderId, done, fail));
-        return;
-    }
+    const PendingReply reply = ask(client, order, file.id, done, fail);
+    running.replies.insert(file.id, reply);
+    m_replies.limitWait(reply);
 }
 
 // Late replies to what was given up find no batch or no file.
@@ -230,6 +253,7 @@ void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote 
 BatchFile FileBatches::takeAnswered(Running &running, const QString &fileId)
 {
     m_onTheWay[running.userId].remove(fileId);
+    running.replies.remove(fileId);
     return running.sent.take(fileId);
 }
 

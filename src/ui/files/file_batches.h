@@ -64,7 +64,7 @@ public:
     ~FileBatches() override;
 
     // Returns at once with the number of files taken: a file that is on its way already, in this
-    // user's earlier batches, is left to those.
+    // user's earlier batches, is left to those. The user is told where that leaves none.
     int start(const BatchOrder &order);
 
     // True as long as any file was neither answered nor given up.
@@ -74,9 +74,10 @@ public:
     // Those that run, the oldest first.
     [[nodiscard]] QList<FileBatch> running() const;
 
-    // Sends no further file of the user, or of anybody where none is named. What is on the wire is
-    // waited for, unless it was cancelled before: then nobody waits for it any more.
-    void cancel(const QString &userId = QString());
+    // Sends no further file of the batch, or of all batches of the user. What is on the wire is
+    // waited for, unless it was cancelled before: then its connections are closed.
+    void cancel(int number);
+    void cancel(const QString &userId);
 
 signals:
     // A batch was started, came on by a file, or was cancelled.
@@ -95,6 +96,7 @@ private:
     void onDone(int number, const QString &fileId);
     void onFailed(int number, const QString &fileId, const RefusalNote &refusal,
                   const QString &error, int code);
+    void stop(Running &running);
     BatchFile takeAnswered(Running &running, const QString &fileId);
     void goOn(int number);
     void finishWhenAnswered(int number);
