@@ -81,8 +81,17 @@ private slots:
         QVERIFY(m_player->waitFor(1));
     }
 
+    void saysThatWhatPlaysIsFrozen_data()
+    {
+        QTest::addColumn<int>("refusals");
+        QTest::newRow("a new address") << 0;
+        QTest::newRow("no new address") << 1;
+        QTest::newRow("no new address, and none again") << 2;
+    }
+
     void saysThatWhatPlaysIsFrozen()
     {
+        QFETCH(int, refusals);
         clips::Clip clip{60, 640, 360};
         m_player->addClip(First, clip);
         QVERIFY(m_player->server().prepareMedia(First.toStdString()));
@@ -95,6 +104,14 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(notice(), Waiting, 15000);
         m_player->server().clearFaults();
         ReplyGuard::setPatience({});
+        m_player->server().addFault(FaultOn(PlayInfo).always().status(403));
+        const QStringList notices{"视频播放中断，请稍后再试", Failing + "\n没有权限"};
+        for (int i = 0; i < refusals; ++i) {
+            m_player->press("playPause");
+            QTRY_COMPARE(notice(), notices.at(i));
+            QTRY_VERIFY(m_player->mpv()->getProperty("idle-active").toBool());
+        }
+        m_player->server().clearFaults();
         m_player->press("playPause");
         QVERIFY(m_player->waitFor(41));
         QCOMPARE(notice(), QString());

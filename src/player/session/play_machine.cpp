@@ -90,7 +90,7 @@ void PlayMachine::open(Video video, Source source)
 {
     m_failure.clear();
     m_refused.reset();
-    stopCandidate();
+    stop(m_candidate.get());
     m_candidate = std::move(video);
     connectVideo(*m_candidate);
     awaitSign();
@@ -188,18 +188,24 @@ void PlayMachine::letGo()
     m_loaded = nullptr;
 }
 
-void PlayMachine::stopCandidate()
+void PlayMachine::stop(const OpenedVideo *video)
 {
-    if (m_candidate && m_loaded == m_candidate.get()) {
+    if (video && m_loaded == video) {
         letGo();
         m_mpv.command(QVariantList{QStringLiteral("stop")});
     }
 }
 
+void PlayMachine::replaceCurrent()
+{
+    stop(m_current.get());
+    m_current = std::move(m_candidate);
+}
+
 // What played before is as it was; if it had to make way already, it is loaded again.
 void PlayMachine::dropCandidate()
 {
-    stopCandidate();
+    stop(m_candidate.get());
     m_candidate.reset();
     awaitSign();
     const bool isWaiting =
@@ -220,15 +226,19 @@ void PlayMachine::onCannotOpen()
     if (m_current && m_current->state != PlayState::Failed) {
         dropCandidate();
     } else {
-        m_current = std::move(m_candidate);
+        replaceCurrent();
         m_current->state = PlayState::Failed;
     }
     tell(text);
 }
 
-// A video that played and cannot go on.
+// A video that played and cannot go on. A stream that was only frozen would do so under the notice.
 void PlayMachine::onBrokenDown(OpenedVideo &video)
 {
+    if (m_loaded == &video) {
+        savePosition();
+        stop(&video);
+    }
     video.state = PlayState::Failed;
     if (m_candidate) {
         return; // the user waits for something else
@@ -275,7 +285,8 @@ void PlayMachine::onPlaybackRestarted()
 void PlayMachine::onPicture(OpenedVideo &video)
 {
     if (&video == m_candidate.get()) {
-        m_current = std::move(m_candidate);
+        replaceCurrent();
+        m_savedPosition = video.resumePosition();
         m_failure.clear();
         m_saves.restart();
         if (video.start == StartFrom::WhereItStopped) {
@@ -312,6 +323,9 @@ void PlayMachine::onPositionChanged(int value)
         return;
     }
     std::optional<int> &repairedAt = m_loaded->repairedAt;
+    if (repairedAt && value < *repairedAt) {
+        repairedAt = value; // sent back: it proves itself from there
+    }
     if (repairedAt && value > *repairedAt + ProvenAfter) {
         repairedAt.reset();
     }
@@ -352,7 +366,7 @@ void PlayMachine::onPlayEnd()
         return;
     }
     OpenedVideo &video = *m_loaded;
-    letGo();
+    stop(&video); // a play list would go on with its next entry
     if (video.state == PlayState::Loading) {
         onLoadingEnd(video);
     } else if (video.state == PlayState::Playing) {
@@ -405,6 +419,9 @@ void PlayMachine::repair(OpenedVideo &video)
 
 void PlayMachine::renewAddress(OpenedVideo &video)
 {
+    if (video.state == PlayState::Loading) {
+        stop(&video); // should it open after all, it would begin anew
+    }
     video.state = PlayState::Opening;
     video.address->renew();
     awaitSign();

@@ -81,7 +81,10 @@ private:
     void connectMpv();
     void connectVideo(OpenedVideo &video);
     void letGo();
-    void stopCandidate();
+    // Makes libmpv silent, if it has this video's file.
+    void stop(const OpenedVideo *video);
+    // The candidate takes the place of what plays, which is destroyed.
+    void replaceCurrent();
     void repair(OpenedVideo &video);
     void tell(const QString &failure);
 
