@@ -13,7 +13,7 @@ public:
     // Asks for the video's addresses, unless they were asked for not long ago.
     void fetch(const UserInfo &user, const FileItem &file)
     {
-        if (m_fileId != file.file_id || m_address->isStale()) {
+        if (!m_address || m_fileId != file.file_id || m_address->isStale()) {
             m_fileId = file.file_id;
             m_address = std::make_unique<PlayAddress>(user, file);
             m_address->fetchAhead();

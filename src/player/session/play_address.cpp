@@ -46,7 +46,7 @@ void PlayAddress::open()
 void PlayAddress::renew()
 {
     m_isOpen = true;
-    request(Purpose::Opening);
+    request(isForSource() ? Purpose::Source : Purpose::Opening);
 }
 
 void PlayAddress::openSource()
@@ -115,7 +115,11 @@ void PlayAddress::onPlayInfo(const VideoPreviewPlayInfoResp &reply)
 void PlayAddress::requestSource()
 {
     const auto success = [this](const GetDownloadUrlResp &reply) {
-        m_entries.append({sourceQualityId(), m_sourceWidth, m_sourceHeight, reply.url});
+        if (!reply.url.isEmpty()) {
+            m_entries.append({sourceQualityId(), m_sourceWidth, m_sourceHeight, reply.url});
+        } else if (m_refusal) {
+            m_reason = troubleText(m_refusal->trouble);
+        }
         onAnswer(Answer::Known);
     };
     const auto fail = [this](const QString &error, int code) {

@@ -30,12 +30,15 @@ public:
     void fetchAhead();
     // Answers with one of the two signals, at once where the addresses are there and still good.
     void open();
-    // Asks for new addresses in place of those that do not work.
+    // Asks for new addresses in place of those that do not work; after openSource() for nothing
+    // else either.
     void renew();
     // As renew(), but for nothing than the source file's, in whatever quality was wanted.
     void openSource();
     // Whether the addresses were fetched ahead, so that newer ones may work.
     [[nodiscard]] bool wasFetchedAhead() const { return m_purpose == Purpose::Ahead; }
+    // Whether openSource() was the last wish.
+    [[nodiscard]] bool isForSource() const { return m_purpose == Purpose::Source; }
     // Whether the answer came too long ago.
     [[nodiscard]] bool isStale() const;
     // Whether the play information could not be had, so that the source was not asked for.
