@@ -6,6 +6,7 @@
 
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
+#include "api/session/session.h"
 #include "net/log_failure.h"
 #include "ui/widgets/natural_order.h"
 
@@ -37,15 +38,31 @@ FolderVideos::FolderVideos(UserInfo user, const QList<FileItem> &videos)
     : m_user(std::move(user)), m_videos(inNaturalOrder(videos))
 {
     m_secondTry.setSingleShot(true);
+    connect(&Session::instance().reachability(), &Reachability::returned, this, [this] {
+        const bool isUnplaced = !m_soughtId.isEmpty() && m_file.file_id == m_soughtId;
+        if (m_isLost || (isUnplaced && !m_isAsked)) {
+            request(m_file);
+        }
+    });
 }
 
 void FolderVideos::adopt(const FolderVideos &other)
 {
     m_videos = other.m_videos;
     m_isComplete = other.m_isComplete;
+    m_soughtId = other.m_soughtId;
 }
 
 void FolderVideos::request(const FileItem &file)
+{
+    if (!m_soughtId.isEmpty() && file.file_id == m_soughtId) {
+        locate(file);
+    } else {
+        requestVideos(file);
+    }
+}
+
+void FolderVideos::requestVideos(const FileItem &file)
 {
     m_file = file;
     start();
@@ -63,25 +80,41 @@ void FolderVideos::start()
     m_markers.clear();
     m_uselessPages = 0;
     m_hasTriedAgain = false;
+    m_isLost = false;
 }
 
 void FolderVideos::locate(const FileItem &file)
 {
+    m_soughtId = file.file_id;
+    start();
+    requestPlace(file);
+}
+
+void FolderVideos::requestPlace(const FileItem &file)
+{
     const auto success = [this, file](const FileItem &found) {
-        if (found.file_id == file.file_id) {
+        const bool isFound = found.file_id == file.file_id;
+        if (isFound) {
+            m_soughtId.clear();
             emit located(found);
-            request(found);
-        } else {
-            request(file);
         }
+        requestVideos(isFound ? found : file);
     };
     const auto fail = [this, file](const QString &error, int code) {
         logFailure(QStringLiteral("getFile"), code, error);
-        request(file);
+        onNoPlace(file, code);
     };
-    start();
     m_replies.limitWait(OpenApiClient(m_user).fileDetails(file.file_id, m_replies.guard(success),
                                                           m_replies.guard(fail)));
+}
+
+void FolderVideos::onNoPlace(const FileItem &file, int code)
+{
+    if (m_hasTriedAgain || !mayAskAgain(CallKind::Reading, code)) {
+        requestVideos(file);
+    } else {
+        tryAgainSoon([this, file] { requestPlace(file); });
+    }
 }
 
 void FolderVideos::requestPage(const QString &marker)
@@ -101,7 +134,7 @@ void FolderVideos::onPage(const FileItems &page)
 {
     bool isUseful = false;
     for (const FileItem &video : page.items) {
-        if (!m_receivedIds.contains(video.file_id)) {
+        if (!video.file_id.isEmpty() && !m_receivedIds.contains(video.file_id)) {
             m_receivedIds.insert(video.file_id);
             m_received.append(video);
             isUseful = true;
@@ -121,12 +154,18 @@ void FolderVideos::onPageFailed(const QString &marker, const QString &error, int
 {
     logFailure(QStringLiteral("getFileList"), code, error);
     if (m_hasTriedAgain || !mayAskAgain(CallKind::Reading, code)) {
+        m_isLost = true;
         finish(false);
-        return;
+    } else {
+        tryAgainSoon([this, marker] { requestPage(marker); });
     }
+}
+
+void FolderVideos::tryAgainSoon(const std::function<void()> &ask)
+{
     m_hasTriedAgain = true;
     m_secondTry.disconnect();
-    connect(&m_secondTry, &QTimer::timeout, this, [this, marker] { requestPage(marker); });
+    connect(&m_secondTry, &QTimer::timeout, this, ask);
     m_secondTry.start(BeforeSecondTry);
 }
 

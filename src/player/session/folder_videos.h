@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -25,10 +27,11 @@ public:
     // Takes over what was found out for another video of the folder.
     void adopt(const FolderVideos &other);
     // Asks for all videos of the file's folder, however many pages they fill. A failure is logged
-    // and leaves the pages that did come. An answer without the file, which is not in that folder
-    // then, leaves what was known.
+    // and leaves the pages that did come; once the server is back, they are asked for again. An
+    // answer without the file, which is not in that folder then, leaves what was known.
     void request(const FileItem &file);
-    // Asks the drive where the file is now, and then for the videos there.
+    // Asks the drive where the file is now, and then for the videos there. Until the drive has
+    // told, each request() for the file asks where it is first.
     void locate(const FileItem &file);
 
     [[nodiscard]] const QList<FileItem> &videos() const { return m_videos; }
@@ -52,9 +55,13 @@ signals:
 
 private:
     void start();
+    void requestPlace(const FileItem &file);
+    void onNoPlace(const FileItem &file, int code);
+    void requestVideos(const FileItem &file);
     void requestPage(const QString &marker);
     void onPage(const FileItems &page);
     void onPageFailed(const QString &marker, const QString &error, int code);
+    void tryAgainSoon(const std::function<void()> &ask);
     void finish(bool isWhole);
 
     const UserInfo m_user;
@@ -64,6 +71,8 @@ private:
     QSet<QString> m_markers; // of the pages so far
     int m_uselessPages = 0;  // in turn, that had nothing new
     FileItem m_file;
+    QString m_soughtId;    // the file of locate(), until the drive has told where it is
+    bool m_isLost = false; // a page did not come
     bool m_isAsked = false;
     bool m_hasTriedAgain = false;
     bool m_isComplete = false;

@@ -35,6 +35,7 @@ PlaySession::PlaySession(MpvWidget &mpv, QObject *parent)
 
 void PlaySession::open(const PlayRequest &request)
 {
+    m_awaitedStep = 0; // whatever comes of this, the user wants this video now
     const QString &id = request.file.file_id;
     const OpenedVideo *chosen = m_machine.chosen();
     if (chosen && chosen->isAlive() && chosen->file().file_id == id) {
@@ -70,6 +71,7 @@ void PlaySession::playRelative(int step)
         return;
     }
     m_awaitedStep = step;
+    m_awaitedFrom = from->file().file_id;
     if (!from->neighbours.isAsked()) {
         from->neighbours.request(from->file());
     }
@@ -77,7 +79,8 @@ void PlaySession::playRelative(int step)
 
 void PlaySession::onNeighboursAnswered(const OpenedVideo *video)
 {
-    if (video != m_machine.chosen() || m_awaitedStep == 0) {
+    const bool isAwaited = m_awaitedStep != 0 && video->file().file_id == m_awaitedFrom;
+    if (video != m_machine.chosen() || !isAwaited) {
         return;
     }
     const int step = std::exchange(m_awaitedStep, 0);
@@ -90,6 +93,7 @@ void PlaySession::onNeighboursAnswered(const OpenedVideo *video)
 
 void PlaySession::playChosen(const QString &fileId)
 {
+    m_awaitedStep = 0;
     const OpenedVideo *chosen = m_machine.chosen();
     const FileItem *file = chosen ? chosen->neighbours.find(fileId) : nullptr;
     if (!file || (chosen->isAlive() && chosen->file().file_id == fileId)) {
@@ -156,7 +160,8 @@ void PlaySession::togglePause()
 void PlaySession::tryAgain()
 {
     if (const OpenedVideo *candidate = m_machine.candidate()) {
-        openNeighbour(candidate->file(), candidate->start);
+        openNeighbour(candidate->file(), candidate->start,
+                      candidate->address->isForSource() ? Source::FileOnly : Source::AnyQuality);
     } else {
         m_machine.renewAddress(*m_machine.current());
     }

@@ -76,5 +76,6 @@ private:
     MpvWidget &m_mpv;
     AddressAhead m_ahead;
     int m_awaitedStep = 0; // the user's, or an end's, until the folder's list is there; 0: none
+    QString m_awaitedFrom; // the video that the step leads away from
     PlayMachine m_machine;
 };
