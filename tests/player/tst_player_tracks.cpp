@@ -156,6 +156,9 @@ private slots:
     {
         m_player->addFile("show/ep01.srt", subRip("other case"));
         m_player->addFile("show/Show.Ep01.srt", subRip("similar"));
+        for (int i = 0; i < 220; ++i) { // it is not on the first page
+            m_player->addFile(QString("show/%1.txt").arg(i), "x");
+        }
         const LogCapture log;
         play(First);
         QTRY_COMPARE(words(), "similar");

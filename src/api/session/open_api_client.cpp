@@ -181,7 +181,15 @@ PendingReply OpenApiClient::listAllByName(const QString &parentFileId,
                                           const ApiSuccess<FileItems> &success,
                                           const ApiFailure &fail) const
 {
+    return listAllByNamePaged(parentFileId, QString(), success, fail);
+}
+
+PendingReply OpenApiClient::listAllByNamePaged(const QString &parentFileId, const QString &marker,
+                                               const ApiSuccess<FileItems> &success,
+                                               const ApiFailure &fail) const
+{
     FileListReq request = listRequest(m_driveId, parentFileId, WholeListLimit);
+    request.marker = marker;
     orderByName(request);
     return post(ListPath, request, parsed(success), fail);
 }

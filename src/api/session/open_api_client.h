@@ -91,6 +91,10 @@ public:
     // The first 200 entries of any kind, by name.
     PendingReply listAllByName(const QString &parentFileId, const ApiSuccess<FileItems> &success,
                                const ApiFailure &fail) const;
+    // As above, page by page.
+    PendingReply listAllByNamePaged(const QString &parentFileId, const QString &marker,
+                                    const ApiSuccess<FileItems> &success,
+                                    const ApiFailure &fail) const;
     // One page of a folder in the order of the settings; `marker` as above.
     PendingReply listFiles(const QString &parentFileId, int limit, const QString &marker,
                            const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;

@@ -6,6 +6,7 @@
 #include <QDebug>
 
 #include "api/session/open_api_client.h"
+#include "api/session/session.h"
 #include "net/log_failure.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/folder_memory.h"
@@ -14,6 +15,9 @@
 #include "player/session/track_labels.h"
 
 namespace {
+
+// With pages of 100 entries, 5,000 of a folder's are looked through.
+constexpr int MostFurtherPages = 49;
 
 QVariant automatic()
 {
@@ -49,6 +53,8 @@ TrackChoices::TrackChoices(MpvWidget &mpv, HistoryRow &row, FolderMemory &folder
 {
     m_subtitle = rememberedSubtitle();
     connect(&m_fetcher, &SubtitleFetcher::fetched, this, &TrackChoices::onFetched);
+    connect(&Session::instance().reachability(), &Reachability::returned, this,
+            &TrackChoices::onReturned);
 }
 
 TrackChoices::SubtitleChoice TrackChoices::rememberedSubtitle() const
@@ -106,17 +112,26 @@ void TrackChoices::requestFolder()
     if (std::exchange(m_filesAsked, true)) {
         return;
     }
-    const auto listed = [this](const FileItems &reply) { onFolderFiles(reply.items); };
-    // The subtitle file that the video's row names can be had without its folder's list.
-    const auto fail = [this](const QString &error, int code) {
-        logFailure(QStringLiteral("getFileList"), code, error);
-        onFolderFiles({});
-    };
-    m_replies.limitWait(OpenApiClient(m_user).listAllByName(
-        m_folder.folderId(), m_replies.guard(listed), m_replies.guard(fail)));
+    m_received.clear();
+    m_markers.clear();
+    m_filesLost = false;
+    requestFiles(QString());
     if (m_folder.folderName().isEmpty()) {
         requestFolderName();
     }
+}
+
+void TrackChoices::requestFiles(const QString &marker)
+{
+    const auto listed = [this](const FileItems &page) { onFolderPage(page); };
+    // The subtitle file that the video's row names can be had without its folder's list.
+    const auto fail = [this](const QString &error, int code) {
+        logFailure(QStringLiteral("getFileList"), code, error);
+        m_filesLost = true;
+        onFolderFiles();
+    };
+    m_replies.limitWait(OpenApiClient(m_user).listAllByNamePaged(
+        m_folder.folderId(), marker, m_replies.guard(listed), m_replies.guard(fail)));
 }
 
 void TrackChoices::requestFolderName()
@@ -147,12 +162,35 @@ void TrackChoices::onFolderChanged()
     }
 }
 
-void TrackChoices::onFolderFiles(const QList<FileItem> &files)
+// A drive may give fewer entries than asked for, and markers without an end.
+void TrackChoices::onFolderPage(const FileItems &page)
 {
-    m_subtitleFiles = subtitleFilesOf(files);
+    m_received += subtitleFilesOf(page.items);
+    const QString &next = page.next_marker;
+    if (next.isEmpty() || m_markers.contains(next) || m_markers.size() == MostFurtherPages) {
+        onFolderFiles();
+        return;
+    }
+    m_markers.insert(next);
+    requestFiles(next);
+}
+
+void TrackChoices::onFolderFiles()
+{
+    m_subtitleFiles = m_received;
     m_filesKnown = true;
     chooseFileAutomatically();
     emit changed();
+}
+
+void TrackChoices::onReturned()
+{
+    if (m_filesLost) {
+        m_filesAsked = false;
+        m_filesKnown = false;
+        m_fileChosen = m_userChose || m_subtitle.kind == SubtitleKind::DriveFile;
+        requestFolder();
+    }
 }
 
 void TrackChoices::onFileLoaded()
@@ -174,6 +212,8 @@ void TrackChoices::onPlaybackRestarted()
     if (m_fileLoaded && !std::exchange(m_tracksChosen, true)) {
         selectRemembered();
     }
+    m_hasPlayed = true;
+    writeRow();
 }
 
 void TrackChoices::onTrackListChanged(const TrackInfo &tracks)
@@ -243,10 +283,11 @@ void TrackChoices::chooseFileAutomatically()
         return;
     }
     m_fileChosen = true;
+    m_isRowDue = true;
     if (m_subtitle.kind == SubtitleKind::DriveFile) {
         qDebug().noquote() << "get saved netdisk subtitle:" << m_subtitle.fileId;
         fetchFile(m_subtitle.fileId);
-        m_row.save();
+        writeRow();
         return;
     }
     const QString &videoName = m_row.file().name;
@@ -257,8 +298,20 @@ void TrackChoices::chooseFileAutomatically()
         (m_subtitle.kind == SubtitleKind::Embedded && hasSubtitleTrack(m_subtitle.trackId));
     const FileItem *similar = findSimilarSubtitle(m_subtitleFiles, videoName);
     if (similar && !isSettled) {
-        remember({SubtitleKind::DriveFile, 0, similar->file_id});
+        m_subtitle = {SubtitleKind::DriveFile, 0, similar->file_id};
         fetchFile(similar->file_id);
+    }
+    writeRow();
+}
+
+// What was chosen automatically, once the video plays.
+void TrackChoices::writeRow()
+{
+    if (!m_hasPlayed || !std::exchange(m_isRowDue, false)) {
+        return;
+    }
+    if (m_subtitle.kind == SubtitleKind::DriveFile) {
+        remember(m_subtitle);
     } else {
         m_row.save();
     }

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QSet>
 
 #include "api/records/file_records.h"
 #include "db/tables/user_info.h"
@@ -12,6 +13,7 @@
 #include "player/session/menu_entry.h"
 #include "player/session/subtitle_fetcher.h"
 
+class FileItems;
 class FolderMemory;
 class HistoryRow;
 class MpvWidget;
@@ -37,7 +39,8 @@ public:
     void onFileLoaded();
     void onPlaybackRestarted();
     void onTrackListChanged(const TrackInfo &tracks);
-    // Asks, once, for the subtitle files beside the video and for the name of their folder.
+    // Asks, once, for the subtitle files beside the video and for the name of their folder. What
+    // the network lost is asked for again when the server is back.
     void requestFolder();
     // The video turned out to lie in another folder, which FolderMemory has opened: what is
     // remembered and what lies beside the video are that folder's.
@@ -68,13 +71,17 @@ private:
     [[nodiscard]] SubtitleChoice rememberedSubtitle() const;
     [[nodiscard]] bool hasSubtitleTrack(int id) const;
     [[nodiscard]] QList<int> externalTracks() const;
+    void requestFiles(const QString &marker);
     void requestFolderName();
-    void onFolderFiles(const QList<FileItem> &files);
+    void onFolderPage(const FileItems &page);
+    void onFolderFiles();
+    void onReturned();
     void onFetched(const QString &fileId, const QString &path);
     void selectRemembered();
     [[nodiscard]] int playableAudio(int wanted) const;
     void selectChinese();
     void chooseFileAutomatically();
+    void writeRow();
     void fetchFile(const QString &fileId);
     void addFile();
     void chooseTrack(int id);
@@ -94,11 +101,16 @@ private:
     int m_selectedSubtitleTrackId;   // chosen since the window opened
     QHash<QString, QString> m_paths; // of this video's downloaded files, by their ids
     QStringList m_added;             // for each external track of what is loaded, its file's id
+    QList<FileItem> m_received;      // subtitle files of the pages so far
+    QSet<QString> m_markers;         // of the pages so far
     bool m_filesAsked = false;
+    bool m_filesLost = false; // a page did not come
     bool m_filesKnown = false;
     bool m_fileLoaded = false;
     bool m_tracksChosen = false; // of the loaded file, by what is remembered or by the user
     bool m_fileChosen = false;   // the automatic choice of a file was made, or the user's
     bool m_userChose = false;    // anything, since the video was opened
+    bool m_hasPlayed = false;    // a video that was never seen leaves no row
+    bool m_isRowDue = false;
     ReplyGuard m_replies;
 };
