@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tuple>
+
 #include <QString>
 #include <QVariant>
 
@@ -14,3 +16,12 @@ struct MenuEntry
     bool beginsGroup = false;
     bool enabled = true;
 };
+
+[[nodiscard]] inline bool operator==(const MenuEntry &left, const MenuEntry &right)
+{
+    const auto all = [](const MenuEntry &entry) {
+        return std::tie(entry.text, entry.data, entry.checked, entry.icon, entry.tip,
+                        entry.beginsGroup, entry.enabled);
+    };
+    return all(left) == all(right);
+}

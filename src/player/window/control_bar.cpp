@@ -244,6 +244,10 @@ void ControlBar::setSkipMenu(const QList<MenuEntry> &entries)
 
 void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, Chosen chosen)
 {
+    if (m_shown.contains(button) && m_shown.value(button) == entries) {
+        return;
+    }
+    m_shown.insert(button, entries);
     // The old menu may be the one whose choice brought us here.
     if (QMenu *old = button->menu()) {
         button->setMenu(nullptr);
@@ -265,8 +269,10 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
             button->setAccessibleDescription(entry.text);
         }
     }
-    connect(menu, &QMenu::triggered, this,
-            [this, chosen](const QAction *action) { emit(this->*chosen)(action->data()); });
+    connect(menu, &QMenu::triggered, this, [this, button, chosen](const QAction *action) {
+        m_shown.remove(button); // its check marks are what the click made of them
+        emit(this->*chosen)(action->data());
+    });
     button->setMenu(menu);
 }
 

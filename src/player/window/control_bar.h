@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <QHash>
 #include <QList>
 #include <QWidget>
 
@@ -40,8 +41,8 @@ public:
     void setListShown(bool shown);
     void setFullScreen(bool fullScreen);
 
-    // Each takes the place of the button's old menu; without entries the button has none
-    // and is disabled.
+    // Each takes the place of the button's old menu, unless the entries are the same: a menu that
+    // is open stays open then. Without entries the button has none and is disabled.
     void setQualityMenu(const QList<MenuEntry> &entries);
     void setAudioMenu(const QList<MenuEntry> &entries);
     void setSubtitleMenu(const QList<MenuEntry> &entries);
@@ -80,4 +81,5 @@ private:
 
     const std::unique_ptr<Ui::ControlBar> m_ui;
     QSlider *m_volumeSlider = nullptr;
+    QHash<QToolButton *, QList<MenuEntry>> m_shown; // as the menus are since the last choice
 };
