@@ -87,7 +87,7 @@ struct List
     {
         FolderRequest request;
         request.folderId = QStringLiteral("root");
-        request.append = append;
+        request.marker = append ? QStringLiteral("further") : QString();
         emit browser.findChild<FolderLoader *>()->pageLoaded(request, page(number));
     }
     void takeAll(int pages)
