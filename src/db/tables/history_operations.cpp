@@ -74,14 +74,19 @@ void savePlayHistory(PlayHistory &history)
     });
 }
 
-bool loadPlayHistory(const QString &fileId, PlayHistory &history)
+LookUp lookUpPlayHistory(const QString &fileId, PlayHistory &history)
 {
     LookUp found = LookUp::Failed;
     withRecovery([&] {
         found = findHistory(fileId, history);
         return found != LookUp::Failed;
     });
-    return found == LookUp::Found;
+    return found;
+}
+
+bool loadPlayHistory(const QString &fileId, PlayHistory &history)
+{
+    return lookUpPlayHistory(fileId, history) == LookUp::Found;
 }
 
 void listPlayHistory(DQList<PlayHistory> &list)

@@ -76,6 +76,8 @@ void savePlayHistory(PlayHistory &history);
 
 // False, and the record stays as it is, when the video is not in the history.
 bool loadPlayHistory(const QString &fileId, PlayHistory &history);
+// The same, for a caller to whom a video without a row is not one whose row cannot be read.
+[[nodiscard]] LookUp lookUpPlayHistory(const QString &fileId, PlayHistory &history);
 
 // The current user's rows, the most recently played first; replaces what `list` held.
 void listPlayHistory(DQList<PlayHistory> &list);

@@ -7,7 +7,10 @@
 HistoryRow::HistoryRow(const UserInfo &user, FileItem file, const PlayHistory &handedOver)
     : m_userId(user.userId.value()), m_file(std::move(file))
 {
-    if (handedOver.id.isNull() || !loadRowById(handedOver.id.value(), m_values)) {
+    const bool isKnown = !handedOver.id.isNull() && loadRowById(handedOver.id.value(), m_values);
+    // Its id may have gone to another video's row meanwhile.
+    if (!isKnown || m_values.fileId.value() != m_file.file_id) {
+        m_values = PlayHistory();
         m_values = stored();
     }
 }
@@ -20,8 +23,8 @@ void HistoryRow::setFile(const FileItem &file)
 PlayHistory HistoryRow::stored() const
 {
     PlayHistory row;
-    (void)loadPlayHistory(m_file.file_id, row);
-    return row;
+    // What cannot be read now is what it was before; a new row would begin at 0.
+    return lookUpPlayHistory(m_file.file_id, row) == LookUp::Failed ? m_values : row;
 }
 
 void HistoryRow::savePosition(int position, int duration)
