@@ -366,16 +366,13 @@ private slots:
         open();
         hurry();
         server().addFault(FaultOn(StatusPath).always().body(R"({"status": "QRCodeExpired"})"));
-        server().addFault(FaultOn(QrPath).delay(1500).status(500));
         server().addFault(FaultOn(QrPath).always().freezes());
         QTRY_COMPARE(asked(QrPath), 2);
         const int polled = polls(0);
         QTRY_VERIFY(polls(0) > polled + 3);
         QCOMPARE(asked(QrPath), 2);
-        QTRY_COMPARE(tip(), "获取登录二维码请求失败");
-        QTRY_COMPARE(asked(QrPath), 3);
         refresh(); // beside the one that is open
-        QTRY_COMPARE(asked(QrPath), 4);
+        QTRY_COMPARE(asked(QrPath), 3);
     }
     void aCodesSidIsPolledIfItHasOne()
     {
