@@ -86,7 +86,6 @@ private slots:
         QTest::addColumn<int>("refusals");
         QTest::newRow("a new address") << 0;
         QTest::newRow("no new address") << 1;
-        QTest::newRow("no new address, and none again") << 2;
     }
 
     void saysThatWhatPlaysIsFrozen()
