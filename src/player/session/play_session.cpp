@@ -5,11 +5,13 @@
 #include "app/environment/app_settings.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/play_request.h"
+#include "player/session/speed.h"
 
 namespace {
 
 // So many seconds before its turn the next video's addresses are asked for.
 constexpr int FetchedAhead = 60;
+constexpr char SpeedName[] = "speed";
 
 } // namespace
 
@@ -232,6 +234,17 @@ void PlaySession::chooseSubtitle(const QVariant &track)
     if (m_machine.isPlaying()) {
         m_machine.current()->tracks.chooseSubtitle(track);
     }
+}
+
+double PlaySession::speed() const
+{
+    return m_mpv.getProperty(QLatin1String(SpeedName)).toDouble();
+}
+
+void PlaySession::setSpeed(double speed)
+{
+    m_mpv.setProperty(QLatin1String(SpeedName), qBound(LowestSpeed, speed, HighestSpeed));
+    emit speedChanged(this->speed());
 }
 
 // --- what is shown

@@ -44,6 +44,11 @@ public:
     void chooseAudio(const QVariant &track);
     void chooseSubtitle(const QVariant &track);
 
+    // How fast it plays, 1 for the videos' own speed: of every video until the player is closed.
+    // What is asked for is brought between LowestSpeed and HighestSpeed.
+    [[nodiscard]] double speed() const;
+    void setSpeed(double speed);
+
     [[nodiscard]] PlayStatus status() const;
     // The videos of the folder.
     [[nodiscard]] QList<FileItem> videos() const;
@@ -62,6 +67,7 @@ signals:
     void historyUpdated(PlayHistory &row);
     // The user chose another quality; the setting is written.
     void videoQualityChanged();
+    void speedChanged(double speed);
 
 private:
     using Source = PlayMachine::Source;
