@@ -10,6 +10,7 @@
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QThread>
+#include <QTimer>
 
 #include "api/records/file_records.h"
 #include "app/environment/formatting.h"
@@ -266,7 +267,7 @@ class BigFolder final
     Q_DISABLE_COPY_MOVE(BigFolder)
 
 public:
-    BigFolder() : user(m_drive.logIn())
+    BigFolder() : m_drive(1, localdrive::Rules()), user(m_drive.logIn())
     {
         for (int number = 0; number < EntryCount; ++number) {
             const bool isWanted = number % 3500 == 100;
@@ -291,8 +292,14 @@ double searchBigFolder()
     dialog.show();
     auto *table = dialog.findChild<FileTable *>();
     const auto waitForRows = [table](int count) {
+        QTimer tooLong;
+        tooLong.setSingleShot(true);
+        tooLong.start(60000);
         while (table->rowCount() < count) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            if (!tooLong.isActive()) {
+                qFatal("the list has %d of %d rows", table->rowCount(), count);
+            }
         }
     };
     waitForRows(PageSize);

@@ -86,6 +86,7 @@ private slots:
         QTest::addColumn<int>("refusals");
         QTest::newRow("a new address") << 0;
         QTest::newRow("no new address") << 1;
+        QTest::newRow("no new address, and none again") << 2;
     }
 
     void saysThatWhatPlaysIsFrozen()
@@ -93,6 +94,7 @@ private slots:
         QFETCH(int, refusals);
         clips::Clip clip{60, 640, 360};
         m_player->addClip(First, clip);
+        m_player->addClip(Second, {1}); // what is fetched ahead is not what plays
         QVERIFY(m_player->server().prepareMedia(First.toStdString()));
         FaultOn frozen("part0000[3-9]");
         m_player->server().addFault(frozen.always().wire(localdrive::Break::FreezeInsideBody));
