@@ -70,7 +70,11 @@ bool print(const Figure &figure, const std::optional<Result> &result)
     } else {
         std::printf(" %10s %-3s %7s", "-", figure.unit.c_str(), "-");
     }
-    std::printf(" %8.2f  %s\n", figure.limit, isOver ? "OVER" : "ok");
+    if (figure.limit == NoLimit) {
+        std::printf(" %8s\n", "-");
+    } else {
+        std::printf(" %8.2f  %s\n", figure.limit, isOver ? "OVER" : "ok");
+    }
     std::fflush(stdout);
     return !isOver;
 }

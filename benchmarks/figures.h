@@ -8,6 +8,9 @@
 // What a function returns that could not do its work.
 constexpr double Unmeasured = std::numeric_limits<double>::quiet_NaN();
 
+// Of a figure that is only told, because most of it is not ours to change.
+constexpr double NoLimit = std::numeric_limits<double>::infinity();
+
 // One measured figure. Each function does its work once and returns what it cost: seconds by
 // secondsOf(), or any other quantity of the figure's unit. Nothing is compared with a cost that is
 // Unmeasured or nothing at all: that is an error.
