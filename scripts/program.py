@@ -105,9 +105,10 @@ class LocalDrive(Service):
 
 
 class Program(Process):
-    """The program with a home folder of its own, in a Chinese locale."""
+    """The program with a home folder of its own, in a Chinese locale; found by no other start
+    unless the arguments say so."""
 
-    def __init__(self, binary, home, addresses, folder):
+    def __init__(self, binary, home, addresses, folder, arguments=("--new-instance",)):
         self.home = home
         home.mkdir(parents=True, exist_ok=True)
         environment = {name: value for name, value in os.environ.items()
@@ -118,7 +119,7 @@ class Program(Process):
             "QT_ASSUME_STDERR_HAS_CONSOLE": "1",
             "MORAVU_OPENAPI_BASE": addresses.platform, "MORAVU_WEB_BASE": addresses.platform,
             "MORAVU_BACKEND_BASE": addresses.backend}
-        super().__init__("program", [binary], environment, folder)
+        super().__init__("program", [binary, *arguments], environment, folder)
 
     def window(self, title):
         """The window whose title starts with the text, once it is shown."""

@@ -57,10 +57,10 @@ QString mistakeIn(QCommandLineParser &parser)
 
 } // namespace
 
-std::optional<int> answerArguments(int argc, char *argv[])
+Arguments answerArguments(int argc, char *argv[])
 {
     if (argc <= 1) {
-        return std::nullopt;
+        return {};
     }
     // Only for the parser: it needs an application object, but neither display nor settings.
     const QCoreApplication parserApplication(argc, argv);
@@ -75,20 +75,23 @@ std::optional<int> answerArguments(int argc, char *argv[])
         QStringLiteral("quiet"),
         QStringLiteral("不输出诊断信息（桌面菜单项如此启动）。不加此选项时，诊断信息写到标准错误，"
                        "其中含有令牌、签名地址、服务器回复和手机号，请勿公开"));
-    parser.addOptions({help, version, quiet});
+    const QCommandLineOption newInstance(
+        QStringLiteral("new-instance"),
+        QStringLiteral("另开一个程序。不加此选项时，已在运行的青柚会来到前面，新程序随即结束"));
+    parser.addOptions({help, version, quiet, newInstance});
     addToolkitOptions(parser);
     const QString mistake = mistakeIn(parser);
     if (!mistake.isEmpty()) {
         print(stderr, QStringLiteral("moravu: %1（参见 --help）\n").arg(mistake));
-        return 2;
+        return {2};
     }
     if (parser.isSet(quiet)) {
         QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     }
     if (!parser.isSet(help) && !parser.isSet(version)) {
-        return std::nullopt;
+        return {std::nullopt, parser.isSet(newInstance)};
     }
     const QString versionLine = QStringLiteral("moravu %1\n").arg(QStringLiteral(MORAVU_VERSION));
     print(stdout, parser.isSet(help) ? parser.helpText() : versionLine);
-    return 0;
+    return {0};
 }

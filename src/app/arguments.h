@@ -2,8 +2,15 @@
 
 #include <optional>
 
+struct Arguments
+{
+    // The process's exit code (2 for a mistake), where there is nothing left to do; empty when the
+    // program shall start.
+    std::optional<int> exitCode;
+    bool isNewInstance = false; // also beside one that has the same data folder
+};
+
 // Reads the command line before anything else of the program runs or a display is needed. Answers
-// --help, --version and what it does not understand; the result is then the process's exit code
-// (2 for a mistake). Empty when the program shall start. --quiet ends the debug messages of the
+// --help, --version and what it does not understand. --quiet ends the debug messages of the
 // process, unless QT_LOGGING_RULES asks for them. Options of Qt itself pass.
-std::optional<int> answerArguments(int argc, char *argv[]);
+Arguments answerArguments(int argc, char *argv[]);

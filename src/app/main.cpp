@@ -8,8 +8,10 @@
 #include "api/session/session.h"
 #include "app/appearance.h"
 #include "app/arguments.h"
+#include "app/bring_forward.h"
 #include "app/data_notices.h"
 #include "app/environment/app_settings.h"
+#include "app/single_instance.h"
 #include "app/termination_signals.h"
 #include "app/toolkit_texts.h"
 #include "db/tables/database.h"
@@ -92,12 +94,18 @@ void closeDatabase()
 
 int main(int argc, char *argv[])
 {
-    if (const std::optional<int> exitCode = answerArguments(argc, argv)) {
-        return *exitCode;
+    const Arguments arguments = answerArguments(argc, argv);
+    if (arguments.exitCode) {
+        return *arguments.exitCode;
     }
     prepareToolkit();
     QApplication application(argc, argv);
     const TerminationSignals signalsToEnd;
+    SingleInstance instance;
+    if (!arguments.isNewInstance && instance.claim() == SingleInstance::Role::Second) {
+        return 0;
+    }
+    QObject::connect(&instance, &SingleInstance::raiseRequested, &bringProgramForward);
     prepareApplication();
     loadStyleSheet();
     AppSettings settings;

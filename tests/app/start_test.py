@@ -13,7 +13,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
-from desktop import Area, click, press, wait_for
+from desktop import Area, click, press, wait_for, xdotool
 from program import Addresses, LocalDrive, Program
 
 PROGRAM, LOCALDRIVE = sys.argv[1:3]
@@ -33,8 +33,8 @@ class Start(unittest.TestCase):
         self.home = self.folder / "home"
         self.data = self.home / "moravu"
 
-    def start(self, addresses=NOBODY):
-        program = Program(PROGRAM, self.home, addresses, self.folder)
+    def start(self, addresses=NOBODY, arguments=("--new-instance",)):
+        program = Program(PROGRAM, self.home, addresses, self.folder, arguments)
         self.addCleanup(program.stop)
         return program
 
@@ -127,6 +127,44 @@ class Start(unittest.TestCase):
         press("Return")  # 重试
         program.window(MAIN_TITLE).close()
         self.assert_ends_in_order(program)
+
+    def test_second_start_brings_the_first_one_forward(self):
+        drive = self.start_drive()
+        self.log_in(drive)
+        first = self.start(drive.addresses, [])
+        main = first.window(MAIN_TITLE)
+        for leave in "windowminimize", "windowlower":
+            xdotool(leave, main.id)
+            self.assertEqual(self.start(drive.addresses, []).end(), 0)
+            wait_for("the window before others",
+                     lambda: xdotool("getactivewindow").strip() == main.id and main.area())
+        self.start(drive.addresses).window(MAIN_TITLE).close()
+        main.close()
+        self.assert_ends_in_order(first)
+
+    def test_of_starts_at_the_same_time_one_remains(self):
+        programs = [self.start(arguments=[]) for _ in range(3)]
+
+        def ended():
+            return [program for program in programs if program.process.poll() is not None]
+        wait_for("two that leave it to the third", lambda: len(ended()) == 2)
+        self.assertEqual({program.process.returncode for program in ended()}, {0})
+        last = next(program for program in programs if program not in ended())
+        self.assert_asks_for_login(last)
+
+    def test_first_one_that_cannot_answer_keeps_nobody_out(self):
+        frozen = self.start(arguments=[])
+        frozen.window(LOGIN_TITLE)
+        frozen.process.send_signal(signal.SIGSTOP)
+        beside = self.start(arguments=[])
+        beside.wait_said("does not answer")
+        self.assert_asks_for_login(beside)
+        frozen.process.kill()
+        frozen.end()
+        after = self.start(arguments=[])
+        after.window(LOGIN_TITLE)
+        self.assertEqual(self.start(arguments=[]).end(), 0)
+        self.assert_asks_for_login(after)
 
     def test_settings_that_are_none_do_no_harm(self):
         self.log_in(self.start_drive())

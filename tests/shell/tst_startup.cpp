@@ -85,6 +85,7 @@ private slots:
         row("an unknown option beside a known one", {"--help", "--frobnicate"}, 2);
         row("a file", {"film.mkv"}, 2);
         row("without diagnostics", {"--quiet"}, start);
+        row("beside another one", {"--new-instance"}, start);
         row("a toolkit's option", {"-platform", "offscreen"}, start);
         row("a toolkit's option without its value", {"-platform"}, 2);
         row("a toolkit's switch", {"-reverse"}, start);
@@ -99,7 +100,9 @@ private slots:
             words.push_back(argument.data());
         }
         words.push_back(nullptr);
-        QTEST(answerArguments(arguments.size(), words.data()), "exitCode");
+        const Arguments answer = answerArguments(int(words.size()) - 1, words.data());
+        QTEST(answer.exitCode, "exitCode");
+        QCOMPARE(answer.isNewInstance, arguments.contains("--new-instance"));
         QCOMPARE(QLoggingCategory::defaultCategory()->isDebugEnabled(), !isQuiet);
         QLoggingCategory::setFilterRules(QString());
     }

@@ -1,0 +1,5 @@
+#pragma once
+
+// Brings the program's window before those of others, also when it was minimised, and what the user
+// is asked in a window of its own before that.
+void bringProgramForward();

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+
+#include <QLocalServer>
+#include <QObject>
+
+class QLocalSocket;
+class QLockFile;
+
+// Makes this the one process of the data folder, or finds the one that is. They meet in a folder
+// that only the user can use: a lock decides who is the first, a socket reaches it. A process that
+// was killed leaves nothing that keeps the next one out.
+class SingleInstance final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SingleInstance)
+
+public:
+    enum class Role {
+        First,  // later ones find this process
+        Second, // the first one was asked to come forward, and does
+        Beside, // it does not answer, or there is no place to meet: this process is found by nobody
+    };
+
+    SingleInstance();
+    ~SingleInstance() override;
+
+    // Waits up to 3 s for the first one's answer.
+    [[nodiscard]] Role claim();
+
+signals:
+    // Another process was started, and has left it to this one.
+    void raiseRequested();
+
+private:
+    [[nodiscard]] QString socketPath() const;
+    [[nodiscard]] Role listen();
+    [[nodiscard]] bool isAnswered(int patience) const;
+    void onConnection();
+    void onLine(QLocalSocket *caller);
+
+    const QString m_folder; // empty: there is none
+    std::unique_ptr<QLockFile> m_lock;
+    QLocalServer m_server;
+};
