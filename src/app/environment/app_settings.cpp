@@ -40,6 +40,7 @@ const QLatin1String QualityKey("videoQuality");
 const QLatin1String PlayerGeometryKey("player_geometry");
 const QLatin1String SplitterStateKey("video_splitter_state");
 const BoolSetting ShowVideoListSetting{QLatin1String("showVideoList"), false};
+const BoolSetting DesktopControlsSetting{QLatin1String("desktopControls"), true};
 
 QString read(const QSettings &settings, const TextSetting &setting)
 {
@@ -203,4 +204,14 @@ void AppSettings::savePlayerState(const PlayerState &playerState)
     m_settings->setValue(PlayerGeometryKey, playerState.geometry);
     m_settings->setValue(SplitterStateKey, playerState.splitterState);
     m_settings->setValue(ShowVideoListSetting.key, playerState.showVideoList);
+}
+
+bool AppSettings::desktopControls() const
+{
+    return read(*m_settings, DesktopControlsSetting);
+}
+
+void AppSettings::setDesktopControls(bool shown)
+{
+    m_settings->setValue(DesktopControlsSetting.key, shown);
 }

@@ -55,6 +55,11 @@ public:
     void readPlayerState(PlayerState &playerState) const;
     void savePlayerState(const PlayerState &playerState);
 
+    // Whether the desktop shows and controls what plays (the default): others who see the screen
+    // read the video's name there.
+    bool desktopControls() const;
+    void setDesktopControls(bool shown);
+
 private:
     const std::unique_ptr<QSettings> m_settings;
 };

@@ -2,6 +2,18 @@
 
 #include "player/session/opened_video.h"
 
+namespace {
+
+// A list that opens a video by its history row knows no picture; the drive's list of the folder
+// does.
+QString thumbnailOf(const OpenedVideo &video)
+{
+    const FileItem *listed = video.neighbours.find(video.file().file_id);
+    return video.file().thumbnail.isEmpty() && listed ? listed->thumbnail : video.file().thumbnail;
+}
+
+} // namespace
+
 PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate)
 {
     PlayStatus status;
@@ -13,7 +25,12 @@ PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate)
     status.chosenId = chosen->file().file_id;
     // A candidate gives its name once libmpv has it.
     const OpenedVideo *named = chosen->state == PlayState::Loading ? chosen : current;
-    status.title = named ? named->file().name : QString();
+    if (named) {
+        status.title = named->file().name;
+        status.titledId = named->file().file_id;
+        status.thumbnail = thumbnailOf(*named);
+    }
+    status.isUnderWay = current && current->playback.wasSeen() && chosen->isAlive();
     if (!candidate && (current->state == PlayState::Playing || current->playback.wasSeen())) {
         status.position = current->playback.position();
         status.duration = current->playback.duration();

@@ -39,9 +39,7 @@ void PlayerHost::open(const PlayRequest &request)
     try {
         MpvPlayerWindow *player = window();
         player->open(request);
-        player->setWindowState(player->windowState() & ~Qt::WindowMinimized);
-        player->raise();
-        player->activateWindow();
+        player->bringForward();
     } catch (const std::runtime_error &error) {
         tellUser(QString::fromUtf8(error.what()));
     }

@@ -12,6 +12,7 @@
 
 #include "app/environment/app_settings.h"
 #include "app/environment/file_name.h"
+#include "player/desktop/desktop_services.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/play_session.h"
 #include "player/window/control_bar.h"
@@ -41,6 +42,7 @@ MpvPlayerWindow::MpvPlayerWindow()
         new FullScreen({this, m_rows, m_splitter, m_mpvWidget, m_controlBar, m_listPanel}, this);
     connectControls();
     connectSession();
+    connectDesktop();
     restoreState();
     QMetaObject::connectSlotsByName(this);
 }
@@ -48,6 +50,7 @@ MpvPlayerWindow::MpvPlayerWindow()
 // What follows libmpv goes before the widget that owns it.
 MpvPlayerWindow::~MpvPlayerWindow()
 {
+    delete m_desktop;
     delete m_session;
 }
 
@@ -132,6 +135,26 @@ void MpvPlayerWindow::connectSession()
             &MpvPlayerWindow::videoQualityChanged);
 }
 
+// What comes from the bus is answered before it is done.
+void MpvPlayerWindow::connectDesktop()
+{
+    m_desktop = new DesktopServices(*m_session, *m_mpvWidget, this);
+    addAction(m_desktop->controlsAction());
+    const MediaPlayer *player = &m_desktop->player();
+    connect(player, &MediaPlayer::raiseRequested, this, &MpvPlayerWindow::bringForward,
+            Qt::QueuedConnection);
+    connect(player, &MediaPlayer::closeRequested, this, &QWidget::close, Qt::QueuedConnection);
+    connect(
+        player, &MediaPlayer::fullScreenRequested, this,
+        [this](bool isFullScreen) {
+            if (isFullScreen != m_desktop->player().isFullScreen()) {
+                m_fullScreen->toggle();
+            }
+        },
+        Qt::QueuedConnection);
+    connect(m_fullScreen, &FullScreen::toggled, &m_desktop->player(), &MediaPlayer::setFullScreen);
+}
+
 void MpvPlayerWindow::restoreState()
 {
     PlayerState state;
@@ -181,6 +204,13 @@ void MpvPlayerWindow::prepareVideo()
 void MpvPlayerWindow::open(const PlayRequest &request)
 {
     m_session->open(request);
+}
+
+void MpvPlayerWindow::bringForward()
+{
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    raise();
+    activateWindow();
 }
 
 void MpvPlayerWindow::reloadSkipTimes()

@@ -4,6 +4,7 @@
 #include "ui/widgets/base_window.h"
 
 class ControlBar;
+class DesktopServices;
 class FullScreen;
 class MpvWidget;
 class PlayHistory;
@@ -29,6 +30,8 @@ public:
 
     // Plays the request's video in place of what plays; that one's position is saved first.
     void open(const PlayRequest &request);
+    // Before all other windows, also when it was minimised.
+    void bringForward();
     // The stored skip times were changed elsewhere.
     void reloadSkipTimes();
 
@@ -56,6 +59,7 @@ private:
     void setUpMpv();
     void connectControls();
     void connectSession();
+    void connectDesktop();
     void restoreState();
     void placeFirst();
     void saveState();
@@ -78,6 +82,7 @@ private:
     ControlBar *m_controlBar = nullptr;
     FullScreen *m_fullScreen = nullptr;
     PlaySession *m_session = nullptr;
+    DesktopServices *m_desktop = nullptr;
 
     PlayerKeys m_keys;
     bool m_pinned = false;

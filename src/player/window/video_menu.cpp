@@ -83,5 +83,6 @@ void showVideoMenu(QWidget *parent, const ControlBar &bar, MpvWidget &video, con
     addSpeeds(*menu, video);
     menu->addSeparator();
     bar.addTo(*menu, ControlBar::Group::Window);
+    menu->addActions(parent->actions());
     menu->popup(place);
 }
