@@ -37,6 +37,7 @@ private slots:
     void comesBackMaximised();
     void followsTheWindowManager();
     void isNotRestoredInFullScreen();
+    void tabBringsTheBar();
     void theWheelOverTheSeekBarIsTheVolumes();
     void firstOpensOverItsOpener();
 
@@ -140,6 +141,28 @@ void TestFullScreen::followsTheWindowManager()
     QVERIFY(!doesBarAppear());
     QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
     QTRY_COMPARE(managedState(), Qt::WindowFullScreen);
+}
+
+void TestFullScreen::tabBringsTheBar()
+{
+    QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
+    QTRY_COMPARE(managedState(), Qt::WindowFullScreen);
+    QWidget *bar = m_player->part("controlBar");
+    QVERIFY(!bar->isVisible());
+    const auto stop = [] {
+        const QWidget *widget = QApplication::focusWidget();
+        return widget ? widget->objectName() : QString();
+    };
+    QTRY_VERIFY(m_player->part("seekBar")->isEnabled());
+    QTRY_COMPARE(stop(), QString("mpvWidget"));
+    QTest::keyClick(m_player->mpv(), Qt::Key_Tab);
+    QTRY_COMPARE(stop(), QString("seekBar"));
+    QTest::keyClick(m_player->part("seekBar"), Qt::Key_Tab);
+    QCOMPARE(stop(), QString("previous"));
+    QTest::keyClick(m_player->part("previous"), Qt::Key_Escape);
+    QTRY_COMPARE(stop(), QString("mpvWidget"));
+    QVERIFY(!bar->isVisible());
+    QCOMPARE(managedState(), Qt::WindowFullScreen);
 }
 
 void TestFullScreen::isNotRestoredInFullScreen()

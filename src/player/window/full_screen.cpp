@@ -1,9 +1,12 @@
 #include "player/window/full_screen.h"
 
+#include <algorithm>
+
 #include <QBoxLayout>
 #include <QDebug>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QScreen>
 #include <QSplitter>
 
@@ -22,6 +25,15 @@ constexpr int SettlingTime = 100; // milliseconds
 QSize primaryScreenSize()
 {
     return QGuiApplication::primaryScreen()->size();
+}
+
+bool isTab(const QEvent &event)
+{
+    if (event.type() != QEvent::KeyPress) {
+        return false;
+    }
+    const int key = static_cast<const QKeyEvent &>(event).key();
+    return key == Qt::Key_Tab || key == Qt::Key_Backtab;
 }
 
 QRect controlZone(const QSize &screen)
@@ -48,6 +60,7 @@ FullScreen::FullScreen(const Parts &parts, QObject *parent) : QObject(parent), m
     connect(&m_settling, &QTimer::timeout, this, &FullScreen::followWindow);
     m_parts.window->installEventFilter(this);
     m_parts.bar->installEventFilter(this);
+    m_parts.video->installEventFilter(this);
 }
 
 bool FullScreen::eventFilter(QObject *watched, QEvent *event)
@@ -55,11 +68,31 @@ bool FullScreen::eventFilter(QObject *watched, QEvent *event)
     if (watched == m_parts.window && event->type() == QEvent::WindowStateChange) {
         m_settling.start();
     }
-    // Over the video the bar is a window of its own, and a click may have made it the active one.
-    if (watched == m_parts.bar && m_on && event->type() == QEvent::KeyPress) {
-        return QCoreApplication::sendEvent(m_parts.video, event);
+    if (watched == m_parts.video && m_on && isTab(*event)) {
+        // Once Tab has done what it does: it would go one control further than the first.
+        QMetaObject::invokeMethod(this, &FullScreen::enterBar, Qt::QueuedConnection);
+    }
+    if (watched == m_parts.bar && m_on) {
+        return filterBar(event);
     }
     return QObject::eventFilter(watched, event);
+}
+
+// Over the video the bar is a window of its own; a click or Tab may have made it the active one.
+bool FullScreen::filterBar(QEvent *event)
+{
+    if (m_isBarEntered && event->type() == QEvent::WindowDeactivate) {
+        hideBar();
+        return false;
+    }
+    if (event->type() != QEvent::KeyPress) {
+        return false;
+    }
+    if (m_isBarEntered && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+        leaveBar();
+        return true;
+    }
+    return QCoreApplication::sendEvent(m_parts.video, event);
 }
 
 void FullScreen::followWindow()
@@ -130,6 +163,7 @@ void FullScreen::floatParts()
 void FullScreen::dockParts()
 {
     m_on = false;
+    m_isBarEntered = false;
     m_pointerIdle.stop();
     m_parts.video->unsetCursor();
     forgetPointer();
@@ -185,6 +219,33 @@ void FullScreen::hideBar()
     m_parts.bar->hide();
     m_parts.bar->setWindowOpacity(1.0);
     m_playControlShown = false;
+    m_isBarEntered = false;
+}
+
+void FullScreen::enterBar()
+{
+    if (!m_on) {
+        return;
+    }
+    if (!m_playControlShown) {
+        showBar(primaryScreenSize());
+    }
+    m_isBarEntered = true;
+    m_parts.bar->activateWindow();
+    const auto controls = m_parts.bar->findChildren<QWidget *>();
+    const auto first = std::find_if(controls.begin(), controls.end(), [](const QWidget *control) {
+        return control->isEnabled() && (control->focusPolicy() & Qt::TabFocus) != 0;
+    });
+    if (first != controls.end()) {
+        (*first)->setFocus(Qt::TabFocusReason);
+    }
+}
+
+void FullScreen::leaveBar()
+{
+    hideBar();
+    m_parts.window->activateWindow();
+    m_parts.video->setFocus();
 }
 
 void FullScreen::showListOverVideo(bool shown)

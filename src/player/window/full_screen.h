@@ -14,7 +14,8 @@ class VideoListPanel;
 // Turns the player window's full screen on and off, and follows where the window manager does so.
 // The video stays where it is, because a widget that is given another parent loses its OpenGL
 // context; control bar and list leave their places and appear over the video while the pointer is
-// near the bottom or the right edge.
+// near the bottom or the right edge. Tab brings the bar, too, and puts the keyboard into it; Esc
+// takes it back to the video.
 class FullScreen final : public QObject
 {
     Q_OBJECT
@@ -60,6 +61,9 @@ private:
     void dockParts();
     void showBar(const QSize &screen);
     void hideBar();
+    void enterBar();
+    void leaveBar();
+    bool filterBar(QEvent *event);
     void showListOverVideo(bool shown);
     void hidePointer();
     void forgetPointer();
@@ -67,6 +71,7 @@ private:
     const Parts m_parts;
     bool m_on = false;
     bool m_playControlShown = false;
+    bool m_isBarEntered = false; // by the keyboard
     bool m_videoListShown = false;
     bool m_videoListVisibleBeforeFullScreen = false;
     bool m_maximizedBefore = false;
