@@ -251,6 +251,22 @@ private slots:
         QCOMPARE(names(dialog), QString("4"));
     }
 
+    void tabFindsARowToActOn()
+    {
+        watched("f1", "1", 1);
+        watched("f2", "2", 1);
+        HistoryDialog dialog;
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        auto *before = dialog.findChild<QPushButton *>("btnRefresh");
+        before->setFocus();
+        QTest::keyClick(before, Qt::Key_Tab);
+        QTest::keyClick(tableOf(dialog), Qt::Key_1, Qt::ControlModifier); // as a click on "名称"
+        QCOMPARE(names(dialog), QString("1 2"));
+        QTest::keyClick(tableOf(dialog), Qt::Key_Delete);
+        QCOMPARE(names(dialog), QString("1"));
+    }
+
     // The player asks the drive for the rest.
     void opensWhatTheRecordSays()
     {

@@ -64,7 +64,6 @@ QString textOf(const QDateTime &time)
 
 FileTable::FileTable(QWidget *parent) : RowTable(parent)
 {
-    setColumnCount(ColumnCount);
     setUpHeader();
     setEditTriggers(EditKeyPressed);
     setItemDelegate(new FileRowDelegate(this));
@@ -82,7 +81,7 @@ void FileTable::setUpHeader()
     for (const ColumnInfo &column : columns()) {
         labels << column.label;
     }
-    setHorizontalHeaderLabels(labels);
+    setColumns(labels);
     QHeaderView *header = horizontalHeader();
     header->setStretchLastSection(false);
     header->setFixedHeight(HeaderHeight);

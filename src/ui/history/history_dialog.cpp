@@ -50,8 +50,7 @@ HistoryDialog::~HistoryDialog() = default;
 void HistoryDialog::setUpTable()
 {
     QTableWidget *table = m_ui->historyList;
-    table->setColumnCount(ColumnCount);
-    table->setHorizontalHeaderLabels(
+    m_ui->historyList->setColumns(
         {QStringLiteral("名称"), QStringLiteral("观看进度"), QStringLiteral("观看时间")});
     QHeaderView *header = table->horizontalHeader();
     header->setSortIndicator(TimeColumn, Qt::DescendingOrder);

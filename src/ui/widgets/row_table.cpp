@@ -7,6 +7,7 @@
 
 #include "ui/widgets/name_text.h"
 #include "ui/widgets/row_delegate.h"
+#include "ui/widgets/shortcuts.h"
 
 namespace {
 
@@ -40,6 +41,42 @@ void RowTable::setNotice(const Notice &notice)
 {
     m_notice = notice;
     viewport()->update();
+}
+
+void RowTable::setColumns(const QStringList &labels)
+{
+    setColumnCount(labels.size());
+    setHorizontalHeaderLabels(labels);
+    for (int column = 0; column < labels.size(); ++column) {
+        const QKeySequence key(Qt::CTRL + Qt::Key_1 + column);
+        addShortcut(key, this, Qt::WidgetShortcut, this, [this, column] { clickHeader(column); });
+        horizontalHeaderItem(column)->setToolTip(
+            QStringLiteral("按%1排序 (%2)").arg(labels.at(column), key.toString()));
+    }
+}
+
+void RowTable::clickHeader(int column)
+{
+    QHeaderView *header = horizontalHeader();
+    const bool isTurned = column == header->sortIndicatorSection() &&
+                          header->sortIndicatorOrder() == Qt::AscendingOrder;
+    header->setSortIndicator(column, isTurned ? Qt::DescendingOrder : Qt::AscendingOrder);
+    emit header->sectionClicked(column);
+}
+
+void RowTable::focusInEvent(QFocusEvent *event)
+{
+    QTableWidget::focusInEvent(event);
+    const bool isByTab =
+        event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    if (!isByTab || selectionModel()->hasSelection()) {
+        return;
+    }
+    const QModelIndex current = currentIndex();
+    const bool isShown = current.isValid() && !isRowHidden(current.row());
+    selectionModel()->setCurrentIndex(isShown ? current : moveCursor(MoveHome, Qt::NoModifier),
+                                      QItemSelectionModel::ClearAndSelect |
+                                          QItemSelectionModel::Rows);
 }
 
 QModelIndex RowTable::indexAt(const QPoint &point) const

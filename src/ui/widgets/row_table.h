@@ -23,11 +23,16 @@ public:
     // Stands in the table's middle while no row is shown.
     void setNotice(const Notice &notice);
 
+    // One column for each label. Ctrl and a column's number do what a click on its header does.
+    void setColumns(const QStringList &labels);
+
     // Beyond the last column: the row's last cell.
     [[nodiscard]] QModelIndex indexAt(const QPoint &point) const override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    // Whoever comes by Tab finds a row selected that the keys can act on.
+    void focusInEvent(QFocusEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
     void selectionChanged(const QItemSelection &selected,
@@ -38,6 +43,7 @@ protected:
     [[nodiscard]] virtual Notice notice() const { return m_notice; }
 
 private:
+    void clickHeader(int column);
     void paintRowEnds();
     void setHoveredRow(int row);
     void showFullText(const QHelpEvent &event) const;
