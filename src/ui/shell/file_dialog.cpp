@@ -44,6 +44,8 @@ FileDialog::~FileDialog() = default;
 
 void FileDialog::rebuild()
 {
+    const QWidget *focused = window()->focusWidget();
+    const bool hadFocus = focused && isAncestorOf(focused);
     m_users = listUsers();
     while (m_ui->userTab->count() > 0) {
         removeTab(0);
@@ -66,6 +68,10 @@ void FileDialog::rebuild()
     // Once, however often the tabs are made anew.
     connect(m_ui->userTab, &QTabWidget::tabBarClicked, this, &FileDialog::onTabClicked,
             Qt::UniqueConnection);
+    // The keyboard was in one of the pages that have gone.
+    if (hadFocus) {
+        focusList();
+    }
 }
 
 void FileDialog::removeTab(int index)
@@ -132,8 +138,14 @@ void FileDialog::onTabClicked(int index)
     const UserInfo &user = m_users.at(index);
     qDebug() << "user Switch to:" << user.nickname.value() << ": " << user.userId.value();
     makeUserCurrent(index);
+    // A hidden page would hand the keyboard on to whatever comes next.
+    const QWidget *earlier = m_ui->userTab->currentWidget();
+    const bool hadFocus = earlier && earlier->isAncestorOf(window()->focusWidget());
     // Any button's click comes here, but only the left one's turns to the tab.
     m_ui->userTab->setCurrentIndex(index);
+    if (hadFocus) {
+        focusList();
+    }
     emit userSwitched(m_nickname, pageAt(index)->diskSpace());
     emit listStatusChanged(listStatus());
 }
@@ -173,6 +185,7 @@ void FileDialog::relogin()
     dialog.setQuitOnCancel(true);
     if (dialog.exec() == QDialog::Accepted) {
         rebuild();
+        focusList();
     } else {
         // Without a user no page is left from which one could log in.
         QCoreApplication::exit(0);
