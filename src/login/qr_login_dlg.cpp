@@ -267,6 +267,7 @@ void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
     const QString query = QStringLiteral("/app/oauth/accessToken?alphaTestNum=&authCode=") +
                           percentEncoded(scan.authCode);
     m_replies.limitWait(HttpClient(endpoints().backend + query)
+                            .once() // the code works once
                             .success(m_replies.guard(step, done))
                             .fail(m_replies.guard(step, failed))
                             .get());

@@ -81,7 +81,7 @@ public:
     // Runs just before `fail` when the server answered with an error status.
     HttpClient &refused(const RefusalHandler &handler);
 
-    // The POST or PUT is sent once and no more, for calls that must not be carried out twice.
+    // The GET, POST or PUT is sent once and no more, for calls that must not be carried out twice.
     // Others are sent again by Qt when the connection is cut before the reply begins, as happens to
     // one that was kept open and is used again.
     HttpClient &once();

@@ -179,34 +179,24 @@ QNetworkAccessManager *HttpClientPrivate::usedManager() const
 
 QNetworkReply *HttpClientPrivate::send(const QNetworkRequest &request)
 {
-    const bool hasText = m_method == Method::Post || m_method == Method::Put;
-    if (hasText && isSentOnce) {
-        return sendOnce(request);
-    }
+    using Manager = QNetworkAccessManager;
+    const auto once = [this, &request](Manager::Operation operation, const QByteArray &text) {
+        return sendUnrepeated(*usedManager(), operation, request, text);
+    };
     switch (m_method) {
     case Method::Post:
-        return usedManager()->post(request, body());
+        return isSentOnce ? once(Manager::PostOperation, body())
+                          : usedManager()->post(request, body());
     case Method::Put:
-        return usedManager()->put(request, body());
+        return isSentOnce ? once(Manager::PutOperation, body())
+                          : usedManager()->put(request, body());
     case Method::Delete:
         return usedManager()->deleteResource(request);
     case Method::Get:
     case Method::Upload: // by sendForm()
         break;
     }
-    return usedManager()->get(request);
-}
-
-QNetworkReply *HttpClientPrivate::sendOnce(QNetworkRequest request)
-{
-    const QByteArray bytes = body();
-    auto device = std::make_unique<UnrepeatedBody>(bytes);
-    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    request.setHeader(QNetworkRequest::ContentLengthHeader, bytes.size());
-    QNetworkReply *reply = m_method == Method::Post ? usedManager()->post(request, device.get())
-                                                    : usedManager()->put(request, device.get());
-    device.release()->setParent(reply);
-    return reply;
+    return isSentOnce ? once(Manager::GetOperation, {}) : usedManager()->get(request);
 }
 
 PendingReply HttpClientPrivate::sendText(const QNetworkRequest &request)

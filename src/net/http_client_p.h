@@ -71,7 +71,6 @@ private:
     QByteArray body() const;
     QNetworkAccessManager *usedManager() const;
     QNetworkReply *send(const QNetworkRequest &request);
-    QNetworkReply *sendOnce(QNetworkRequest request);
     void renewAuthorization(const QString &accessToken);
 
     PendingReply sendText(const QNetworkRequest &request);

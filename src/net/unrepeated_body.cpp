@@ -1,7 +1,10 @@
 #include "net/unrepeated_body.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
+
+#include <QNetworkReply>
 
 UnrepeatedBody::UnrepeatedBody(QByteArray body) : m_rest(std::move(body))
 {
@@ -24,4 +27,23 @@ qint64 UnrepeatedBody::readData(char *data, qint64 maxSize)
 qint64 UnrepeatedBody::writeData(const char * /*data*/, qint64 /*size*/)
 {
     return -1;
+}
+
+QNetworkReply *sendUnrepeated(QNetworkAccessManager &manager,
+                              QNetworkAccessManager::Operation operation, QNetworkRequest request,
+                              const QByteArray &body)
+{
+    auto device = std::make_unique<UnrepeatedBody>(body);
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    QNetworkReply *reply = nullptr;
+    if (operation == QNetworkAccessManager::PostOperation) {
+        reply = manager.post(request, device.get());
+    } else if (operation == QNetworkAccessManager::PutOperation) {
+        reply = manager.put(request, device.get());
+    } else { // get() takes no body
+        reply = manager.sendCustomRequest(request, QByteArrayLiteral("GET"), device.get());
+    }
+    device.release()->setParent(reply);
+    return reply;
 }

@@ -2,6 +2,10 @@
 
 #include <QByteArray>
 #include <QIODevice>
+#include <QNetworkAccessManager>
+#include <QNetworkRequest>
+
+class QNetworkReply;
 
 // A request's body that is sent at most once. Qt sends a request again by itself, up to three times
 // and a POST as well, when the connection is cut before the reply begins: what was carried out
@@ -25,3 +29,9 @@ protected:
 private:
     QByteArray m_rest;
 };
+
+// Sends a GET, POST or PUT with the body, which may be empty, at most once. The reply is the
+// caller's.
+QNetworkReply *sendUnrepeated(QNetworkAccessManager &manager,
+                              QNetworkAccessManager::Operation operation, QNetworkRequest request,
+                              const QByteArray &body);

@@ -223,6 +223,8 @@ private slots:
         QCOMPARE(tip(), isToast ? Confirmed : shown);
         QVERIFY(log.contains(logged));
         QVERIFY(!isPolling() && m_dialog->isVisible());
+        // What the phone allowed can be exchanged once.
+        QVERIFY(server().requestsTo(TokenPath).size() <= 1);
         QCOMPARE(countUsers(), 0);
         QCOMPARE(AppSettings().curUserId(), "");
 

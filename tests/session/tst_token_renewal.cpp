@@ -183,6 +183,7 @@ private slots:
         // The old token is sent all the same, and the server decides.
         QTRY_COMPARE(outcome.successes, 3);
         QCOMPARE(m_shown, QStringList{FailureText});
+        QCOMPARE(asked(TokenPath), fault.path == "/nobody" ? 0 : 1);
         QCOMPARE(tokens(stored(user)), tokens(user));
         QCOMPARE(stored(user).updateTime.value(), user.updateTime.value());
     }

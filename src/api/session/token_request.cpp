@@ -10,6 +10,7 @@
 
 #include "app/environment/endpoints.h"
 #include "net/http_reply.h"
+#include "net/unrepeated_body.h"
 #include "net/web_address.h"
 
 namespace {
@@ -58,7 +59,9 @@ void requestTokens(const QString &refreshToken,
         return;
     }
     QNetworkAccessManager manager;
-    QNetworkReply *reply = manager.get(request);
+    // A refresh token works once.
+    QNetworkReply *reply =
+        sendUnrepeated(manager, QNetworkAccessManager::GetOperation, request, {});
     bool finished = false;
     QObject::connect(reply, &QNetworkReply::finished, reply, [&] {
         finished = true;
