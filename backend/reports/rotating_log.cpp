@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,17 +29,43 @@ bool RotatingLog::append(const std::string &line)
     if (m_path.empty()) {
         return true;
     }
-    const std::string bytes = line + '\n';
-    const auto size = static_cast<std::int64_t>(bytes.size());
-    const std::lock_guard lock(m_mutex);
-    if (!m_file && !open()) {
+    const std::lock_guard guard(m_mutex);
+    if (!lock()) {
         return false;
     }
-    if (m_size > 0 && m_size + size > m_largestSize) {
-        const bool isRotated = rotate();
-        if (!open() || !isRotated) {
-            return false;
+    const bool isWritten = write(line + '\n');
+    if (m_file) {
+        ::flock(m_file.get(), LOCK_UN);
+    }
+    return isWritten;
+}
+
+bool RotatingLog::lock()
+{
+    constexpr int MostRotations = 16; // by others, while this one waits
+    for (int tries = 0; tries < MostRotations && (m_file || open()); ++tries) {
+        struct stat mine
+        {
+        };
+        struct stat named
+        {
+        };
+        if (::flock(m_file.get(), LOCK_EX) == 0 && ::fstat(m_file.get(), &mine) == 0 &&
+            ::stat(m_path.c_str(), &named) == 0 && mine.st_dev == named.st_dev &&
+            mine.st_ino == named.st_ino) {
+            m_size = mine.st_size;
+            return true;
         }
+        m_file = UniqueFd(); // another process has rotated it
+    }
+    return false;
+}
+
+bool RotatingLog::write(const std::string &bytes)
+{
+    const auto size = static_cast<std::int64_t>(bytes.size());
+    if (m_size > 0 && m_size + size > m_largestSize && !(rotate() && lock())) {
+        return false;
     }
     if (::write(m_file.get(), bytes.data(), bytes.size()) != size) {
         // A full disk takes a part at most.
@@ -47,7 +74,6 @@ bool RotatingLog::append(const std::string &line)
         }
         return false;
     }
-    m_size += size;
     return true;
 }
 
@@ -66,14 +92,13 @@ bool RotatingLog::open()
         m_file = UniqueFd();
         return false;
     }
-    m_size = facts.st_size;
     return true;
 }
 
 // Stops at what cannot be renamed, so that nothing is written over.
 bool RotatingLog::rotate()
 {
-    m_file = UniqueFd();
+    const UniqueFd locked = std::move(m_file);
     std::error_code error;
     for (int number = m_fileCount - 1; number > 0; --number) {
         const std::string older = m_path + '.' + std::to_string(number);

@@ -9,8 +9,8 @@
 namespace backend {
 
 // A file of lines that only its owner can read. When it has grown to its limit it becomes NAME.1,
-// that one NAME.2 and so on, and the oldest goes; where that cannot be done, it takes no more. One
-// process writes to it, from any thread.
+// that one NAME.2 and so on, and the oldest goes; where that cannot be done, it takes no more.
+// Several processes may write to it, from any thread.
 class RotatingLog final
 {
 public:
@@ -22,6 +22,9 @@ public:
 
 private:
     bool open();
+    // Keeps other processes out until the file is unlocked or closed.
+    bool lock();
+    bool write(const std::string &bytes);
     bool rotate();
 
     const std::string m_path;

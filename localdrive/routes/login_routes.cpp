@@ -102,7 +102,7 @@ public:
     {
         const std::string sid = call.captures.at(0);
         const std::string action = call.captures.at(1);
-        const int account = std::atoi(call.param("account").c_str());
+        const int account = pressedAccount(call);
         const bool needsSecret = m_platform.options.ownerOnly && action == "confirm";
         if (needsSecret && !equalInConstantTime(call.param("secret"), m_platform.controlSecret)) {
             throw ApiError(403, "ControlSecretInvalid", "Only the owner of the drive may log in");
@@ -117,6 +117,19 @@ public:
     }
 
 private:
+    // Nobody is logged in whom the form did not name: without a number it is the first account.
+    [[nodiscard]] static int pressedAccount(const Call &call)
+    {
+        const std::string type = call.request.get_header_value("Content-Type");
+        if (!call.request.body.empty() && type.find("form") == std::string::npos) {
+            throw ApiError(415, "UnsupportedMediaType", "The body is not said to be a form");
+        }
+        const std::string number = call.param("account");
+        if (number.find_first_not_of("0123456789") != std::string::npos) {
+            throw ApiError(400, "InvalidParameter", "The account is not a number");
+        }
+        return std::atoi(number.c_str());
+    }
     [[nodiscard]] std::string confirmButton(const std::string &sid, const Account &account) const
     {
         std::string value =

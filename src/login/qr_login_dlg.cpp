@@ -342,6 +342,10 @@ void QRLoginDlg::askForName(const UserInfo &user, const QString &accessToken)
 // A refused account is stored and becomes the current one all the same.
 void QRLoginDlg::finishLogin(UserInfo user, const QString &refusal)
 {
+    UserInfo stored;
+    if (user.nickname.value().isEmpty() && loadUserInfo(user.userId.value(), stored)) {
+        user.nickname = stored.nickname; // better than none
+    }
     saveUserInfo(user);
     if (!isStored(user)) {
         // A login that cannot be kept would lead to a window without this user.

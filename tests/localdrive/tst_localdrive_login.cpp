@@ -173,8 +173,14 @@ private slots:
         QCOMPARE(m_client->http().Post(path, {{"Origin", "https://example.org"}}, "", "")->status,
                  403);
         QCOMPARE(m_client->http().Post(path, {{"Host", "example.org"}}, "", "")->status, 403);
-        QCOMPARE(m_client->http().Post(path, {{"Origin", m_server->baseUrl()}}, "", "")->status,
-                 303);
+        const auto press = [&](const char *body, const char *type) {
+            return m_client->http()
+                .Post(path, {{"Origin", m_server->baseUrl()}}, body, type)
+                ->status;
+        };
+        QCOMPARE(press(R"({"account": 1})", "application/json"), 415);
+        QCOMPARE(press("account=one", "application/x-www-form-urlencoded"), 400);
+        QCOMPARE(press("", ""), 303);
     }
 
 private:

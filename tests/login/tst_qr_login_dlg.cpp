@@ -299,6 +299,7 @@ private slots:
             "账号异常:Enabled", "n");
         row("has its name elsewhere", R"("user_id": "u", "status": "enabled")", {}, "青柚用户");
         row("has no name anywhere", R"("user_id": "u", "status": "enabled")", {}, {});
+        row("had a name", R"("user_id": "known", "status": "enabled")", {}, "老用户");
         row("has no id", R"("status": "enabled", "nick_name": "n")", "获取用户云盘信息失败", {});
     }
     void theAccountDecides()
@@ -308,7 +309,12 @@ private slots:
         QFETCH(QString, name);
         AppSettings().setCurUserId("someone");
         server().addFault(FaultOn(DrivePath).body(driveInfo.toStdString()));
-        server().addFault(FaultOn("/oauth/users/info").times(name.isEmpty() ? 1 : 0).status(500));
+        const bool isNameless = name.isEmpty() || name == "老用户";
+        server().addFault(FaultOn("/oauth/users/info").times(isNameless ? 1 : 0).status(500));
+        UserInfo known;
+        known.userId = QString("known");
+        known.nickname = QString("老用户");
+        saveUserInfo(known);
         open();
         QSignalSpy success(m_dialog.get(), &QRLoginDlg::loginSuccess);
         hurry();
@@ -316,10 +322,11 @@ private slots:
         QTRY_COMPARE(toasts().value(0), toast);
         QTRY_COMPARE(success.size(), toast.isEmpty() ? 1 : 0);
         QCOMPARE(m_dialog->isVisible(), !toast.isEmpty());
+        const QString id = driveInfo.contains("known") ? "known" : "u";
         UserInfo user;
-        loadUserInfo("u", user);
+        loadUserInfo(id, user);
         QCOMPARE(user.nickname.value(), name);
-        QCOMPARE(AppSettings().curUserId(), driveInfo.contains("user_id") ? "u" : "someone");
+        QCOMPARE(AppSettings().curUserId(), driveInfo.contains("user_id") ? id : "someone");
     }
     // A timer that was left behind would poll on and exchange the new code a second time; what the
     // old code's poll brings late is not said of the new one.
