@@ -15,6 +15,7 @@
     FUNCTION(observe_property)                                                                     \
     FUNCTION(unobserve_property)                                                                   \
     FUNCTION(command_node)                                                                         \
+    FUNCTION(command_node_async)                                                                   \
     FUNCTION(free_node_contents)                                                                   \
     FUNCTION(wait_event)                                                                           \
     FUNCTION(set_wakeup_callback)                                                                  \

@@ -188,6 +188,14 @@ QVariant MpvWidget::command(const QVariant &args)
     return answer;
 }
 
+quint64 MpvWidget::commandAsync(const QVariant &args)
+{
+    const quint64 number = ++m_lastCommand;
+    const bool isTaken =
+        m_mpv && m_library->command_node_async(m_mpv, number, MpvNode(args).get()) >= 0;
+    return isTaken ? number : 0;
+}
+
 void MpvWidget::setVolume(int volume)
 {
     setOption(QLatin1String(VolumeName), volume);
@@ -318,6 +326,9 @@ void MpvWidget::handleMpvEvent(const mpv_event &event)
         if (hasStarted()) {
             emit playbackRestarted();
         }
+        break;
+    case MPV_EVENT_COMMAND_REPLY:
+        emit commandDone(event.reply_userdata, event.error >= 0);
         break;
     case MPV_EVENT_END_FILE:
         onEndFile(*static_cast<const mpv_event_end_file *>(event.data));

@@ -62,6 +62,9 @@ public:
     void addSubtitle(const QString &path);
     // Any command as a list of name and arguments; the answer, or an MpvError.
     QVariant command(const QVariant &args);
+    // The same for one that takes its time: its number, which commandDone() will tell; 0 where
+    // libmpv has refused it.
+    quint64 commandAsync(const QVariant &args);
 
     void setVolume(int volume);
     void setMute(bool mute);
@@ -100,6 +103,7 @@ signals:
     void fileLoaded();
     // The file plays, from its beginning or after a seek.
     void playbackRestarted();
+    void commandDone(quint64 command, bool succeeded);
 
 public slots:
     // libmpv's two callbacks arrive on threads of its own and reach these by name.
@@ -138,7 +142,8 @@ private:
     mpv_handle *m_mpv = nullptr;
     std::unique_ptr<MpvPicture> m_picture; // null until there is an OpenGL context
 
-    QString m_heldUrl;          // waits for the render context
+    QString m_heldUrl; // waits for the render context
+    quint64 m_lastCommand = 0;
     qint64 m_loadedEntry = -1;  // libmpv's number of the file loaded last; -1: none
     qint64 m_startedEntry = -1; // of the file that libmpv works on; -1: none
     bool m_lengthTold = false;  // by the file that libmpv works on
