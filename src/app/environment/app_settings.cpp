@@ -41,6 +41,9 @@ const QLatin1String PlayerGeometryKey("player_geometry");
 const QLatin1String SplitterStateKey("video_splitter_state");
 const BoolSetting ShowVideoListSetting{QLatin1String("showVideoList"), false};
 const BoolSetting DesktopControlsSetting{QLatin1String("desktopControls"), true};
+const QLatin1String PlayerVolumeKey("playerVolume");
+constexpr int HighestPlayerVolume = 110;
+const BoolSetting PlayerMutedSetting{QLatin1String("playerMuted"), false};
 
 QString read(const QSettings &settings, const TextSetting &setting)
 {
@@ -214,4 +217,23 @@ bool AppSettings::desktopControls() const
 void AppSettings::setDesktopControls(bool shown)
 {
     m_settings->setValue(DesktopControlsSetting.key, shown);
+}
+
+std::optional<int> AppSettings::playerVolume() const
+{
+    bool isNumber = false;
+    const int volume = m_settings->value(PlayerVolumeKey).toInt(&isNumber);
+    const bool isVolume = isNumber && volume >= 0 && volume <= HighestPlayerVolume;
+    return isVolume ? std::make_optional(volume) : std::nullopt;
+}
+
+bool AppSettings::playerMuted() const
+{
+    return read(*m_settings, PlayerMutedSetting);
+}
+
+void AppSettings::savePlayerSound(int volume, bool muted)
+{
+    m_settings->setValue(PlayerVolumeKey, volume);
+    m_settings->setValue(PlayerMutedSetting.key, muted);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <QByteArray>
 #include <QString>
@@ -59,6 +60,12 @@ public:
     // read the video's name there.
     bool desktopControls() const;
     void setDesktopControls(bool shown);
+
+    // The player's volume in percent, 0 to 110, and whether its sound is off, as they were when it
+    // was closed last. Without a volume it is libmpv's own.
+    std::optional<int> playerVolume() const;
+    bool playerMuted() const;
+    void savePlayerSound(int volume, bool muted);
 
 private:
     const std::unique_ptr<QSettings> m_settings;
