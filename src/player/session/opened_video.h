@@ -51,6 +51,12 @@ struct OpenedVideo
     StartFrom start = StartFrom::WhereItStopped;
     // The next video's turn has come on its own, which happens once.
     bool hasAdvanced = false;
+    // It pauses before its outro or end instead.
+    bool pausesAtEnd = false;
+    // The user does not want to be told what comes after it.
+    bool isNextDismissed = false;
+    // Milliseconds by which its sound comes later than its picture.
+    int audioDelay = 0;
     // The second at which its address was asked for anew, until the new one has proved itself.
     std::optional<int> repairedAt{};
 

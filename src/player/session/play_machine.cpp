@@ -267,6 +267,7 @@ void PlayMachine::onFileLoaded()
     }
     m_loaded->playback.onLoaded(m_loaded->resumePosition(), m_loaded->folder.skipTimes());
     m_loaded->tracks.onFileLoaded();
+    m_mpv.setProperty(QStringLiteral("audio-delay"), m_loaded->audioDelay / 1000.0);
 }
 
 void PlayMachine::onPlaybackRestarted()

@@ -12,11 +12,12 @@ namespace {
 // So many seconds before its turn the next video's addresses are asked for.
 constexpr int FetchedAhead = 60;
 constexpr char SpeedName[] = "speed";
+constexpr int LongestDelay = 10000; // milliseconds
 
 } // namespace
 
 PlaySession::PlaySession(MpvWidget &mpv, QObject *parent)
-    : QObject(parent), m_mpv(mpv), m_machine(mpv)
+    : QObject(parent), m_mpv(mpv), m_machine(mpv), m_end(mpv, m_machine)
 {
     connect(&m_machine, &PlayMachine::changed, this, &PlaySession::changed);
     connect(&m_machine, &PlayMachine::videosChanged, this, &PlaySession::videosChanged);
@@ -28,6 +29,7 @@ PlaySession::PlaySession(MpvWidget &mpv, QObject *parent)
         if (!m_mpv.isPaused()) {
             advance();
         }
+        m_machine.current()->pausesAtEnd = false; // it is over, and nothing has followed
     });
     connect(&m_machine, &PlayMachine::told, this, &PlaySession::told);
     connect(&m_machine, &PlayMachine::historyUpdated, this, &PlaySession::historyUpdated);
@@ -247,6 +249,20 @@ void PlaySession::setSpeed(double speed)
     emit speedChanged(this->speed());
 }
 
+int PlaySession::audioDelay() const
+{
+    return m_machine.isPlaying() ? m_machine.current()->audioDelay : 0;
+}
+
+void PlaySession::setAudioDelay(int milliseconds)
+{
+    if (m_machine.isPlaying()) {
+        int &delay = m_machine.current()->audioDelay;
+        delay = qBound(-LongestDelay, milliseconds, LongestDelay);
+        m_mpv.setProperty(QStringLiteral("audio-delay"), delay / 1000.0);
+    }
+}
+
 // --- what is shown
 
 PlayStatus PlaySession::status() const
@@ -292,7 +308,8 @@ void PlaySession::showPosition()
 
 void PlaySession::advance()
 {
-    if (!m_machine.candidate() && !std::exchange(m_machine.current()->hasAdvanced, true)) {
+    OpenedVideo &video = *m_machine.current();
+    if (!m_machine.candidate() && !video.pausesAtEnd && !std::exchange(video.hasAdvanced, true)) {
         playRelative(1);
     }
 }

@@ -3,6 +3,7 @@
 #include <QObject>
 
 #include "player/session/address_ahead.h"
+#include "player/session/episode_end.h"
 #include "player/session/play_machine.h"
 #include "player/session/play_menus.h"
 #include "player/session/play_status.h"
@@ -48,6 +49,12 @@ public:
     // What is asked for is brought between LowestSpeed and HighestSpeed.
     [[nodiscard]] double speed() const;
     void setSpeed(double speed);
+    // By how many milliseconds the sound of what plays comes later than its picture, or, below 0,
+    // earlier. Another video has its own; where nothing plays there is none to set.
+    [[nodiscard]] int audioDelay() const;
+    void setAudioDelay(int milliseconds);
+
+    [[nodiscard]] EpisodeEnd &episodeEnd() { return m_end; }
 
     [[nodiscard]] PlayStatus status() const;
     // The videos of the folder.
@@ -84,4 +91,5 @@ private:
     int m_awaitedStep = 0; // the user's, or an end's, until the folder's list is there; 0: none
     QString m_awaitedFrom; // the video that the step leads away from
     PlayMachine m_machine;
+    EpisodeEnd m_end;
 };
