@@ -4,8 +4,10 @@
 
 #include "api/records/file_records.h"
 #include "app/environment/video_quality.h"
+#include "player/session/chapters.h"
 #include "player/session/play_quality.h"
 #include "player/session/skip_times.h"
+#include "player/session/speed.h"
 #include "player/session/subtitle_files.h"
 #include "player/window/player_keys.h"
 #include "player/window/volume_level.h"
@@ -34,6 +36,7 @@ QList<FileItem> filesNamed(const QStringList &names)
 
 } // namespace
 
+Q_DECLARE_METATYPE(KeyPress)
 Q_DECLARE_METATYPE(QList<KeyPress>)
 
 // What the player decides without a window or a video.
@@ -66,6 +69,79 @@ private slots:
             keys.press(press.key, press.modifiers);
         }
         QCOMPARE(keys.increment(), increment);
+    }
+
+    void keysAskForActions_data()
+    {
+        using Action = PlayerKeys::Action;
+        QTest::addColumn<KeyPress>("press");
+        QTest::addColumn<int>("action");
+        const auto row = [](const char *name, const KeyPress &press, Action action) {
+            QTest::newRow(name) << press << static_cast<int>(action);
+        };
+        row("faster", {Qt::Key_BracketRight, {}}, Action::Faster);
+        row("own speed", {Qt::Key_Backspace, {}}, Action::OwnSpeed);
+        row("plus with shift", {Qt::Key_Plus, Qt::ControlModifier | Qt::ShiftModifier},
+            Action::SoundLater);
+        row("plus alone", {Qt::Key_Plus, {}}, Action::None);
+        row("minus of the key pad", {Qt::Key_Minus, Qt::ControlModifier | Qt::KeypadModifier},
+            Action::SoundEarlier);
+        row("0 alone", {Qt::Key_0, {}}, Action::None);
+        row("the page", {Qt::Key_F1, {}}, Action::ShowKeys);
+    }
+    void keysAskForActions()
+    {
+        QFETCH(KeyPress, press);
+        QTEST(static_cast<int>(PlayerKeys().press(press.key, press.modifiers)), "action");
+    }
+
+    void thePageHasEveryKey()
+    {
+        using Action = PlayerKeys::Action;
+        const auto last = static_cast<int>(Action::ShowKeys);
+        const QList<PlayerKeys::Line> page = PlayerKeys::page();
+        QCOMPARE(page.size(), last + 3); // and three steps
+        for (const PlayerKeys::Line &line : page) {
+            QVERIFY2(!line.keys.isEmpty() && !line.text.isEmpty(), qPrintable(line.text));
+        }
+        for (int action = 1; action <= last; ++action) {
+            QVERIFY(!PlayerKeys::text(static_cast<Action>(action)).isEmpty());
+        }
+    }
+
+    void speedSteps_data()
+    {
+        QTest::addColumn<double>("speed");
+        QTest::addColumn<double>("up");
+        QTest::addColumn<double>("down");
+        QTest::newRow("its own") << 1.0 << 1.25 << 0.75;
+        QTest::newRow("the lowest") << 0.25 << 0.5 << 0.25;
+        QTest::newRow("the highest") << 4.0 << 4.0 << 3.0;
+        QTest::newRow("between two") << 1.1 << 1.25 << 1.0;
+    }
+    void speedSteps()
+    {
+        QFETCH(double, speed);
+        QTEST(speedAfterStep(speed, true), "up");
+        QTEST(speedAfterStep(speed, false), "down");
+    }
+
+    void chapterSteps_data()
+    {
+        QTest::addColumn<double>("position");
+        QTest::addColumn<int>("next");
+        QTest::addColumn<int>("previous");
+        QTest::newRow("before the first") << 2.0 << 0 << -1;
+        QTest::newRow("soon after a beginning") << 62.0 << 2 << 0;
+        QTest::newRow("later") << 70.0 << 2 << 1;
+        QTest::newRow("in the last") << 130.0 << -1 << 2;
+    }
+    void chapterSteps()
+    {
+        QFETCH(double, position);
+        const QList<Chapter> chapters{{5, "a"}, {60.5, "b"}, {120, "c"}};
+        QTEST(chapterAfterStep(chapters, position, true), "next");
+        QTEST(chapterAfterStep(chapters, position, false), "previous");
     }
 
     void volumeSteps_data()

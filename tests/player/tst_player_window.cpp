@@ -205,7 +205,7 @@ private slots:
         QCOMPARE(m_player->mpv()->getProperty("speed").toDouble(), 2.0);
         QVERIFY(chooseOverVideo("减小音量\t↓"));
         QCOMPARE(m_player->mpv()->volume(), 90);
-        QVERIFY(chooseOverVideo("静音"));
+        QVERIFY(chooseOverVideo("静音\tM"));
         QVERIFY(m_player->mpv()->isMute());
         QVERIFY(chooseOverVideo("片头 未设置"));
         QVERIFY(m_player->menuTexts("skip").first() != "片头 未设置");

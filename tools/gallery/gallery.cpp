@@ -31,7 +31,11 @@
 #include "files/drive_page.h"
 #include "login/qr_login_dlg.h"
 #include "player/clips.h"
+#include "player/session/episode_end.h"
+#include "player/window/next_card.h"
 #include "player/window/player_window.h"
+#include "player/window/seek_bar.h"
+#include "player/window/video_notice.h"
 #include "ui/files/failed_files_dialog.h"
 #include "ui/shell/fav_dialog.h"
 #include "ui/shell/main_window.h"
@@ -86,6 +90,7 @@ public:
 private:
     void shootFolders(MainWindow &window);
     void shootVideoMenu(MpvPlayerWindow *player);
+    void shootOverVideo(MpvPlayerWindow *player);
     void shootPlayerSizes(MpvPlayerWindow *player);
     void fillDrive();
     void fault(const std::string &path, localdrive::Fault fault = {});
@@ -513,6 +518,7 @@ void Gallery::player()
         button->menu()->close();
     }
     shootVideoMenu(player);
+    shootOverVideo(player);
     shootPlayerSizes(player);
     window.closePlayers();
 
@@ -542,6 +548,37 @@ void Gallery::shootVideoMenu(MpvPlayerWindow *player)
         shoot(QStringLiteral("player-focus-") + QLatin1String(name));
     }
     video->setFocus();
+}
+
+// What appears for a moment.
+void Gallery::shootOverVideo(MpvPlayerWindow *player)
+{
+    auto *video = child<QWidget>(player, "mpvWidget");
+    QTest::keyClick(video, Qt::Key_BracketRight);
+    shoot(QStringLiteral("player-speed"));
+    auto *card = player->findChild<NextCard *>();
+    card->tell({QStringLiteral("示例剧集 第03集 名字很长的一集 2160p WEB-DL H.265 AAC.mkv"), 8});
+    auto *bar = player->findChild<SeekBar *>();
+    bar->setRead({{0, bar->maximum() * 3 / 5}});
+    const double length = bar->maximum();
+    bar->setChapters({{0, QStringLiteral("片头")},
+                      {length / 8, QStringLiteral("相遇")},
+                      {length / 3, QStringLiteral("出发")},
+                      {length * 4 / 5, QStringLiteral("片尾")}});
+    QTest::mouseMove(bar, QPoint(bar->width() / 2, bar->height() / 2));
+    shoot(QStringLiteral("player-next"));
+    QCursor::setPos(5, 5);
+    card->leave();
+    player->findChild<VideoNotice *>()->buffer(37);
+    shoot(QStringLiteral("player-buffering"));
+    player->findChild<VideoNotice *>()->clear();
+    QTest::keyClick(video, Qt::Key_F1);
+    shoot(QStringLiteral("player-keys"));
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->objectName() == QLatin1String("keysDialog")) {
+            window->close();
+        }
+    }
 }
 
 void Gallery::shootPlayerSizes(MpvPlayerWindow *player)

@@ -176,6 +176,16 @@ void ControlBar::setSeekable(bool seekable)
     m_ui->seekBar->setEnabled(seekable);
 }
 
+void ControlBar::setRead(const QList<Stretch> &read)
+{
+    m_ui->seekBar->setRead(read);
+}
+
+void ControlBar::setChapters(const QList<Chapter> &chapters)
+{
+    m_ui->seekBar->setChapters(chapters);
+}
+
 void ControlBar::setPaused(bool paused)
 {
     m_ui->playPause->setIcon(chosenIcon(paused, QStringLiteral(":/playerIcon/play.png"),
@@ -188,10 +198,23 @@ void ControlBar::setVolume(int volume)
 {
     const QSignalBlocker blocker(m_volumeSlider);
     m_volumeSlider->setValue(volume);
-    describe(m_ui->volume, QStringLiteral("音量 %1").arg(volume),
+    m_volume = volume;
+    showVolume();
+}
+
+void ControlBar::setMuted(bool muted)
+{
+    m_isMuted = muted;
+    showVolume();
+}
+
+void ControlBar::showVolume()
+{
+    const QString name = m_isMuted ? QStringLiteral("音量 %1，静音") : QStringLiteral("音量 %1");
+    describe(m_ui->volume, name.arg(m_volume),
              PlayerKeys::names(PlayerKeys::Action::VolumeUp) + QStringLiteral("、") +
                  PlayerKeys::names(PlayerKeys::Action::VolumeDown));
-    const QString icon = volumeIconPath(volume);
+    const QString icon = volumeIconPath(m_isMuted ? 0 : m_volume);
     if (!icon.isEmpty()) {
         m_ui->volume->setIcon(QIcon(icon));
     }

@@ -6,6 +6,8 @@
 #include <QList>
 #include <QWidget>
 
+#include "player/session/buffering.h"
+#include "player/session/chapters.h"
 #include "player/session/menu_entry.h"
 
 class QMenu;
@@ -34,9 +36,12 @@ public:
     void setDuration(int duration);
     void setTime(int position, int duration);
     void setSeekable(bool seekable);
+    void setRead(const QList<Stretch> &read);
+    void setChapters(const QList<Chapter> &chapters);
 
     void setPaused(bool paused);
     void setVolume(int volume);
+    void setMuted(bool muted);
     void setPinned(bool pinned);
     void setListShown(bool shown);
     void setFullScreen(bool fullScreen);
@@ -78,8 +83,11 @@ private:
     void nameControls();
     void makeVolumeMenu();
     void forwardClicks();
+    void showVolume();
 
     const std::unique_ptr<Ui::ControlBar> m_ui;
     QSlider *m_volumeSlider = nullptr;
+    int m_volume = 0;
+    bool m_isMuted = false;
     QHash<QToolButton *, QList<MenuEntry>> m_shown; // as the menus are since the last choice
 };

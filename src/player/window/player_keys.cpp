@@ -4,33 +4,91 @@
 
 namespace {
 
+using Action = PlayerKeys::Action;
+
 constexpr int AnyModifiers = -1;
+constexpr int Control = Qt::ControlModifier;
 
 struct Binding
 {
     int key;
     int modifiers; // exactly these, or AnyModifiers
-    PlayerKeys::Action action;
+    Action action;
     int increment; // 0 leaves the step
     bool swallowed;
-    const char *name;
+    const char *name; // null: another way to type the key above
 };
 
 // Every row that fits acts, in this order.
 constexpr Binding Bindings[] = {
-    {Qt::Key_Left, AnyModifiers, PlayerKeys::Action::None, 5, true, "←"},
-    {Qt::Key_Right, AnyModifiers, PlayerKeys::Action::None, -5, true, "→"},
-    {Qt::Key_Up, AnyModifiers, PlayerKeys::Action::VolumeUp, 0, true, "↑"},
-    {Qt::Key_Down, AnyModifiers, PlayerKeys::Action::VolumeDown, 0, true, "↓"},
-    {Qt::Key_Space, AnyModifiers, PlayerKeys::Action::TogglePause, 0, false, "空格"},
-    {Qt::Key_F, AnyModifiers, PlayerKeys::Action::ToggleFullScreen, 0, false, "F"},
-    {Qt::Key_Escape, AnyModifiers, PlayerKeys::Action::LeaveFullScreen, 0, false, "Esc"},
-    {Qt::Key_Left, Qt::ControlModifier, PlayerKeys::Action::None, 30, true, "Ctrl+←"},
+    {Qt::Key_Left, AnyModifiers, Action::None, 5, true, "←"},
+    {Qt::Key_Right, AnyModifiers, Action::None, -5, true, "→"},
+    {Qt::Key_Up, AnyModifiers, Action::VolumeUp, 0, true, "↑"},
+    {Qt::Key_Down, AnyModifiers, Action::VolumeDown, 0, true, "↓"},
+    {Qt::Key_Space, AnyModifiers, Action::TogglePause, 0, false, "空格"},
+    {Qt::Key_F, AnyModifiers, Action::ToggleFullScreen, 0, false, "F"},
+    {Qt::Key_Escape, AnyModifiers, Action::LeaveFullScreen, 0, false, "Esc"},
+    {Qt::Key_Left, Control, Action::None, 30, true, "Ctrl+←"},
+    {Qt::Key_M, AnyModifiers, Action::ToggleMute, 0, false, "M"},
+    {Qt::Key_BracketRight, AnyModifiers, Action::Faster, 0, false, "]"},
+    {Qt::Key_BracketLeft, AnyModifiers, Action::Slower, 0, false, "["},
+    {Qt::Key_Backspace, AnyModifiers, Action::OwnSpeed, 0, false, "Backspace"},
+    {Qt::Key_Plus, Control, Action::SoundLater, 0, false, "Ctrl++"},
+    {Qt::Key_Plus, Control | Qt::ShiftModifier, Action::SoundLater, 0, false, nullptr},
+    {Qt::Key_Plus, Control | Qt::KeypadModifier, Action::SoundLater, 0, false, nullptr},
+    {Qt::Key_Equal, Control, Action::SoundLater, 0, false, nullptr},
+    {Qt::Key_Minus, Control, Action::SoundEarlier, 0, false, "Ctrl+-"},
+    {Qt::Key_Minus, Control | Qt::KeypadModifier, Action::SoundEarlier, 0, false, nullptr},
+    {Qt::Key_0, Control, Action::SoundInTime, 0, false, "Ctrl+0"},
+    {Qt::Key_0, Control | Qt::KeypadModifier, Action::SoundInTime, 0, false, nullptr},
+    {Qt::Key_PageDown, AnyModifiers, Action::NextChapter, 0, false, "PageDown"},
+    {Qt::Key_PageUp, AnyModifiers, Action::PreviousChapter, 0, false, "PageUp"},
+    {Qt::Key_S, AnyModifiers, Action::TakeScreenshot, 0, false, "S"},
+    {Qt::Key_F1, AnyModifiers, Action::ShowKeys, 0, false, "F1"},
 };
+
+struct Name
+{
+    Action action;
+    const char *text;
+    bool beginsGroup = false;
+};
+
+// In the order of the page; the steps stand before the first of them.
+constexpr Name Names[] = {
+    {Action::TogglePause, "播放、暂停"},
+    {Action::NextChapter, "下一章"},
+    {Action::PreviousChapter, "上一章"},
+    {Action::Faster, "加快"},
+    {Action::Slower, "减慢"},
+    {Action::OwnSpeed, "原速"},
+    {Action::VolumeUp, "增大音量", true},
+    {Action::VolumeDown, "减小音量"},
+    {Action::ToggleMute, "静音"},
+    {Action::SoundLater, "声音延后 0.1 秒"},
+    {Action::SoundEarlier, "声音提前 0.1 秒"},
+    {Action::SoundInTime, "声音不延迟"},
+    {Action::ToggleFullScreen, "全屏", true},
+    {Action::LeaveFullScreen, "退出全屏"},
+    {Action::TakeScreenshot, "截图"},
+    {Action::ShowKeys, "快捷键"},
+};
+
+template <class Fits>
+QString namesWhere(Fits fits)
+{
+    QStringList found;
+    for (const Binding &binding : Bindings) {
+        if (binding.name && fits(binding)) {
+            found.append(QString::fromUtf8(binding.name));
+        }
+    }
+    return found.join(QStringLiteral("、"));
+}
 
 } // namespace
 
-PlayerKeys::Action PlayerKeys::press(int key, Qt::KeyboardModifiers modifiers)
+Action PlayerKeys::press(int key, Qt::KeyboardModifiers modifiers)
 {
     Action action = Action::None;
     for (const Binding &binding : Bindings) {
@@ -50,25 +108,45 @@ PlayerKeys::Action PlayerKeys::press(int key, Qt::KeyboardModifiers modifiers)
     return action;
 }
 
-QString PlayerKeys::names(Action action)
+QString PlayerKeys::text(Action action)
 {
-    QStringList found;
-    for (const Binding &binding : Bindings) {
-        if (binding.action == action) {
-            found.append(QString::fromUtf8(binding.name));
+    for (const Name &name : Names) {
+        if (name.action == action) {
+            return QString::fromUtf8(name.text);
         }
     }
-    return found.join(QStringLiteral("、"));
+    return {};
+}
+
+QString PlayerKeys::textOfStep(int increment)
+{
+    return increment < 0 ? QStringLiteral("后退 %1 秒").arg(-increment)
+                         : QStringLiteral("快进 %1 秒").arg(increment);
+}
+
+QString PlayerKeys::names(Action action)
+{
+    return namesWhere([action](const Binding &binding) { return binding.action == action; });
 }
 
 QString PlayerKeys::nameOfStep(int increment)
 {
+    return namesWhere(
+        [increment](const Binding &binding) { return binding.increment == increment; });
+}
+
+QList<PlayerKeys::Line> PlayerKeys::page()
+{
+    QList<Line> lines;
     for (const Binding &binding : Bindings) {
-        if (binding.increment == increment) {
-            return QString::fromUtf8(binding.name);
+        if (binding.increment != 0) {
+            lines.append({QString::fromUtf8(binding.name), textOfStep(binding.increment)});
         }
     }
-    return {};
+    for (const Name &name : Names) {
+        lines.append({names(name.action), QString::fromUtf8(name.text), name.beginsGroup});
+    }
+    return lines;
 }
 
 bool PlayerKeys::isSwallowed(int key)

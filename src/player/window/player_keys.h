@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <Qt>
 
@@ -12,9 +13,28 @@ public:
         None,
         VolumeUp,
         VolumeDown,
+        ToggleMute,
         TogglePause,
         ToggleFullScreen,
         LeaveFullScreen,
+        Faster,
+        Slower,
+        OwnSpeed,
+        SoundLater,
+        SoundEarlier,
+        SoundInTime,
+        NextChapter,
+        PreviousChapter,
+        TakeScreenshot,
+        ShowKeys,
+    };
+
+    // A line of the page of keys.
+    struct Line
+    {
+        QString keys;
+        QString text; // what they do
+        bool beginsGroup = false;
     };
 
     // Takes one key press and returns what it asks for, besides a seek by increment().
@@ -23,9 +43,14 @@ public:
     // The seek step in seconds; 0 before the first arrow key.
     [[nodiscard]] int increment() const { return m_increment; }
 
+    // What the action, or a step by so many seconds, is called.
+    [[nodiscard]] static QString text(Action action);
+    [[nodiscard]] static QString textOfStep(int increment);
     // The names of the keys that ask for this, for menus and tips; of an arrow key by its step.
     [[nodiscard]] static QString names(Action action);
     [[nodiscard]] static QString nameOfStep(int increment);
+    // Everything that a key asks for.
+    [[nodiscard]] static QList<Line> page();
 
     // Whether the key ends here: the window must not hand it on.
     [[nodiscard]] static bool isSwallowed(int key);

@@ -14,13 +14,19 @@
 #include "app/environment/file_name.h"
 #include "player/desktop/desktop_services.h"
 #include "player/mpv/mpv_widget.h"
+#include "player/session/buffering.h"
+#include "player/session/chapters.h"
+#include "player/session/episode_end.h"
 #include "player/session/play_session.h"
 #include "player/window/control_bar.h"
 #include "player/window/full_screen.h"
+#include "player/window/next_card.h"
+#include "player/window/player_actions.h"
+#include "player/window/screenshots.h"
+#include "player/window/video_caption.h"
 #include "player/window/video_list_panel.h"
 #include "player/window/video_menu.h"
 #include "player/window/video_notice.h"
-#include "player/window/volume_level.h"
 #include "ui/widgets/toast.h"
 
 namespace {
@@ -40,10 +46,18 @@ MpvPlayerWindow::MpvPlayerWindow()
     m_session = new PlaySession(*m_mpvWidget, this);
     m_fullScreen =
         new FullScreen({this, m_rows, m_splitter, m_mpvWidget, m_controlBar, m_listPanel}, this);
+    auto *screenshots = new Screenshots(*m_mpvWidget, this);
+    m_buffering = new Buffering(*m_mpvWidget, this);
+    m_actions = new PlayerActions(
+        {this, m_mpvWidget, m_session, m_fullScreen, m_caption, screenshots}, this);
+    connect(screenshots, &Screenshots::told, this,
+            [](const QString &text) { Toast::showTip(text); });
     connectControls();
     connectSession();
     connectDesktop();
+    connectParts();
     restoreState();
+    restoreSound();
     QMetaObject::connectSlotsByName(this);
 }
 
@@ -63,6 +77,8 @@ void MpvPlayerWindow::layOut()
     m_mpvWidget->setAccessibleName(QStringLiteral("视频"));
     m_mpvWidget->installEventFilter(this);
     m_notice = new VideoNotice(m_mpvWidget);
+    m_nextCard = new NextCard(m_mpvWidget);
+    m_caption = new VideoCaption(m_mpvWidget);
     m_listPanel = new VideoListPanel;
     m_listPanel->setObjectName(QStringLiteral("videoListPanel"));
     m_controlBar = new ControlBar;
@@ -104,7 +120,7 @@ void MpvPlayerWindow::connectControls()
     connect(m_controlBar, &ControlBar::nextRequested, m_session,
             [this] { m_session->playRelative(1); });
     connect(m_controlBar, &ControlBar::seekRequested, m_mpvWidget, &MpvWidget::seekAbsolute);
-    connect(m_controlBar, &ControlBar::volumeRequested, m_mpvWidget, &MpvWidget::setVolume);
+    connect(m_controlBar, &ControlBar::volumeRequested, m_actions, &PlayerActions::setVolume);
     connect(m_controlBar, &ControlBar::wheelTurned, this, &MpvPlayerWindow::turnWheel);
     connect(m_controlBar, &ControlBar::pinToggled, this, &MpvPlayerWindow::togglePin);
     connect(m_controlBar, &ControlBar::listToggled, this,
@@ -155,6 +171,19 @@ void MpvPlayerWindow::connectDesktop()
     connect(m_fullScreen, &FullScreen::toggled, &m_desktop->player(), &MediaPlayer::setFullScreen);
 }
 
+void MpvPlayerWindow::connectParts()
+{
+    connect(m_actions, &PlayerActions::mutedChanged, m_controlBar, &ControlBar::setMuted);
+    connect(m_buffering, &Buffering::waitingChanged, this, &MpvPlayerWindow::showNotice);
+    connect(m_buffering, &Buffering::readChanged, this,
+            [this] { m_controlBar->setRead(m_buffering->read()); });
+    EpisodeEnd *end = &m_session->episodeEnd();
+    connect(end, &EpisodeEnd::nextUpChanged, this, &MpvPlayerWindow::showNextUp);
+    connect(m_nextCard, &NextCard::dismissed, end, &EpisodeEnd::dismissNextUp);
+    connect(m_nextCard, &NextCard::stayRequested, m_actions,
+            [this] { m_actions->setPausesAtEnd(true); });
+}
+
 void MpvPlayerWindow::restoreState()
 {
     PlayerState state;
@@ -189,6 +218,25 @@ void MpvPlayerWindow::saveState()
     state.splitterState = m_fullScreen->splitterState();
     state.showVideoList = m_fullScreen->isListShown();
     AppSettings().savePlayerState(state);
+}
+
+void MpvPlayerWindow::restoreSound()
+{
+    const AppSettings settings;
+    if (const auto volume = settings.playerVolume()) {
+        m_mpvWidget->setVolume(*volume);
+    }
+    const bool muted = settings.playerMuted();
+    m_mpvWidget->setMute(muted);
+    m_controlBar->setMuted(muted);
+}
+
+void MpvPlayerWindow::saveSound()
+{
+    const QVariant volume = m_mpvWidget->getProperty(QStringLiteral("volume"));
+    if (volume.type() == QVariant::Double) { // else libmpv is gone already
+        AppSettings().savePlayerSound(volume.toInt(), m_mpvWidget->isMute());
+    }
 }
 
 void MpvPlayerWindow::prepareVideo()
@@ -227,16 +275,35 @@ void MpvPlayerWindow::showStatus()
     m_controlBar->setTime(status.position, status.duration);
     m_controlBar->setSeekable(status.state == PlayState::Playing);
     m_listPanel->setCurrent(status.chosenId);
+    m_controlBar->setChapters(chaptersOf(*m_mpvWidget));
+    m_buffering->setActive(status.state == PlayState::Playing);
+    showNotice();
+    showPaused();
+    showMenus();
+}
+
+void MpvPlayerWindow::showNotice()
+{
+    const PlayStatus status = m_session->status();
     m_notice->offerSource(status.offersSource);
     if (!status.notice.isEmpty()) {
         m_notice->say(withVisibleOverrides(status.notice));
     } else if (status.state == PlayState::Opening || status.state == PlayState::Loading) {
         m_notice->wait();
+    } else if (const auto percent = m_buffering->waiting()) {
+        m_notice->buffer(*percent);
     } else {
         m_notice->clear();
     }
-    showPaused();
-    showMenus();
+}
+
+void MpvPlayerWindow::showNextUp()
+{
+    if (const auto &next = m_session->episodeEnd().nextUp()) {
+        m_nextCard->tell(*next);
+    } else {
+        m_nextCard->leave();
+    }
 }
 
 // Where nothing plays, the button makes it play again.
@@ -275,38 +342,15 @@ void MpvPlayerWindow::togglePin()
     show();
 }
 
-void MpvPlayerWindow::stepVolume(bool up)
-{
-    m_mpvWidget->setVolume(volumeAfterStep(m_mpvWidget->volume(), up));
-}
-
 void MpvPlayerWindow::turnWheel(int delta)
 {
-    stepVolume(delta >= 1);
+    m_actions->run(delta >= 1 ? PlayerKeys::Action::VolumeUp : PlayerKeys::Action::VolumeDown);
 }
 
 void MpvPlayerWindow::pressKey(const QKeyEvent &event)
 {
     qDebug() << "key press";
-    switch (m_keys.press(event.key(), event.modifiers())) {
-    case PlayerKeys::Action::None:
-        break;
-    case PlayerKeys::Action::VolumeUp:
-        stepVolume(true);
-        break;
-    case PlayerKeys::Action::VolumeDown:
-        stepVolume(false);
-        break;
-    case PlayerKeys::Action::TogglePause:
-        on_playPause_clicked();
-        break;
-    case PlayerKeys::Action::ToggleFullScreen:
-        m_fullScreen->toggle();
-        break;
-    case PlayerKeys::Action::LeaveFullScreen:
-        m_fullScreen->leave();
-        break;
-    }
+    m_actions->run(m_keys.press(event.key(), event.modifiers()));
     if (m_keys.increment() != 0) {
         qDebug() << "incresment:" << m_keys.increment();
         m_mpvWidget->seekRelative(m_keys.increment());
@@ -352,9 +396,9 @@ void MpvPlayerWindow::contextMenuEvent(QContextMenuEvent *event)
 {
     const QPoint middle = m_mpvWidget->mapToGlobal(m_mpvWidget->rect().center());
     if (event->reason() == QContextMenuEvent::Keyboard) {
-        showVideoMenu(this, *m_controlBar, *m_mpvWidget, middle);
+        showVideoMenu(this, *m_controlBar, *m_actions, middle);
     } else if (m_mpvWidget->underMouse()) {
-        showVideoMenu(this, *m_controlBar, *m_mpvWidget, event->globalPos());
+        showVideoMenu(this, *m_controlBar, *m_actions, event->globalPos());
     }
 }
 
@@ -362,5 +406,6 @@ void MpvPlayerWindow::closeEvent(QCloseEvent *event)
 {
     m_session->savePosition();
     saveState();
+    saveSound();
     BaseWindow::closeEvent(event);
 }

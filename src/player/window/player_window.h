@@ -3,14 +3,18 @@
 #include "player/window/player_keys.h"
 #include "ui/widgets/base_window.h"
 
+class Buffering;
 class ControlBar;
 class DesktopServices;
 class FullScreen;
 class MpvWidget;
+class NextCard;
 class PlayHistory;
 class PlaySession;
+class PlayerActions;
 class QSplitter;
 class QVBoxLayout;
+class VideoCaption;
 class VideoListPanel;
 class VideoNotice;
 struct PlayRequest;
@@ -60,22 +64,28 @@ private:
     void connectControls();
     void connectSession();
     void connectDesktop();
+    void connectParts();
     void restoreState();
     void placeFirst();
     void saveState();
+    void restoreSound();
+    void saveSound();
 
     void showStatus();
     void showPaused();
     void showVideos();
     void showMenus();
+    void showNotice();
+    void showNextUp();
 
     void pressKey(const QKeyEvent &event);
-    void stepVolume(bool up);
     void turnWheel(int delta);
     void togglePin();
 
     MpvWidget *m_mpvWidget = nullptr;
     VideoNotice *m_notice = nullptr;
+    VideoCaption *m_caption = nullptr;
+    NextCard *m_nextCard = nullptr;
     QVBoxLayout *m_rows = nullptr;
     QSplitter *m_splitter = nullptr;
     VideoListPanel *m_listPanel = nullptr;
@@ -83,6 +93,8 @@ private:
     FullScreen *m_fullScreen = nullptr;
     PlaySession *m_session = nullptr;
     DesktopServices *m_desktop = nullptr;
+    Buffering *m_buffering = nullptr;
+    PlayerActions *m_actions = nullptr;
 
     PlayerKeys m_keys;
     bool m_pinned = false;

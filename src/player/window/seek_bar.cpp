@@ -1,6 +1,7 @@
 #include "player/window/seek_bar.h"
 
 #include <QMouseEvent>
+#include <QPainter>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QStyleOptionSlider>
@@ -8,11 +9,15 @@
 #include <QWheelEvent>
 
 #include "app/environment/formatting.h"
+#include "ui/widgets/name_text.h"
 
 namespace {
 
-constexpr int ArrowStep = 5; // seconds
-constexpr int PageStep = 30; // seconds
+constexpr int ArrowStep = 5;    // seconds
+constexpr int PageStep = 30;    // seconds
+constexpr int GrooveHeight = 4; // pixels, as in the style sheet
+constexpr int MarkWidth = 2;
+constexpr int MarkOverhang = 2;
 
 } // namespace
 
@@ -103,23 +108,84 @@ void SeekBar::endDrag()
     setSliderDown(false);
 }
 
-int SeekBar::secondAt(int x) const
+SeekBar::Way SeekBar::way() const
 {
     QStyleOptionSlider option;
     initStyleOption(&option);
-    const QRect groove =
-        style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, this);
-    const QRect handle =
-        style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this);
+    const auto part = [this, &option](QStyle::SubControl control) {
+        return style()->subControlRect(QStyle::CC_Slider, &option, control, this);
+    };
+    const QRect groove = part(QStyle::SC_SliderGroove);
+    const QRect handle = part(QStyle::SC_SliderHandle);
     // The handle's middle follows the pointer, so half of it is out of reach at either end.
-    return QStyle::sliderValueFromPosition(
-        minimum(), maximum(), x - groove.x() - handle.width() / 2, groove.width() - handle.width());
+    return {groove, handle, groove.x() + handle.width() / 2, groove.width() - handle.width()};
+}
+
+int SeekBar::xOf(const Way &way, double second) const
+{
+    return way.first + qRound(way.length * qBound(0.0, second / qMax(1, maximum()), 1.0));
+}
+
+int SeekBar::secondAt(int x) const
+{
+    const Way way = this->way();
+    return QStyle::sliderValueFromPosition(minimum(), maximum(), x - way.first, way.length);
+}
+
+QString SeekBar::tipAt(int second) const
+{
+    const QString time = formatClock(second);
+    const Chapter *found = nullptr;
+    for (const Chapter &chapter : m_chapters) {
+        if (chapter.start < second + 1) {
+            found = &chapter;
+        }
+    }
+    return found ? nameTip(time + QStringLiteral("　") + found->title) : time;
 }
 
 void SeekBar::showTimeAt(const QMouseEvent *event)
 {
     if (maximum() > 0) {
-        QToolTip::showText(event->globalPos(), formatClock(secondAt(event->x())), this);
+        QToolTip::showText(event->globalPos(), tipAt(secondAt(event->x())), this);
+    }
+}
+
+void SeekBar::setRead(const QList<Stretch> &read)
+{
+    m_read = read;
+    update();
+}
+
+void SeekBar::setChapters(const QList<Chapter> &chapters)
+{
+    m_chapters = chapters;
+    update();
+}
+
+// What the style has drawn already stays under the handle, and under what has been played.
+void SeekBar::paintEvent(QPaintEvent *event)
+{
+    QSlider::paintEvent(event);
+    if (!isEnabled() || maximum() == 0) {
+        return;
+    }
+    const Way way = this->way();
+    QPainter painter(this);
+    painter.setClipRegion(QRegion(rect()) - way.handle);
+    const int height = GrooveHeight;
+    const int top = way.handle.center().y() - height / 2 + 1;
+    for (const Stretch &stretch : qAsConst(m_read)) {
+        const int from = qMax(xOf(way, stretch.from), way.handle.center().x());
+        painter.fillRect(QRect(QPoint(from, top), QSize(xOf(way, stretch.to) - from, height)) &
+                             rect(),
+                         m_readColour);
+    }
+    for (const Chapter &chapter : qAsConst(m_chapters)) {
+        if (chapter.start > 0 && chapter.start < maximum()) {
+            painter.fillRect(xOf(way, chapter.start) - MarkWidth / 2, top - MarkOverhang, MarkWidth,
+                             height + 2 * MarkOverhang, m_markColour);
+        }
     }
 }
 

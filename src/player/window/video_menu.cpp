@@ -3,86 +3,111 @@
 #include <QAction>
 
 #include "player/mpv/mpv_widget.h"
+#include "player/session/episode_end.h"
+#include "player/session/play_session.h"
+#include "player/session/speed.h"
 #include "player/window/control_bar.h"
+#include "player/window/player_actions.h"
 #include "player/window/player_keys.h"
-#include "player/window/volume_level.h"
 #include "ui/widgets/custom_pop_up_menu.h"
 
 namespace {
 
-struct Step
-{
-    const char *text;
-    int seconds;
-};
+using Action = PlayerKeys::Action;
 
-constexpr Step Steps[] = {
-    {"快进 5 秒", 5}, {"后退 5 秒", -5}, {"快进 30 秒", 30}, {"后退 30 秒", -30}};
-
-constexpr double Speeds[] = {0.5, 0.75, 1.0, 1.25, 1.5, 2.0};
+constexpr int Steps[] = {5, -5, 30, -30}; // seconds
 
 QString withKeys(const QString &text, const QString &keys)
 {
     return text + QLatin1Char('\t') + keys;
 }
 
-void addSteps(QMenu &menu, MpvWidget &video)
+QAction *addAction(QMenu &menu, PlayerActions &actions, Action action)
 {
-    const bool canSeek = video.knownPosition().has_value();
-    for (const Step &step : Steps) {
-        const QString text =
-            withKeys(QString::fromUtf8(step.text), PlayerKeys::nameOfStep(step.seconds));
-        menu.addAction(text, &video,
-                       [&video, seconds = step.seconds] { video.seekRelative(seconds); })
+    QAction *entry = menu.addAction(withKeys(PlayerKeys::text(action), PlayerKeys::names(action)),
+                                    &actions, [&actions, action] { actions.run(action); });
+    entry->setEnabled(actions.isPossible(action));
+    return entry;
+}
+
+void setMark(QAction *entry, bool on)
+{
+    entry->setCheckable(true);
+    entry->setChecked(on);
+}
+
+void addSteps(QMenu &menu, PlayerActions &actions)
+{
+    QMenu *part = menu.addMenu(QStringLiteral("跳转"));
+    const bool canSeek = actions.parts().video->knownPosition().has_value();
+    for (const int step : Steps) {
+        part->addAction(withKeys(PlayerKeys::textOfStep(step), PlayerKeys::nameOfStep(step)),
+                        &actions, [&actions, step] { actions.seek(step); })
             ->setEnabled(canSeek);
     }
+    part->addSeparator();
+    addAction(*part, actions, Action::NextChapter);
+    addAction(*part, actions, Action::PreviousChapter);
 }
 
-void addVolume(QMenu &menu, MpvWidget &video)
+void addSpeeds(QMenu &menu, PlayerActions &actions)
 {
-    const auto addStep = [&menu, &video](const QString &text, PlayerKeys::Action action, bool up) {
-        menu.addAction(withKeys(text, PlayerKeys::names(action)), &video,
-                       [&video, up] { video.setVolume(volumeAfterStep(video.volume(), up)); });
-    };
-    addStep(QStringLiteral("增大音量"), PlayerKeys::Action::VolumeUp, true);
-    addStep(QStringLiteral("减小音量"), PlayerKeys::Action::VolumeDown, false);
-    QAction *mute = menu.addAction(QStringLiteral("静音"), &video,
-                                   [&video] { video.setMute(!video.isMute()); });
-    mute->setCheckable(true);
-    mute->setChecked(video.isMute());
+    PlaySession &session = *actions.parts().session;
+    const double now = session.speed();
+    QMenu *part = menu.addMenu(QStringLiteral("播放速度"));
+    for (const double speed : OfferedSpeeds) {
+        const QString keys = speed == 1.0 ? PlayerKeys::names(Action::OwnSpeed) : QString();
+        const QString text = QStringLiteral("%1 倍").arg(speed);
+        QAction *entry = part->addAction(keys.isEmpty() ? text : withKeys(text, keys), &session,
+                                         [&session, speed] { session.setSpeed(speed); });
+        entry->setCheckable(qFuzzyCompare(speed, now));
+        entry->setChecked(qFuzzyCompare(speed, now));
+    }
+    part->addSeparator();
+    addAction(*part, actions, Action::Faster);
+    addAction(*part, actions, Action::Slower);
 }
 
-void addSpeeds(QMenu &menu, MpvWidget &video)
+void addSleep(QMenu &menu, PlayerActions &actions)
 {
-    const QString property = QStringLiteral("speed");
-    const double now = video.getProperty(property).toDouble();
-    QMenu *speeds = menu.addMenu(QStringLiteral("播放速度"));
-    for (const double speed : Speeds) {
-        QAction *action =
-            speeds->addAction(QStringLiteral("%1 倍").arg(speed), &video,
-                              [&video, property, speed] { video.setProperty(property, speed); });
-        action->setCheckable(qFuzzyCompare(speed, now));
-        action->setChecked(qFuzzyCompare(speed, now));
+    const EpisodeEnd &end = actions.parts().session->episodeEnd();
+    QAction *entry = menu.addAction(QStringLiteral("播完本集后暂停"));
+    setMark(entry, end.pauses());
+    entry->setEnabled(end.canPause());
+    QObject::connect(entry, &QAction::triggered, &actions, &PlayerActions::setPausesAtEnd);
+}
+
+void addSound(QMenu &menu, PlayerActions &actions)
+{
+    addAction(menu, actions, Action::VolumeUp);
+    addAction(menu, actions, Action::VolumeDown);
+    setMark(addAction(menu, actions, Action::ToggleMute), actions.parts().video->isMute());
+    QMenu *part = menu.addMenu(QStringLiteral("声音延迟"));
+    for (const Action action : {Action::SoundLater, Action::SoundEarlier, Action::SoundInTime}) {
+        addAction(*part, actions, action);
     }
 }
 
 } // namespace
 
-void showVideoMenu(QWidget *parent, const ControlBar &bar, MpvWidget &video, const QPoint &place)
+void showVideoMenu(QWidget *parent, const ControlBar &bar, PlayerActions &actions,
+                   const QPoint &place)
 {
     auto *menu = new CustomPopUpMenu(parent);
     menu->setObjectName(QStringLiteral("videoMenu"));
     QObject::connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
     bar.addTo(*menu, ControlBar::Group::Playing);
+    addSleep(*menu, actions);
+    addSteps(*menu, actions);
+    addSpeeds(*menu, actions);
     menu->addSeparator();
-    addSteps(*menu, video);
-    menu->addSeparator();
-    addVolume(*menu, video);
+    addSound(*menu, actions);
     menu->addSeparator();
     bar.addTo(*menu, ControlBar::Group::Choices);
-    addSpeeds(*menu, video);
     menu->addSeparator();
+    addAction(*menu, actions, Action::TakeScreenshot);
     bar.addTo(*menu, ControlBar::Group::Window);
     menu->addActions(parent->actions());
+    addAction(*menu, actions, Action::ShowKeys);
     menu->popup(place);
 }

@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QPushButton>
 
 #include "ui/widgets/notice.h"
@@ -11,6 +12,10 @@
 namespace {
 
 constexpr int ButtonOffset = 72; // from the middle, below some lines of text
+constexpr QSize PlateSize(144, 112);
+constexpr int PlateOffset = 16; // the ring stands in the video's middle, the text below it
+constexpr int PlateCorner = 6;
+constexpr qreal PlateOpacity = 0.8;
 
 } // namespace
 
@@ -31,13 +36,25 @@ VideoNotice::VideoNotice(QWidget *parent) : QWidget(parent)
 
 void VideoNotice::wait()
 {
+    m_isBuffering = false;
     showText(QString());
+    show();
+    m_spinner->start();
+}
+
+void VideoNotice::buffer(int percent)
+{
+    const bool isNews = !m_isBuffering;
+    m_isBuffering = true;
+    showText(percent < 0 ? QStringLiteral("正在缓冲") : QStringLiteral("正在缓冲 %1%").arg(percent),
+             isNews);
     show();
     m_spinner->start();
 }
 
 void VideoNotice::say(const QString &text)
 {
+    m_isBuffering = false;
     m_spinner->stop();
     showText(text);
     show();
@@ -45,6 +62,7 @@ void VideoNotice::say(const QString &text)
 
 void VideoNotice::clear()
 {
+    m_isBuffering = false;
     m_spinner->stop();
     showText(QString());
     hide();
@@ -56,9 +74,9 @@ void VideoNotice::offerSource(bool offered)
     place();
 }
 
-void VideoNotice::showText(const QString &text)
+void VideoNotice::showText(const QString &text, bool isNews)
 {
-    if (!text.isEmpty() && text != m_text) {
+    if (!text.isEmpty() && text != m_text && isNews) {
         QAccessibleEvent alert(this, QAccessible::Alert);
         QAccessible::updateAccessibility(&alert);
     }
@@ -90,5 +108,25 @@ void VideoNotice::paintEvent(QPaintEvent * /*event*/)
 {
     QPainter painter(this);
     painter.setPen(palette().color(QPalette::Text));
+    if (m_isBuffering) {
+        paintBuffering(painter);
+        return;
+    }
     paintNotice(painter, rect(), {m_text, QStringLiteral(":/playerIcon/video.png")});
+}
+
+// Over the picture that stands still, whatever its colours are.
+void VideoNotice::paintBuffering(QPainter &painter)
+{
+    QRect plate(QPoint(0, 0), PlateSize);
+    plate.moveCenter(rect().center());
+    plate.translate(0, PlateOffset);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath shape;
+    shape.addRoundedRect(plate, PlateCorner, PlateCorner);
+    QColor ground = palette().color(QPalette::Window);
+    ground.setAlphaF(PlateOpacity);
+    painter.fillPath(shape, ground);
+    painter.drawText(plate.adjusted(0, 0, 0, -PlateOffset), Qt::AlignHCenter | Qt::AlignBottom,
+                     m_text);
 }

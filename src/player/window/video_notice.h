@@ -19,6 +19,9 @@ public:
     [[nodiscard]] QString text() const { return m_text; }
 
     void wait();
+    // What plays stands still until more of it has been read: so many percent of that are there,
+    // -1 where nobody knows.
+    void buffer(int percent);
     void say(const QString &text);
     // The video speaks for itself.
     void clear();
@@ -33,10 +36,12 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void showText(const QString &text);
+    void showText(const QString &text, bool isNews = true);
+    void paintBuffering(QPainter &painter);
     void place();
 
     WaitingSpinnerWidget *m_spinner = nullptr;
     QPushButton *m_source = nullptr; // beside this, which lets the mouse through
     QString m_text;
+    bool m_isBuffering = false;
 };

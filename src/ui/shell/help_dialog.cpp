@@ -5,6 +5,7 @@
 #include <QUrl>
 
 #include "app/environment/endpoints.h"
+#include "player/window/keys_dialog.h"
 #include "ui_help_dialog.h"
 
 HelpDialog::HelpDialog(QWidget *parent)
@@ -31,4 +32,9 @@ void HelpDialog::on_btnDownloadPc_clicked()
 void HelpDialog::on_btnReportBug_clicked()
 {
     QDesktopServices::openUrl(QUrl(endpoints().helpReport));
+}
+
+void HelpDialog::on_btnKeys_clicked()
+{
+    KeysDialog::open(this);
 }

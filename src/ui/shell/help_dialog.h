@@ -8,7 +8,8 @@ namespace Ui {
 class HelpDialog;
 }
 
-// Name, version and licences, and three buttons that open pages in the browser.
+// Name, version and licences, three buttons that open pages in the browser, and one for the page of
+// the player's keys.
 class HelpDialog final : public DialogPage
 {
     Q_OBJECT
@@ -22,6 +23,7 @@ private slots:
     void on_btnDownloadTV_clicked();
     void on_btnDownloadPc_clicked();
     void on_btnReportBug_clicked();
+    void on_btnKeys_clicked();
 
 private:
     const std::unique_ptr<Ui::HelpDialog> m_ui;
