@@ -6,13 +6,15 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLocalSocket>
-#include <QLockFile>
 #include <QStandardPaths>
 #include <QThread>
 
 #include "app/environment/data_dir.h"
 
 #ifdef Q_OS_UNIX
+#include <cerrno>
+
+#include <sys/file.h>
 #include <unistd.h>
 #endif
 
@@ -53,7 +55,8 @@ QString meetingFolder()
 
 } // namespace
 
-SingleInstance::SingleInstance() : m_folder(meetingFolder())
+SingleInstance::SingleInstance()
+    : m_folder(meetingFolder()), m_lock(m_folder + QStringLiteral("/lock"))
 {
     connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::onConnection);
 }
@@ -62,6 +65,22 @@ SingleInstance::SingleInstance() : m_folder(meetingFolder())
 SingleInstance::~SingleInstance()
 {
     m_server.close();
+    m_lock.close();
+}
+
+// The system takes the lock from a process that is gone. A QLockFile would wait for the disk, at
+// each start.
+SingleInstance::Lock SingleInstance::lock()
+{
+#ifdef Q_OS_UNIX
+    if (m_lock.isOpen() || m_lock.open(QIODevice::ReadWrite)) {
+        if (flock(m_lock.handle(), LOCK_EX | LOCK_NB) == 0) {
+            return Lock::Taken;
+        }
+        return errno == EWOULDBLOCK ? Lock::OfAnother : Lock::Impossible;
+    }
+#endif
+    return Lock::Impossible;
 }
 
 QString SingleInstance::socketPath() const
@@ -71,26 +90,27 @@ QString SingleInstance::socketPath() const
 
 SingleInstance::Role SingleInstance::claim()
 {
-    if (m_folder.isEmpty()) {
-        qDebug() << "there is no folder in which a second start could find this one";
-        return Role::Beside;
-    }
-    m_lock = std::make_unique<QLockFile>(m_folder + QStringLiteral("/lock"));
-    m_lock->setStaleLockTime(0); // only a process that is gone has lost it
+    Lock found = m_folder.isEmpty() ? Lock::Impossible : lock();
     QElapsedTimer waited;
     waited.start();
-    while (!m_lock->tryLock(0)) {
-        const int left = Patience - int(waited.elapsed());
-        if (m_lock->error() != QLockFile::LockFailedError || left <= 0) {
-            qDebug() << "the program that was started before does not answer";
-            return Role::Beside;
-        }
-        if (isAnswered(left)) {
+    while (found == Lock::OfAnother && waited.elapsed() < Patience) {
+        if (isAnswered(Patience - int(waited.elapsed()))) {
             return Role::Second;
         }
         QThread::msleep(Pause);
+        found = lock();
     }
-    return listen();
+    switch (found) {
+    case Lock::Taken:
+        return listen();
+    case Lock::OfAnother:
+        qDebug() << "the program that was started before does not answer";
+        break;
+    case Lock::Impossible:
+        qDebug() << "there is no folder in which a second start could find this one";
+        break;
+    }
+    return Role::Beside;
 }
 
 SingleInstance::Role SingleInstance::listen()
@@ -100,7 +120,7 @@ SingleInstance::Role SingleInstance::listen()
         return Role::First;
     }
     qDebug() << "a second start will not find this one:" << m_server.errorString();
-    m_lock->unlock();
+    m_lock.close();
     return Role::Beside;
 }
 

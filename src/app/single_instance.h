@@ -1,12 +1,10 @@
 #pragma once
 
-#include <memory>
-
+#include <QFile>
 #include <QLocalServer>
 #include <QObject>
 
 class QLocalSocket;
-class QLockFile;
 
 // Makes this the one process of the data folder, or finds the one that is. They meet in a folder
 // that only the user can use: a lock decides who is the first, a socket reaches it. A process that
@@ -34,13 +32,16 @@ signals:
     void raiseRequested();
 
 private:
+    enum class Lock { Taken, OfAnother, Impossible };
+
     [[nodiscard]] QString socketPath() const;
+    [[nodiscard]] Lock lock();
     [[nodiscard]] Role listen();
     [[nodiscard]] bool isAnswered(int patience) const;
     void onConnection();
     void onLine(QLocalSocket *caller);
 
     const QString m_folder; // empty: there is none
-    std::unique_ptr<QLockFile> m_lock;
+    QFile m_lock;
     QLocalServer m_server;
 };
