@@ -230,7 +230,7 @@ private slots:
         QVERIFY(!m_changes.contains("Position"));
     }
 
-    void answersWhatTheSpecificationAsks()
+    void answersWhatMprisAsks()
     {
         m_player->addClip(First, Long);
         m_player->open(First);

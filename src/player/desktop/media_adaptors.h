@@ -9,8 +9,9 @@
 class MediaPlayer;
 
 // The two interfaces of an MPRIS 2 media player, as D-Bus sees the properties, signals and slots of
-// these classes: their names and types are the specification's. What they say and do is
+// these classes: their names and types are those of MPRIS. What they say and do is
 // MediaPlayer's. They belong to the object that is registered on the bus.
+// NOLINTBEGIN(readability-identifier-naming)
 
 class MediaRootAdaptor final : public QDBusAbstractAdaptor
 {
@@ -103,3 +104,5 @@ public slots:
 private:
     MediaPlayer &m_player;
 };
+
+// NOLINTEND(readability-identifier-naming)

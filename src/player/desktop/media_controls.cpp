@@ -1,5 +1,7 @@
 #include "player/desktop/media_controls.h"
 
+#include <utility>
+
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
@@ -52,9 +54,9 @@ QString interfaceOf(const QDBusAbstractAdaptor &adaptor)
 
 } // namespace
 
-MediaControls::MediaControls(const QDBusConnection &bus, MediaPlayer &player, QObject *parent)
+MediaControls::MediaControls(QDBusConnection bus, MediaPlayer &player, QObject *parent)
     : QObject(parent)
-    , m_bus(bus)
+    , m_bus(std::move(bus))
     , m_root(new MediaRootAdaptor(this, player))
     , m_player(new MediaPlayerAdaptor(this, player))
 {

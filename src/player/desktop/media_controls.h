@@ -19,7 +19,7 @@ class MediaControls final : public QObject
 
 public:
     // `player` must outlive this.
-    MediaControls(const QDBusConnection &bus, MediaPlayer &player, QObject *parent = nullptr);
+    MediaControls(QDBusConnection bus, MediaPlayer &player, QObject *parent = nullptr);
     ~MediaControls() override;
 
 private:

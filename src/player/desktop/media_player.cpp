@@ -191,7 +191,7 @@ void MediaPlayer::seekTo(const QString &path, qlonglong position)
 void MediaPlayer::setRate(double rate)
 {
     if (rate == 0) {
-        pause(); // what the specification wants of it
+        pause(); // as MPRIS wants it
     } else if (rate > 0) {
         m_session.setSpeed(rate);
     }

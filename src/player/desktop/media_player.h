@@ -9,8 +9,8 @@
 class MpvWidget;
 class PlaySession;
 
-// The player as the desktop sees it: what it is told, and what it may ask for, in the words of the
-// MPRIS specification. Times are microseconds, volumes 1 for 100 %. Wishes that cannot be granted
+// The player as the desktop sees it: what it is told, and what it may ask for, in the words of
+// MPRIS. Times are microseconds, volumes 1 for 100 %. Wishes that cannot be granted
 // are ignored.
 class MediaPlayer final : public QObject
 {

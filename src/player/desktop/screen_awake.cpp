@@ -64,7 +64,8 @@ const ScreenAwake::Service ScreenAwake::Services[] = {
      "org.freedesktop.portal.Inhibit", portalArguments, true},
 };
 
-ScreenAwake::ScreenAwake(const QDBusConnection &bus, QObject *parent) : QObject(parent), m_bus(bus)
+ScreenAwake::ScreenAwake(QDBusConnection bus, QObject *parent)
+    : QObject(parent), m_bus(std::move(bus))
 {
     m_watcher.setConnection(m_bus);
     m_watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);

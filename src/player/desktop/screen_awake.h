@@ -17,7 +17,7 @@ class ScreenAwake final : public QObject
     Q_DISABLE_COPY_MOVE(ScreenAwake)
 
 public:
-    explicit ScreenAwake(const QDBusConnection &bus, QObject *parent = nullptr);
+    explicit ScreenAwake(QDBusConnection bus, QObject *parent = nullptr);
     // Gives back what was granted, also what is still to be granted.
     ~ScreenAwake() override;
 
