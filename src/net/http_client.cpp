@@ -137,6 +137,11 @@ PendingReply HttpClient::download(const QString &path)
     return m_d->download(path);
 }
 
+PendingReply HttpClient::download(const BytesHandler &arrived)
+{
+    return m_d->download(arrived);
+}
+
 PendingReply HttpClient::repeat()
 {
     return m_d->repeat();

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+#include <QByteArray>
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -41,6 +42,8 @@ class HttpClient final
 public:
     // The reply's body as text, line breaks removed.
     using SuccessHandler = std::function<void(const QString &response)>;
+    // The reply's body as it came.
+    using BytesHandler = std::function<void(const QByteArray &bytes)>;
     // The error's text and its QNetworkReply::NetworkError, or -1 for a local failure (a file).
     using FailHandler = std::function<void(const QString &error, int code)>;
     using RefusalHandler = std::function<void(const HttpRefusal &refusal)>;
@@ -90,7 +93,7 @@ public:
     HttpClient &charset(const QString &name);
 
     // The most bytes that a reply may have, 1 MB when not set: longer ones are local failures.
-    // Downloads go to the disk and have no limit.
+    // Downloads to the disk have no limit.
     HttpClient &limit(qint64 bytes);
 
     PendingReply get();
@@ -108,6 +111,9 @@ public:
     // Gets the URL into the file. The target is replaced when everything has arrived and is left
     // alone otherwise; success receives its path. A status other than 2xx is a failure.
     PendingReply download(const QString &path);
+    // Gets the URL into memory, up to the limit; the handler runs in the place of success. A status
+    // other than 2xx is a failure.
+    PendingReply download(const BytesHandler &arrived);
 
     // Sends the request once more as it stands, with the same method and callbacks: every
     // callback runs again. An Authorization header is renewed from the stored tokens of the

@@ -59,6 +59,17 @@ std::optional<HttpRefusal> refusalIn(const QNetworkReply *reply, const QString &
                         : std::optional(HttpRefusal{status, body, retryAfter(reply)});
 }
 
+// A download is worth nothing with a status other than 2xx.
+std::optional<HttpOutcome> unexpectedStatus(const QNetworkReply *reply)
+{
+    const int status = statusOf(reply);
+    if (status / 100 == 2) {
+        return std::nullopt;
+    }
+    const QString error = QStringLiteral("Unexpected HTTP status %1").arg(status);
+    return HttpOutcome{false, error, QNetworkReply::UnknownContentError};
+}
+
 void writeAvailable(QNetworkReply *reply, QSaveFile *file)
 {
     if (!writeThrough(*file, reply->readAll())) {
@@ -72,6 +83,7 @@ PendingReply HttpClientPrivate::execute(Method requestMethod)
 {
     m_method = requestMethod;
     m_downloadPath.clear();
+    m_arrived = {};
     const QNetworkRequest request = buildRequest();
     if (!mayBeAsked(request.url())) {
         return failLocally(UnaskableAddress, debug);
@@ -83,6 +95,7 @@ PendingReply HttpClientPrivate::download(const QString &path)
 {
     m_method = Method::Get;
     m_downloadPath = path;
+    m_arrived = {};
     const QNetworkRequest request = buildRequest();
     if (!mayBeAsked(request.url())) {
         return failLocally(UnaskableAddress, debug);
@@ -102,6 +115,23 @@ PendingReply HttpClientPrivate::download(const QString &path)
     });
 }
 
+PendingReply HttpClientPrivate::download(const HttpClient::BytesHandler &arrived)
+{
+    m_method = Method::Get;
+    m_downloadPath.clear();
+    m_arrived = arrived;
+    const QNetworkRequest request = buildRequest();
+    if (!mayBeAsked(request.url())) {
+        return failLocally(UnaskableAddress, debug);
+    }
+    const auto bytes = std::make_shared<QByteArray>();
+    handlers.success = [arrived, bytes](const QString & /*text*/) { arrived(*bytes); };
+    return whenFinished(send(request), limit, [bytes](QNetworkReply *finished) {
+        *bytes = finished->readAll();
+        return bytesOutcome(finished, *bytes);
+    });
+}
+
 PendingReply HttpClientPrivate::repeat()
 {
     UserInfo user;
@@ -109,6 +139,9 @@ PendingReply HttpClientPrivate::repeat()
     qDebug() << "repeat request" << url;
     if (isStored) {
         renewAuthorization(user.accessToken.value());
+    }
+    if (m_arrived) {
+        return download(HttpClient::BytesHandler(m_arrived));
     }
     return m_downloadPath.isEmpty() ? execute(m_method) : download(m_downloadPath);
 }
@@ -280,15 +313,23 @@ HttpOutcome HttpClientPrivate::fileOutcome(QNetworkReply *reply, QSaveFile *file
     if (reply->error() != QNetworkReply::NoError) {
         return {false, reply->errorString(), reply->error()};
     }
-    const int status = statusOf(reply);
-    if (status / 100 != 2) {
-        const QString error = QStringLiteral("Unexpected HTTP status %1").arg(status);
-        return {false, error, QNetworkReply::UnknownContentError};
+    if (const auto unexpected = unexpectedStatus(reply)) {
+        return *unexpected;
     }
     if (!file->commit()) {
         return {false, file->errorString(), HttpClient::LocalFailure};
     }
     return {true, file->fileName(), 0};
+}
+
+HttpOutcome HttpClientPrivate::bytesOutcome(QNetworkReply *reply, const QByteArray &bytes)
+{
+    if (reply->error() != QNetworkReply::NoError) {
+        return {false, reply->errorString(), reply->error(),
+                refusalIn(reply, QString::fromUtf8(bytes))};
+    }
+    return unexpectedStatus(reply).value_or(
+        HttpOutcome{true, QStringLiteral("%1 bytes").arg(bytes.size()), 0});
 }
 
 void HttpClientPrivate::Delivery::operator()(const HttpOutcome &outcome) const

@@ -38,6 +38,7 @@ public:
 
     PendingReply execute(Method requestMethod);
     PendingReply download(const QString &path);
+    PendingReply download(const HttpClient::BytesHandler &arrived);
     PendingReply repeat();
 
     QString url;
@@ -80,7 +81,9 @@ private:
 
     static HttpOutcome textOutcome(QNetworkReply *reply, const QString &charset);
     static HttpOutcome fileOutcome(QNetworkReply *reply, QSaveFile *file);
+    static HttpOutcome bytesOutcome(QNetworkReply *reply, const QByteArray &bytes);
 
     Method m_method = Method::Get;
-    QString m_downloadPath; // empty unless the reply goes into a file
+    QString m_downloadPath;             // empty unless the reply goes into a file
+    HttpClient::BytesHandler m_arrived; // unset unless it stays in memory
 };

@@ -454,6 +454,27 @@ private slots:
         QCOMPARE(calls.entries[2], "fail:-1");
         QCOMPARE(log.lines(), QStringList("[错误] 打开文件出错: " + nowhere));
     }
+    void downloadsIntoMemory()
+    {
+        const QByteArray large = Binary.repeated(1000);
+        for (const auto &[scripted, limit, first] :
+             {std::tuple(answer("200 OK", large), 4000, "bytes:4000"),
+              std::tuple(answer("200 OK", large), 3999, "fail:-1"),
+              std::tuple(answer("302 Found", "x", "Location: /x\r\n"), 4000, "fail:299"),
+              std::tuple(answer("403 Forbidden", "go away"), 4000, "refused:403 go away 0")}) {
+            ScriptedServer server(always(scripted));
+            Calls calls;
+            HttpClient client(server.url());
+            calls.listen(client).limit(limit).download([&](const QByteArray &bytes) {
+                QCOMPARE(bytes, large);
+                calls.entries += QString("bytes:%1").arg(bytes.size());
+            });
+            QTRY_VERIFY(calls.isComplete());
+            QCOMPARE(calls.entries.first(), first);
+            client.repeat();
+            QTRY_COMPARE(calls.entries.filter(first).size(), 2);
+        }
+    }
     void repeatsWithTheStoredToken_data()
     {
         QTest::addColumn<QString>("currentUser");
