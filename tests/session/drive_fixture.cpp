@@ -10,10 +10,11 @@
 
 namespace {
 
-localdrive::Options optionsFor(int accounts, const localdrive::Rules &rules)
+localdrive::Options optionsFor(int accounts, const localdrive::Rules &rules, bool withThumbnails)
 {
     localdrive::Options options;
     options.rules = rules;
+    options.offerThumbnails = withThumbnails;
     options.accounts.resize(static_cast<std::size_t>(accounts));
     return options;
 }
@@ -40,8 +41,8 @@ localdrive::Rules ratelessRules()
     return rules;
 }
 
-DriveFixture::DriveFixture(int accounts, const localdrive::Rules &rules)
-    : m_server(std::make_unique<localdrive::Server>(optionsFor(accounts, rules)))
+DriveFixture::DriveFixture(int accounts, const localdrive::Rules &rules, bool withThumbnails)
+    : m_server(std::make_unique<localdrive::Server>(optionsFor(accounts, rules, withThumbnails)))
 {
     if (!m_server->start()) {
         qFatal("The local drive found no port");

@@ -24,9 +24,11 @@ class DriveFixture final
     Q_DISABLE_COPY_MOVE(DriveFixture)
 
 public:
-    // The drive is as unkind as the platform unless it is told otherwise.
+    // The drive is as unkind as the platform unless it is told otherwise. It has to work for each
+    // thumbnail, which most tests do not look at.
     explicit DriveFixture(int accounts = 1,
-                          const localdrive::Rules &rules = localdrive::Rules::strict());
+                          const localdrive::Rules &rules = localdrive::Rules::strict(),
+                          bool withThumbnails = false);
     ~DriveFixture();
 
     localdrive::Server &server() { return *m_server; }
