@@ -127,6 +127,22 @@ private slots:
         QCOMPARE(listedFiles(), "other");
     }
 
+    void findsTheRowsOfManyVideos()
+    {
+        QStringList wanted;
+        for (int number = 0; number < 1200; ++number) {
+            wanted << QString("f%1").arg(number);
+        }
+        for (const char *file : {"f0", "f499", "f500", "f1199", "not wanted"}) {
+            store(played(file));
+        }
+        store(played("f7", "u2"));
+        QStringList found = playHistoryOf(played("f0").userId.value(), wanted).keys();
+        found.sort();
+        QCOMPARE(found.join(' '), "f0 f1199 f499 f500");
+        QVERIFY(playHistoryOf("u2", {}).isEmpty());
+    }
+
     void folderSettingsKeepTheirTimes()
     {
         FolderSetting setting = folder("f1");

@@ -284,6 +284,35 @@ private slots:
         QCOMPARE(request.user.userId.value(), m_user.userId.value());
     }
 
+    void asksForThePicturesInSight()
+    {
+        constexpr std::size_t InSight = 3;
+        for (int number = 0; number < 40; ++number) {
+            watched(QString("f%1").arg(number), QString("第%1集.mkv").arg(number), 90);
+        }
+        const auto asked = [this] { return m_drive->requests("/adrive/v1.0/openFile/get").size(); };
+        HistoryDialog dialog;
+        QTableWidget *table = tableOf(dialog);
+        dialog.show();
+        table->setFixedHeight(table->horizontalHeader()->height() + int(InSight) * 50);
+        dialog.adjustSize();
+        QTRY_COMPARE(asked(), InSight);
+        table->scrollToBottom();
+        QTRY_COMPARE(asked(), 2 * InSight);
+        // There are none; the player's next save is no reason to ask again, the user's wish is.
+        dialog.loadHistory();
+        settle(*m_drive);
+        table->scrollToTop();
+        table->scrollToItem(table->item(int(InSight), 0));
+        QTRY_COMPARE(asked(), 2 * InSight + 1);
+        press(dialog, "btnRefresh");
+        QTRY_COMPARE(asked(), 3 * InSight + 1);
+        dialog.hide();
+        table->scrollToBottom();
+        settle(*m_drive);
+        QCOMPARE(asked(), 3 * InSight + 1);
+    }
+
 private:
     void watched(const QString &fileId, const QString &name, int position,
                  const QString &parentFileId = "root")

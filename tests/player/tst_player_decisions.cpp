@@ -4,11 +4,13 @@
 
 #include "api/records/file_records.h"
 #include "app/environment/video_quality.h"
+#include "db/tables/play_history.h"
 #include "player/session/chapters.h"
 #include "player/session/play_quality.h"
 #include "player/session/skip_times.h"
 #include "player/session/speed.h"
 #include "player/session/subtitle_files.h"
+#include "player/session/watched_videos.h"
 #include "player/window/player_keys.h"
 #include "player/window/volume_level.h"
 
@@ -215,6 +217,34 @@ private slots:
         QFETCH(int, position);
         QFETCH(int, duration);
         QTEST((SkipTimes{0, outro}.isInOutro(position, duration)), "inOutro");
+    }
+
+    void tellsHowMuchWasWatched_data()
+    {
+        QTest::addColumn<int>("position");
+        QTest::addColumn<int>("duration");
+        QTest::addColumn<int>("outro");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("not begun") << 0 << 1000 << 0 << "";
+        QTest::newRow("of unknown length") << 700 << 0 << 0 << "";
+        QTest::newRow("just begun") << 2 << 1000 << 0 << "看到 1%";
+        QTest::newRow("half") << 504 << 1000 << 0 << "看到 50%";
+        QTest::newRow("before the last per cent") << 949 << 1000 << 0 << "看到 95%";
+        QTest::newRow("in the last per cent") << 950 << 1000 << 0 << "已看完";
+        QTest::newRow("beyond the end") << 1200 << 1000 << 0 << "已看完";
+        QTest::newRow("before the outro") << 799 << 1000 << 200 << "看到 80%";
+        QTest::newRow("in the outro") << 800 << 1000 << 200 << "已看完";
+        QTest::newRow("an outro as long as the video") << 10 << 100 << 100 << "看到 10%";
+    }
+    void tellsHowMuchWasWatched()
+    {
+        QFETCH(int, outro);
+        QFETCH(int, position);
+        QFETCH(int, duration);
+        PlayHistory row;
+        row.playPosition = position;
+        row.duration = duration;
+        QTEST(watchedText(watchedPercent(row, {0, outro})), "words");
     }
 
     void startsAtTheRightPlace_data()

@@ -9,6 +9,9 @@
 
 namespace {
 
+// Values that one statement binds: well below what any SQLite takes.
+constexpr int MostValues = 500;
+
 double watchedShare(int position, int duration)
 {
     return duration > 0 ? std::clamp(static_cast<double>(position) / duration, 0.0, 1.0) : 0.0;
@@ -36,6 +39,23 @@ bool readHistory(DQList<PlayHistory> &list)
     list = query.filter(dqColumn(&PlayHistory::userId) == AppSettings().curUserId())
                .orderBy(QStringLiteral("updateTime desc"))
                .call();
+    return hasWorked(query.metaInfo()->connection());
+}
+
+bool readRowsOf(const QString &userId, const QList<QString> &fileIds,
+                QHash<QString, PlayHistory> &rows)
+{
+    DQQuery query = dqQuery<PlayHistory>();
+    query.filter(dqColumn(&PlayHistory::userId) == userId &&
+                 dqColumn(&PlayHistory::fileId).in(fileIds));
+    if (!query.exec()) {
+        return false;
+    }
+    while (query.next()) {
+        PlayHistory row;
+        query.recordTo(row);
+        rows.insert(row.fileId.value(), row);
+    }
     return hasWorked(query.metaInfo()->connection());
 }
 
@@ -92,6 +112,16 @@ bool loadPlayHistory(const QString &fileId, PlayHistory &history)
 void listPlayHistory(DQList<PlayHistory> &list)
 {
     withRecovery([&list] { return readHistory(list); });
+}
+
+QHash<QString, PlayHistory> playHistoryOf(const QString &userId, const QStringList &fileIds)
+{
+    QHash<QString, PlayHistory> rows;
+    for (int first = 0; first < fileIds.size(); first += MostValues) {
+        const QList<QString> some = fileIds.mid(first, MostValues);
+        withRecovery([&] { return readRowsOf(userId, some, rows); });
+    }
+    return rows;
 }
 
 void removePlayHistory(const QString &fileId)

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include "db/dq/dq_list.h"
@@ -81,6 +83,10 @@ bool loadPlayHistory(const QString &fileId, PlayHistory &history);
 
 // The current user's rows, the most recently played first; replaces what `list` held.
 void listPlayHistory(DQList<PlayHistory> &list);
+
+// The user's rows of these videos, by file id; those that were never played have none.
+[[nodiscard]] QHash<QString, PlayHistory> playHistoryOf(const QString &userId,
+                                                        const QStringList &fileIds);
 
 void removePlayHistory(const QString &fileId);
 

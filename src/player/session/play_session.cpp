@@ -274,6 +274,12 @@ PlayStatus PlaySession::status() const
     return status;
 }
 
+UserInfo PlaySession::user() const
+{
+    const OpenedVideo *chosen = m_machine.chosen();
+    return chosen ? chosen->user : UserInfo();
+}
+
 QList<FileItem> PlaySession::videos() const
 {
     const OpenedVideo *chosen = m_machine.chosen();

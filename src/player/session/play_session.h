@@ -57,6 +57,8 @@ public:
     [[nodiscard]] EpisodeEnd &episodeEnd() { return m_end; }
 
     [[nodiscard]] PlayStatus status() const;
+    // Whose video it is; empty before the first.
+    [[nodiscard]] UserInfo user() const;
     // The videos of the folder.
     [[nodiscard]] QList<FileItem> videos() const;
     [[nodiscard]] PlayMenus menus() const;

@@ -147,6 +147,7 @@ void MpvPlayerWindow::connectSession()
     connect(m_session, &PlaySession::positionShown, m_controlBar, &ControlBar::setTime);
     connect(m_session, &PlaySession::told, this, [](const QString &text) { Toast::showTip(text); });
     connect(m_session, &PlaySession::historyUpdated, this, &MpvPlayerWindow::historyUpdated);
+    connect(m_session, &PlaySession::historyUpdated, m_listPanel, &VideoListPanel::showWatched);
     connect(m_session, &PlaySession::videoQualityChanged, this,
             &MpvPlayerWindow::videoQualityChanged);
 }
@@ -316,7 +317,7 @@ void MpvPlayerWindow::showPaused()
 
 void MpvPlayerWindow::showVideos()
 {
-    m_listPanel->setVideos(m_session->videos());
+    m_listPanel->setVideos(m_session->user(), m_session->videos());
     m_listPanel->setCurrent(m_session->status().chosenId);
 }
 

@@ -11,7 +11,10 @@
 #include "db/tables/operations.h"
 #include "player/session/play_request.h"
 #include "ui/files/file_kinds.h"
+#include "ui/history/history_name_delegate.h"
 #include "ui/history/watch_progress_delegate.h"
+#include "ui/pictures/picture.h"
+#include "ui/pictures/pictures_in_sight.h"
 #include "ui/widgets/shortcuts.h"
 #include "ui/widgets/sort_table_widget_item.h"
 #include "ui/widgets/toast.h"
@@ -21,7 +24,8 @@ namespace {
 
 enum Column { NameColumn, ProgressColumn, TimeColumn, ColumnCount };
 
-constexpr int IdRole = Qt::UserRole; // the row's key in the database
+constexpr int IdRole = Qt::UserRole;         // the row's key in the database
+constexpr int FileIdRole = Qt::UserRole + 2; // the drive's
 constexpr std::array<int, ColumnCount> ColumnWidths{360, 112, 180};
 
 QString progressText(const PlayHistory &history)
@@ -60,6 +64,31 @@ void HistoryDialog::setUpTable()
     connect(header, &QHeaderView::sectionClicked, this, &HistoryDialog::onHeaderClicked);
     connect(table, &QTableWidget::itemDoubleClicked, this, &HistoryDialog::onItemDoubleClicked);
     setUpShortcuts();
+    setUpPictures();
+}
+
+// The history knows no addresses: the drive is asked for them.
+void HistoryDialog::setUpPictures()
+{
+    QTableWidget *table = m_ui->historyList;
+    table->setIconSize(HistoryNameDelegate::PictureSize);
+    table->setItemDelegateForColumn(NameColumn, new HistoryNameDelegate(table));
+    m_pictures = new PicturesInSight(table, [](const QModelIndex &row) {
+        const QModelIndex name = row.siblingAtColumn(NameColumn);
+        return WantedThumbnail{name.data(FileIdRole).toString(), QString()};
+    });
+    connect(&m_pictures->thumbnails(), &Thumbnails::arrived, this, &HistoryDialog::showPicture);
+}
+
+void HistoryDialog::showPicture(const QString &fileId)
+{
+    const QTableWidget *table = m_ui->historyList;
+    for (int row = 0; row < table->rowCount(); ++row) {
+        QTableWidgetItem *name = table->item(row, NameColumn);
+        if (name->data(FileIdRole).toString() == fileId) {
+            name->setIcon(pictureIcon(m_pictures->thumbnails().picture(fileId)));
+        }
+    }
 }
 
 void HistoryDialog::setUpShortcuts()
@@ -81,6 +110,9 @@ void HistoryDialog::loadHistory()
     if (std::exchange(m_userId, user) != user) {
         // What stands in the same row is another user's: nobody has chosen it.
         table->selectionModel()->clear();
+        UserInfo owner;
+        loadUserInfo(user, owner);
+        m_pictures->thumbnails().setUser(owner);
     }
     const QSet<int> selected = selectedIds();
     const int row = table->currentRow();
@@ -96,6 +128,7 @@ void HistoryDialog::loadHistory()
     onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
     // A player writes the history again and again: the user's place in the list stays.
     select(selected, row);
+    m_pictures->lookAgain();
 }
 
 QSet<int> HistoryDialog::selectedIds() const
@@ -129,8 +162,10 @@ void HistoryDialog::fillRow(int row, const PlayHistory &history)
 {
     QTableWidget *table = m_ui->historyList;
     auto *name = SortTableWidgetItem::forName(history.name.value());
-    name->setIcon(iconOf(FileKind::Video));
+    const QImage picture = m_pictures->thumbnails().picture(history.fileId.value());
+    name->setIcon(picture.isNull() ? iconOf(FileKind::Video) : pictureIcon(picture));
     name->setData(IdRole, history.id.value());
+    name->setData(FileIdRole, history.fileId.value());
     const QDateTime watched = history.updateTime.value();
     const auto perMille = static_cast<qint64>(history.playPercentage.value() * 1000);
     table->setItem(row, NameColumn, name);
@@ -171,6 +206,7 @@ void HistoryDialog::on_btnClearPlayHistory_clicked()
 void HistoryDialog::reloadAndOfferUndo(const QList<PlayHistory> &candidates)
 {
     loadHistory();
+    emit historyChanged();
     const int before = m_removed.size();
     PlayHistory present;
     std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(m_removed),
@@ -191,6 +227,7 @@ void HistoryDialog::onUndoRequested()
             QStringLiteral("%1 条观看记录恢复失败：无法写入数据库").arg(m_removed.size()));
     }
     loadHistory();
+    emit historyChanged();
 }
 
 void HistoryDialog::on_btnClearSkipCutHistory_clicked()
@@ -202,6 +239,7 @@ void HistoryDialog::on_btnClearSkipCutHistory_clicked()
 
 void HistoryDialog::on_btnRefresh_clicked()
 {
+    m_pictures->thumbnails().forgetFailures();
     loadHistory();
 }
 

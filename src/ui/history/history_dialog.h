@@ -10,6 +10,7 @@
 #include "ui/widgets/dialog_page.h"
 
 class FileItem;
+class PicturesInSight;
 class QTableWidgetItem;
 class UserInfo;
 struct PlayRequest;
@@ -34,6 +35,8 @@ public slots:
 
 signals:
     void videoOpenRequested(const PlayRequest &request);
+    // Rows were removed or put back.
+    void historyChanged();
     void skipTimesCleared();
 
 private slots:
@@ -48,6 +51,8 @@ private slots:
 private:
     void setUpTable();
     void setUpShortcuts();
+    void setUpPictures();
+    void showPicture(const QString &fileId);
     void fillRow(int row, const PlayHistory &history);
     [[nodiscard]] QSet<int> selectedIds() const;
     // The records, or the row where they are gone.
@@ -59,6 +64,7 @@ private:
     void open(const PlayHistory &history);
 
     const std::unique_ptr<Ui::HistoryDialog> m_ui;
+    PicturesInSight *m_pictures = nullptr;
     QString m_userId; // whose rows
     DQList<PlayHistory> m_rows;
     QList<PlayHistory> m_removed; // what can be taken back
