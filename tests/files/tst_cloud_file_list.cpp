@@ -538,6 +538,45 @@ private slots:
                                    m_user.userId.value(), "第1集.mkv"}));
     }
 
+    // In words, as a screen reader has them.
+    void showsWhatWasWatched()
+    {
+        make({"第1集.mkv", "第2集.mkv", "第3集.mkv", "说明.txt"});
+        sortByName();
+        watchedTo("第1集.mkv", 100);
+        watchedTo("第3集.mkv", 45);
+        const PlayHistory second = watchedTo("第2集.mkv", 80);
+        DrivePage page(m_user);
+        QTRY_COMPARE(page.count(), "4项");
+        const QSignalSpy edits(page.table(), &QTableWidget::cellChanged);
+        QCOMPARE(spoken(page), "第1集.mkv，视频，已看完 第2集.mkv，视频，看到 80%，上次播放 "
+                               "第3集.mkv，视频，看到 45% 说明.txt，文档");
+        // Played before, but the folder's own word goes first.
+        FolderSetting folder;
+        folder.folderId = QString("root");
+        folder.userId = m_user.userId.value();
+        folder.lastPlayFileId = text(m_drive->server().fileId("第3集.mkv"));
+        saveFolderSetting(folder);
+        page.dialog.showWatched(watchedTo("第3集.mkv", 60));
+        clickHeader(page, FileTable::NameColumn);
+        QCOMPARE(spoken(page), "说明.txt，文档 第3集.mkv，视频，看到 60%，上次播放 "
+                               "第2集.mkv，视频，看到 80% 第1集.mkv，视频，已看完");
+        folder.skipTailPos = 30;
+        saveFolderSetting(folder);
+        page.dialog.showWatched(second);
+        QCOMPARE(spoken(page), "说明.txt，文档 第3集.mkv，视频，看到 60%，上次播放 "
+                               "第2集.mkv，视频，已看完 第1集.mkv，视频，已看完");
+        removePlayHistory(folder.lastPlayFileId.value());
+        page.dialog.reloadWatched();
+        QCOMPARE(spoken(page), "说明.txt，文档 第3集.mkv，视频 第2集.mkv，视频，已看完，上次播放 "
+                               "第1集.mkv，视频，已看完");
+        clearPlayHistory();
+        page.press("btnRefresh");
+        QTRY_COMPARE(spoken(page),
+                     "说明.txt，文档 第3集.mkv，视频 第2集.mkv，视频 第1集.mkv，视频");
+        QVERIFY(edits.isEmpty());
+    }
+
     void tellsTheDiskSpaceOfTheCurrentUser()
     {
         m_drive->server().makeFile("a.txt", std::string(1536, 'x'));
@@ -591,6 +630,25 @@ private:
         }
         make({"找我.zip"});
         sortByName();
+    }
+    // Of a video of 100 seconds.
+    PlayHistory watchedTo(const QString &name, int second)
+    {
+        PlayHistory row;
+        row.fileId = text(m_drive->server().fileId(name.toStdString()));
+        row.userId = m_user.userId.value();
+        row.playPosition = second;
+        row.duration = 100;
+        savePlayHistory(row);
+        return row;
+    }
+    static QString spoken(const DrivePage &page)
+    {
+        QStringList rows;
+        for (int row = 0; row < page.table()->rowCount(); ++row) {
+            rows << page.table()->item(row, 0)->data(Qt::AccessibleTextRole).toString();
+        }
+        return rows.join(' ');
     }
     static void sortByName()
     {

@@ -134,6 +134,10 @@ private slots:
         QTRY_COMPARE(m_player->window()->windowTitle(), "Ep03.mkv");
         QCOMPARE(view->currentIndex().row(), 2);
         QVERIFY(m_player->storedHistory(First).playPosition.value() >= 1);
+        const FileItem third = m_player->item(Third);
+        FolderSetting folder;
+        QTRY_VERIFY((loadFolderSetting(third.parent_file_id, folder),
+                     folder.lastPlayFileId.value() == third.file_id));
         QVERIFY(QApplication::focusWidget() == nullptr ||
                 QApplication::focusWidget() == m_player->mpv());
         view->setCurrentIndex(view->model()->index(1, 0));

@@ -68,6 +68,23 @@ void openRow(FileTable *table, const QString &name)
     emit table->itemDoubleClicked(found().first());
 }
 
+// The rows of a list as if the first had been seen, others begun and the sixth played last.
+void watch(CloudFileDialog *page, const FileTable *table)
+{
+    const int percents[] = {100, 100, 62, 9, 97, 35};
+    int row = 0;
+    for (const int percent : percents) {
+        PlayHistory history;
+        history.userId = page->userId();
+        history.fileId = table->fileIdAt(row);
+        history.name = table->item(row++, FileTable::NameColumn)->text();
+        history.duration = 2700;
+        history.playPosition = 27 * percent;
+        savePlayHistory(history);
+    }
+    page->reloadWatched();
+}
+
 class Gallery final
 {
     Q_DISABLE_COPY_MOVE(Gallery)
@@ -112,7 +129,7 @@ private:
     void shootModal(const QString &name, Action open);
 
     const QString m_folder;
-    DriveFixture m_drive{2};
+    DriveFixture m_drive{2, localdrive::Rules::strict(), true};
 };
 
 void Gallery::fillDrive()
@@ -286,7 +303,10 @@ void Gallery::shootFolders(MainWindow &window)
     child<QToolButton>(page, "btnBack")->click();
     openRow(table, QStringLiteral("示例剧集"));
     QTest::qWait(400);
+    watch(page, table);
+    table->selectRow(3);
     shoot(QStringLiteral("files-folder"));
+    clearPlayHistory();
     window.resize(720, 480);
     shoot(QStringLiteral("files-smallest"));
     window.resize(1000, 680);
@@ -419,7 +439,8 @@ void Gallery::history()
                             QStringLiteral("示例剧集 第02集.mkv")};
     for (int i = 0; i < names.size(); ++i) {
         PlayHistory row;
-        row.fileId = QStringLiteral("file%1").arg(i);
+        const QString path = QStringLiteral("示例剧集/") + names.at(i);
+        row.fileId = text(m_drive.server().fileId(path.toStdString()));
         row.userId = user.userId.value();
         row.name = names.at(i);
         row.duration = 7240;
@@ -428,6 +449,7 @@ void Gallery::history()
         savePlayHistory(row);
     }
     open();
+    QTest::qWait(1500); // for the pictures
     shoot(QStringLiteral("history-rows"));
     child<QTableWidget>(&window, "historyList")->selectRow(1);
     child<QPushButton>(&window, "btnRemovePlayHistory")->click();
@@ -489,6 +511,7 @@ void Gallery::player()
     auto *table = child<FileTable>(page, "fileList");
     openRow(table, QStringLiteral("示例剧集"));
     QTest::qWait(600);
+    watch(page, table);
     openRow(table, QStringLiteral("示例剧集 第02集.mkv"));
     MpvPlayerWindow *player = nullptr;
     for (QWidget *widget : QApplication::topLevelWidgets()) {

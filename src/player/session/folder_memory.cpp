@@ -83,6 +83,15 @@ std::optional<int> FolderMemory::audioTrack() const
     return trackFromText(m_setting.audioTrackId.value());
 }
 
+void FolderMemory::setLastPlayed(const QString &fileId)
+{
+    if (m_folderId.isEmpty()) {
+        return; // the drive has not told where the video lies
+    }
+    m_setting.lastPlayFileId = fileId;
+    save([&fileId](FolderSetting &row) { row.lastPlayFileId = fileId; });
+}
+
 void FolderMemory::setSubtitleTrack(std::optional<int> id)
 {
     if (id == subtitleTrack()) {

@@ -36,6 +36,8 @@ public:
     // The track chosen for the folder, NoTrack when the user switched it off; empty: never chosen.
     [[nodiscard]] std::optional<int> subtitleTrack() const;
     [[nodiscard]] std::optional<int> audioTrack() const;
+    // The video that plays now; it is found again by this in the list of files.
+    void setLastPlayed(const QString &fileId);
     void setSubtitleTrack(std::optional<int> id);
     void setAudioTrack(int id);
 

@@ -129,6 +129,9 @@ void PlayMachine::onLocated(OpenedVideo &video, const FileItem &file)
             video.playback.onSkipTimes(video.folder.skipTimes());
         }
         video.tracks.onFolderChanged();
+        if (&video == m_current.get()) {
+            video.folder.setLastPlayed(file.file_id);
+        }
     }
     emit changed();
 }
@@ -287,6 +290,7 @@ void PlayMachine::onPicture(OpenedVideo &video)
 {
     if (&video == m_candidate.get()) {
         replaceCurrent();
+        video.folder.setLastPlayed(video.file().file_id);
         m_savedPosition = video.resumePosition();
         m_failure.clear();
         m_saves.restart();

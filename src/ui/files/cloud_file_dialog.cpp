@@ -18,6 +18,7 @@
 #include "ui/files/file_browser.h"
 #include "ui/files/file_table.h"
 #include "ui/files/quality_menu.h"
+#include "ui/files/watch_marks.h"
 #include "ui/widgets/shortcuts.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 #include "ui_cloud_file_dialog.h"
@@ -77,6 +78,7 @@ void CloudFileDialog::setUpTable()
 void CloudFileDialog::setUpBrowser()
 {
     m_browser = new FileBrowser(m_user, m_ui->fileList, this);
+    m_watchMarks = new WatchMarks(userId(), m_ui->fileList, m_browser, this);
     connect(m_browser, &FileBrowser::stateChanged, this, &CloudFileDialog::showState);
     connect(m_browser, &FileBrowser::filled, this, &CloudFileDialog::initVideoQualityMenu);
     connect(m_browser, &FileBrowser::countChanged, m_ui->countLabel,
@@ -285,6 +287,16 @@ void CloudFileDialog::openVideo(const FileItem &file)
         request.history.name = file.name;
     }
     emit videoOpenRequested(request);
+}
+
+void CloudFileDialog::showWatched(const PlayHistory &row)
+{
+    m_watchMarks->take(row);
+}
+
+void CloudFileDialog::reloadWatched()
+{
+    m_watchMarks->reload();
 }
 
 void CloudFileDialog::goTo(int index)

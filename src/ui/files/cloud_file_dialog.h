@@ -11,11 +11,13 @@ class FileActions;
 class FileBatches;
 class FileBrowser;
 class FileItem;
+class PlayHistory;
 class QAction;
 class QModelIndex;
 class QTableWidgetItem;
 class QualityMenu;
 class SpaceInfo;
+class WatchMarks;
 class WaitingSpinnerWidget;
 struct BatchFile;
 struct FileBatch;
@@ -47,6 +49,11 @@ public:
 
     // Gives the keyboard to the list.
     void enterList();
+
+    // A row of the watch history was written.
+    void showWatched(const PlayHistory &row);
+    // Rows were removed or put back, or skip times changed.
+    void reloadWatched();
 
     // Shows the settings that another page changed: sort, recycle bin, video quality.
     void applyListSettings();
@@ -115,6 +122,7 @@ private:
     const OpenApiClient m_client;
     FileBrowser *m_browser = nullptr;
     FileActions *m_actions = nullptr;
+    WatchMarks *m_watchMarks = nullptr;
     QualityMenu *m_qualityMenu = nullptr;
     WaitingSpinnerWidget *m_spinner = nullptr;
     QString m_diskSpace;

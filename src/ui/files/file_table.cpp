@@ -1,7 +1,6 @@
 #include "ui/files/file_table.h"
 
 #include <QApplication>
-#include <QDateTime>
 #include <QHeaderView>
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -10,29 +9,11 @@
 
 #include "api/records/file_records.h"
 #include "app/environment/file_list_state.h"
-#include "app/environment/formatting.h"
+#include "ui/files/file_columns.h"
 #include "ui/files/file_row_delegate.h"
 #include "ui/widgets/sort_table_widget_item.h"
 
 namespace {
-
-struct ColumnInfo
-{
-    QString label;
-    int width;
-    QString orderField;
-};
-
-const QVector<ColumnInfo> &columns()
-{
-    static const QVector<ColumnInfo> infos{
-        {QStringLiteral("文件"), 360, QStringLiteral("name")},
-        {QStringLiteral("大小"), 112, QStringLiteral("size")},
-        {QStringLiteral("更新时间"), 180, QStringLiteral("updated_at")},
-        // The drive cannot order by type.
-        {QStringLiteral("类型"), 90, QStringLiteral("updated_at")}};
-    return infos;
-}
 
 constexpr int HeaderHeight = 30;
 
@@ -42,22 +23,6 @@ QString arrowStyle()
                           "image: url(:/image/arrow_down.png); padding-right: 10px; } "
                           "QHeaderView::up-arrow { subcontrol-position: center; "
                           "image: url(:/image/arrow_up.png); padding-right: 10px; }");
-}
-
-QDateTime timeOf(const QString &serverTime)
-{
-    return QDateTime::fromString(serverTime, Qt::ISODateWithMs);
-}
-
-// The icon says to the eye alone what an entry is.
-QString spokenName(const FileItem &file)
-{
-    return file.name + QStringLiteral("，") + typeText(file);
-}
-
-QString textOf(const QDateTime &time)
-{
-    return time.isValid() ? formatDateTime(time.toLocalTime()) : QString();
 }
 
 } // namespace
@@ -72,13 +37,13 @@ FileTable::FileTable(QWidget *parent) : RowTable(parent)
 
 QString FileTable::orderField(int column)
 {
-    return columns().at(qBound(0, column, int(TypeColumn))).orderField;
+    return fileColumns().at(qBound(0, column, int(TypeColumn))).orderField;
 }
 
 void FileTable::setUpHeader()
 {
     QStringList labels;
-    for (const ColumnInfo &column : columns()) {
+    for (const FileColumn &column : fileColumns()) {
         labels << column.label;
     }
     setColumns(labels);
@@ -89,7 +54,7 @@ void FileTable::setUpHeader()
     // Otherwise a right click on it opens the menu of the rows.
     header->setContextMenuPolicy(Qt::PreventContextMenu);
     for (int column = 0; column < ColumnCount; ++column) {
-        header->resizeSection(column, columns().at(column).width);
+        header->resizeSection(column, fileColumns().at(column).width);
     }
     header->setSortIndicator(UpdatedColumn, Qt::DescendingOrder);
     const auto changed = [this] {
@@ -149,48 +114,91 @@ void FileTable::appendFiles(const QList<FileItem> &files)
 void FileTable::fillRows(int firstRow, const QList<FileItem> &files)
 {
     {
+        const QHash<QString, int> watched = watchedOf(files);
         const QSignalBlocker quiet(this);
         setRowCount(firstRow + files.size());
         m_entries.reserve(rowCount());
         int row = firstRow;
         for (const FileItem &file : files) {
-            fillRow(row++, file);
+            fillRow(row++, file, watched.value(file.file_id));
         }
         sortByHeader();
     }
     emit viewChanged();
 }
 
-void FileTable::fillRow(int row, const FileItem &file)
+void FileTable::fillRow(int row, const FileItem &file, int watchedPercent)
 {
     const FileKind kind = kindOf(file);
-    const bool isFolder = kind == FileKind::Folder;
-    auto *name = SortTableWidgetItem::forName(file.name);
-    name->setIcon(iconOf(kind));
-    name->setData(FileIdRole, file.file_id);
-    name->setData(Qt::AccessibleTextRole, spokenName(file));
-    m_entries.insert(file.file_id, {name, kind});
+    const FileCells cells = makeFileCells(file, kind, watchedPercent);
+    const SortTableWidgetItem *name = cells[NameColumn];
+    m_entries.insert(file.file_id, {cells[NameColumn], kind});
     if (passesFilter(*name, kind)) {
         m_passing.insert(name);
     }
-
-    const QDateTime updated = timeOf(file.updated_at);
-    const std::array<SortTableWidgetItem *, ColumnCount> cells{
-        name,
-        SortTableWidgetItem::forValue(isFolder ? QString() : formatSize(file.size),
-                                      file.size.toLongLong()),
-        SortTableWidgetItem::forValue(textOf(updated), updated.toMSecsSinceEpoch()),
-        SortTableWidgetItem::forName(typeText(file))};
     for (int column = 0; column < ColumnCount; ++column) {
-        SortTableWidgetItem *cell = cells.at(column);
-        cell->setData(SortTableWidgetItem::FolderRole, isFolder);
-        cell->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable |
-                       (column == NameColumn ? Qt::ItemIsEditable : Qt::NoItemFlags));
-        if (column == SizeColumn) {
-            cell->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        }
-        setItem(row, column, cell);
+        setItem(row, column, cells.at(column));
     }
+}
+
+QHash<QString, int> FileTable::watchedOf(const QList<FileItem> &files) const
+{
+    QStringList videoIds;
+    for (const FileItem &file : files) {
+        if (kindOf(file) == FileKind::Video) {
+            videoIds.append(file.file_id);
+        }
+    }
+    return m_watchedSource && !files.isEmpty() ? m_watchedSource(videoIds) : QHash<QString, int>();
+}
+
+void FileTable::setWatched(const QString &fileId, int percent)
+{
+    setSign(m_entries.value(fileId).nameCell, WatchedRole, percent);
+}
+
+void FileTable::reloadWatched()
+{
+    QStringList videoIds;
+    for (auto entry = m_entries.cbegin(); entry != m_entries.cend(); ++entry) {
+        if (entry->kind == FileKind::Video) {
+            videoIds.append(entry.key());
+        }
+    }
+    const QHash<QString, int> watched =
+        m_watchedSource ? m_watchedSource(videoIds) : QHash<QString, int>();
+    for (const QString &id : qAsConst(videoIds)) {
+        setWatched(id, watched.value(id));
+    }
+}
+
+void FileTable::setLastPlayed(const QString &fileId)
+{
+    if (m_lastPlayedId != fileId) {
+        setSign(m_entries.value(m_lastPlayedId).nameCell, LastPlayedRole, false);
+    }
+    m_lastPlayedId = fileId;
+    setSign(m_entries.value(fileId).nameCell, LastPlayedRole, true);
+}
+
+// Most cells have none, and a changed one is looked for among all cells.
+void FileTable::setSign(QTableWidgetItem *name, int role, const QVariant &value)
+{
+    if (!name || name->data(role).toInt() == value.toInt()) {
+        return;
+    }
+    const QSignalBlocker quiet(this);
+    name->setData(role, value);
+    speak(cellsAt(name->row()));
+}
+
+FileCells FileTable::cellsAt(int row) const
+{
+    FileCells cells{};
+    for (int column = 0; column < ColumnCount; ++column) {
+        cells.at(column) = static_cast<SortTableWidgetItem *>(item(row, column));
+    }
+    return cells;
 }
 
 void FileTable::removeFile(const QString &fileId)
@@ -218,16 +226,8 @@ void FileTable::updateFile(const FileItem &file)
     }
     const QSignalBlocker quiet(this);
     const FileKind kind = kindOf(file);
-    Entry &entry = m_entries[file.file_id];
-    entry.kind = kind;
-    entry.nameCell->setText(file.name);
-    entry.nameCell->setData(Qt::AccessibleTextRole, spokenName(file));
-    entry.nameCell->setIcon(iconOf(kind));
-    item(row, TypeColumn)->setText(typeText(file));
-    const QDateTime updated = timeOf(file.updated_at);
-    item(row, UpdatedColumn)->setText(textOf(updated));
-    item(row, UpdatedColumn)
-        ->setData(SortTableWidgetItem::SortValueRole, updated.toMSecsSinceEpoch());
+    m_entries[file.file_id].kind = kind;
+    showRecord(cellsAt(row), file, kind);
 }
 
 void FileTable::setFilter(const QString &text, std::optional<FileKind> kind)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include <QElapsedTimer>
@@ -7,8 +8,10 @@
 #include <QList>
 #include <QSet>
 
+#include "ui/files/file_cells.h"
 #include "ui/files/file_kinds.h"
 #include "ui/widgets/row_table.h"
+#include "ui/widgets/watch_signs.h"
 
 class FileListState;
 
@@ -19,10 +22,16 @@ class FileTable final : public RowTable
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FileTable)
+    // For the skin.
+    Q_PROPERTY(QColor signColour MEMBER m_signColour)
+    Q_PROPERTY(QColor onSignColour MEMBER m_onSignColour)
 
 public:
     enum Column { NameColumn, SizeColumn, UpdatedColumn, TypeColumn, ColumnCount };
-    static constexpr int FileIdRole = 101; // of the cells in NameColumn
+    // Of the cells in NameColumn.
+    static constexpr int FileIdRole = 101;
+    static constexpr int WatchedRole = Qt::UserRole + 2;    // int, see watchedPercent()
+    static constexpr int LastPlayedRole = Qt::UserRole + 3; // bool
 
     // What the folder holds besides the rows.
     enum class Rest {
@@ -48,6 +57,17 @@ public:
     void removeFile(const QString &fileId);
     // The row shows the record from now on, name, icon, type and time; it stays where it is.
     void updateFile(const FileItem &file);
+
+    // How far the user has come in the videos of these ids; those that were not begun may be left
+    // out. Asked once for all rows that are filled in together.
+    using WatchedSource = std::function<QHash<QString, int>(const QStringList &videoIds)>;
+    void setWatchedSource(const WatchedSource &source) { m_watchedSource = source; }
+    // One video, or all rows anew.
+    void setWatched(const QString &fileId, int percent);
+    void reloadWatched();
+    // Marks this entry, and no other one any more.
+    void setLastPlayed(const QString &fileId);
+    [[nodiscard]] SignColours signColours() const { return {m_signColour, m_onSignColour}; }
 
     // Shows the entries whose name contains the text, letter case aside, and that are of the kind.
     void setFilter(const QString &text, std::optional<FileKind> kind);
@@ -111,7 +131,10 @@ private:
     };
 
     void setUpHeader();
-    void fillRow(int row, const FileItem &file);
+    void fillRow(int row, const FileItem &file, int watchedPercent);
+    [[nodiscard]] QHash<QString, int> watchedOf(const QList<FileItem> &files) const;
+    [[nodiscard]] FileCells cellsAt(int row) const;
+    void setSign(QTableWidgetItem *name, int role, const QVariant &value);
     void fillRows(int firstRow, const QList<FileItem> &files);
     // Whether it is known which names pass.
     enum class Names { Known, LookedAt };
@@ -125,6 +148,10 @@ private:
     QHash<QString, Entry> m_entries; // by file id
     // The name cells that pass the filter, so that a sort need not look at 10,000 names again.
     QSet<const QTableWidgetItem *> m_passing;
+    WatchedSource m_watchedSource;
+    QString m_lastPlayedId;
+    QColor m_signColour = Qt::darkGreen;
+    QColor m_onSignColour = Qt::white;
     QString m_filterText;
     std::optional<FileKind> m_filterKind;
     QString m_typed; // of late, in one go

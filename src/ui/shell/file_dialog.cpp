@@ -264,6 +264,20 @@ void FileDialog::updateVideoQuality()
     }
 }
 
+void FileDialog::showWatched(const PlayHistory &row)
+{
+    for (CloudFileDialog *page : pages()) {
+        page->showWatched(row);
+    }
+}
+
+void FileDialog::reloadWatched()
+{
+    for (CloudFileDialog *page : pages()) {
+        page->reloadWatched();
+    }
+}
+
 void FileDialog::focusList()
 {
     if (CloudFileDialog *page = pageAt(m_ui->userTab->currentIndex())) {

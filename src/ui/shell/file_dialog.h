@@ -9,6 +9,7 @@
 
 class CloudFileDialog;
 class FileBatches;
+class PlayHistory;
 class TransDialog;
 struct PlayRequest;
 
@@ -39,6 +40,10 @@ public:
 public slots:
     // The player changed the stored quality.
     void updateVideoQuality();
+    // A row of the watch history was written.
+    void showWatched(const PlayHistory &row);
+    // Rows of it were removed or put back, or skip times changed.
+    void reloadWatched();
 
 signals:
     void userSwitched(const QString &nickname, const QString &spaceInfo);

@@ -147,6 +147,10 @@ void MainWindow::connectPlayer()
     connect(m_historyPage, &HistoryDialog::skipTimesCleared, m_player,
             &PlayerHost::reloadSkipTimes);
     connect(m_player, &PlayerHost::historyUpdated, m_historyPage, &HistoryDialog::loadHistory);
+    connect(m_player, &PlayerHost::historyUpdated, m_filePage, &FileDialog::showWatched);
+    connect(m_historyPage, &HistoryDialog::historyChanged, m_filePage, &FileDialog::reloadWatched);
+    connect(m_historyPage, &HistoryDialog::skipTimesCleared, m_filePage,
+            &FileDialog::reloadWatched);
     connect(m_player, &PlayerHost::videoQualityChanged, m_filePage,
             &FileDialog::updateVideoQuality);
 }
