@@ -368,6 +368,11 @@ private slots:
                                  press > 0);
             QTRY_COMPARE(page.table()->rowCount(), 2);
         }
+        // As X11 tells of it: let go and pressed again in the same moment.
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_Delete, Qt::NoModifier);
+        release.setTimestamp(7);
+        QApplication::sendEvent(page.table(), &release);
+        qt_sendShortcutOverrideEvent(page.table(), 7, Qt::Key_Delete, Qt::NoModifier);
         settle(*m_drive);
         QCOMPARE(inDrive().count(' '), 1);
     }
