@@ -389,6 +389,10 @@ void QRLoginDlg::stall()
 void QRLoginDlg::stallWithTip(const QString &text)
 {
     setTip(text);
+    // The next poll of the earlier code, which still works, takes the words away.
+    if (isPolling()) {
+        Toast::showTip(text);
+    }
     stall();
 }
 

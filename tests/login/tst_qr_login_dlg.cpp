@@ -367,6 +367,7 @@ private slots:
         server().addFault(FaultOn(QrPath).status(500));
         refresh();
         QTRY_COMPARE(asked(QrPath), 3);
+        QTRY_COMPARE(toasts(), QStringList{"获取登录二维码请求失败"}); // its poll changes the tip
         const int polled = polls(0);
         QTRY_VERIFY(polls(0) > polled + 5);
         QVERIFY(!child<QPushButton>("btnRefreshQrcode")->isDefault());
