@@ -14,14 +14,18 @@ void bringForward(QWidget &window)
 
 } // namespace
 
-void bringProgramForward()
+bool bringProgramForward()
 {
+    bool isShown = false;
     for (QWidget *window : QApplication::topLevelWidgets()) {
         if (qobject_cast<QMainWindow *>(window) && window->isVisible()) {
             bringForward(*window);
+            isShown = true;
         }
     }
     if (QWidget *question = QApplication::activeModalWidget()) {
         bringForward(*question);
+        isShown = true;
     }
+    return isShown;
 }

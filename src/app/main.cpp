@@ -105,7 +105,7 @@ int main(int argc, char *argv[])
     if (!arguments.isNewInstance && instance.claim() == SingleInstance::Role::Second) {
         return 0;
     }
-    QObject::connect(&instance, &SingleInstance::raiseRequested, &bringProgramForward);
+    instance.setBringForward(&bringProgramForward);
     prepareApplication();
     loadStyleSheet();
     AppSettings settings;

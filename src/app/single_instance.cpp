@@ -147,9 +147,13 @@ void SingleInstance::onConnection()
 
 void SingleInstance::onLine(QLocalSocket *caller)
 {
-    if (caller->canReadLine() && caller->readLine() == RaiseRequest) {
+    if (caller->canReadLine() && caller->readLine() == RaiseRequest && m_bringForward()) {
         caller->write(Answer);
         caller->flush();
-        emit raiseRequested();
     }
+}
+
+void SingleInstance::setBringForward(const std::function<bool()> &bringForward)
+{
+    m_bringForward = bringForward;
 }

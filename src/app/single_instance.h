@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QFile>
 #include <QLocalServer>
 #include <QObject>
@@ -27,9 +29,9 @@ public:
     // Waits up to 3 s for the first one's answer.
     [[nodiscard]] Role claim();
 
-signals:
-    // Another process was started, and has left it to this one.
-    void raiseRequested();
+    // `bringForward` is called when another process was started: it may leave it to this one only
+    // when something came forward. A program that is about to end has nothing to show.
+    void setBringForward(const std::function<bool()> &bringForward);
 
 private:
     enum class Lock { Taken, OfAnother, Impossible };
@@ -44,4 +46,5 @@ private:
     const QString m_folder; // empty: there is none
     QFile m_lock;
     QLocalServer m_server;
+    std::function<bool()> m_bringForward = [] { return false; };
 };
