@@ -70,11 +70,11 @@ std::int64_t Call::number(const char *key, std::int64_t fallback) const
     return member->get<std::int64_t>();
 }
 
-bool Call::flag(const char *key) const
+bool Call::flag(const char *key, bool fallback) const
 {
     const auto member = body.find(key);
     if (member == body.end() || member->is_null()) {
-        return false;
+        return fallback;
     }
     // Some callers send truth as text.
     return *member == true || *member == "true";

@@ -32,7 +32,7 @@ struct Call
     // A member of the body: the fallback when it is absent or null; 400 when of another type.
     [[nodiscard]] std::string text(const char *key, const std::string &fallback = {}) const;
     [[nodiscard]] std::int64_t number(const char *key, std::int64_t fallback = 0) const;
-    [[nodiscard]] bool flag(const char *key) const;
+    [[nodiscard]] bool flag(const char *key, bool fallback = false) const;
 };
 
 } // namespace localdrive

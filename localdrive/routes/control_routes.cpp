@@ -4,31 +4,54 @@
 namespace localdrive {
 namespace {
 
-struct BreakName
+template <typename T>
+struct Named
 {
-    Break kind;
     const char *name;
+    T value;
 };
 
-constexpr BreakName BreakNames[] = {
-    {Break::None, "none"},
-    {Break::CloseBeforeReply, "close-before-reply"},
-    {Break::CloseInsideBody, "close-inside-body"},
-    {Break::BrokenJson, "broken-json"},
-    {Break::NoContentLength, "no-content-length"},
-    {Break::Trickle, "trickle"},
-    {Break::Freeze, "freeze"},
-    {Break::FreezeInsideBody, "freeze-inside-body"},
+constexpr Named<Break> Breaks[] = {
+    {"none", Break::None},
+    {"close-before-reply", Break::CloseBeforeReply},
+    {"close-inside-body", Break::CloseInsideBody},
+    {"broken-json", Break::BrokenJson},
+    {"no-content-length", Break::NoContentLength},
+    {"trickle", Break::Trickle},
+    {"freeze", Break::Freeze},
+    {"freeze-inside-body", Break::FreezeInsideBody},
 };
 
-Break breakOf(const std::string &name)
+constexpr Named<PlayAnswer> PlayAnswers[] = {
+    {"everything", PlayAnswer::Everything},
+    {"no-high-addresses", PlayAnswer::NoHighAddresses},
+    {"exceed-capacity", PlayAnswer::ExceedCapacity},
+    {"wait-and-retry", PlayAnswer::WaitAndRetry},
+    {"no-preview", PlayAnswer::NoPreview},
+};
+
+constexpr Named<int Rules::*> NumberRules[] = {
+    {"pageCap", &Rules::pageCap},
+    {"listsPerSecond", &Rules::listsPerSecond},
+    {"downloadAddressesPerSecond", &Rules::downloadAddressesPerSecond},
+    {"otherCallsPerSecond", &Rules::otherCallsPerSecond},
+    {"downloadConnections", &Rules::downloadConnections},
+};
+
+constexpr Named<bool Rules::*> FlagRules[] = {
+    {"documentedDriveInfo", &Rules::documentedDriveInfo},
+    {"expiredCodeIsError", &Rules::expiredCodeIsError},
+};
+
+template <typename T, std::size_t Size>
+T valueOf(const Named<T> (&table)[Size], const std::string &name)
 {
-    for (const BreakName &entry : BreakNames) {
-        if (name == entry.name) {
-            return entry.kind;
+    for (const Named<T> &row : table) {
+        if (name == row.name) {
+            return row.value;
         }
     }
-    throw ApiError(400, "InvalidParameter.Wire", "Unknown kind of break: " + name);
+    throw ApiError(400, "InvalidParameter", "Unknown: " + name);
 }
 
 nlohmann::json grouped(const std::multimap<std::string, std::string> &entries)
@@ -96,7 +119,7 @@ public:
         if (call.body.contains("body")) {
             fault.body = call.text("body");
         }
-        fault.wire = breakOf(call.text("wire", "none"));
+        fault.wire = valueOf(Breaks, call.text("wire", "none"));
         fault.bodyBytes = call.number("bodyBytes", fault.bodyBytes);
         fault.bytesPerSecond = call.number("bytesPerSecond", fault.bytesPerSecond);
         try {
@@ -113,19 +136,35 @@ public:
         call.reply(nlohmann::json::object());
     }
 
-    // {"advance": ms, "tokenLifetime": ms, "urlLifetime": ms}, each of them optional.
+    // {"advance": ms, "tokenLifetime": ms}, each of them optional.
     void setTimes(Call &call) const
     {
         m_platform.clock.advance(Milliseconds(call.number("advance")));
         if (call.body.contains("tokenLifetime")) {
             m_platform.tokens.setLifetime(Milliseconds(call.number("tokenLifetime")));
         }
-        if (call.body.contains("urlLifetime")) {
-            Rules rules = m_platform.rules();
-            rules.urlLifetime = Milliseconds(call.number("urlLifetime"));
-            m_platform.setRules(rules);
-        }
         call.reply({{"now", m_platform.clock.now()}});
+    }
+
+    // The members of Rules that shall change; "strict" first sets all as the platform has them.
+    void setRules(Call &call) const
+    {
+        Rules rules = m_platform.rules();
+        if (call.body.contains("strict")) {
+            rules = call.flag("strict") ? Rules::strict() : Rules();
+        }
+        for (const auto &rule : NumberRules) {
+            rules.*rule.value = static_cast<int>(call.number(rule.name, rules.*rule.value));
+        }
+        for (const auto &rule : FlagRules) {
+            rules.*rule.value = call.flag(rule.name, rules.*rule.value);
+        }
+        rules.urlLifetime = Milliseconds(call.number("urlLifetime", rules.urlLifetime.count()));
+        if (call.body.contains("playAnswer")) {
+            rules.playAnswer = valueOf(PlayAnswers, call.text("playAnswer"));
+        }
+        m_platform.setRules(rules);
+        call.reply(nlohmann::json::object());
     }
 
     void listLogins(Call &call) const
@@ -221,6 +260,7 @@ constexpr ControlRoute ControlRoutes[] = {
     {"POST", "/control/faults", &SteeringOperations::addFault},
     {"POST", "/control/faults/clear", &SteeringOperations::clearFaults},
     {"POST", "/control/times", &SteeringOperations::setTimes},
+    {"POST", "/control/rules", &SteeringOperations::setRules},
     {"GET", "/control/logins", &SteeringOperations::listLogins},
     {"POST", "/control/logins/([0-9a-f]+)/(scan|confirm|cancel|expire)",
      &SteeringOperations::press},

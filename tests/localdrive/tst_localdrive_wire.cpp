@@ -214,7 +214,12 @@ private slots:
         };
         row("a fault", "faults", R"({"path":"openFile/list","status":503})", "200", 503);
         row("an expression", "faults", R"({"path":"^x"})", "400 InvalidParameter.Path");
-        row("an unknown break", "faults", R"({"wire":"melt"})", "400 InvalidParameter.Wire");
+        row("an unknown break", "faults", R"({"wire":"melt"})", "400 InvalidParameter");
+        row("an unknown answer", "rules", R"({"playAnswer":"melt"})", "400 InvalidParameter");
+        row("rules", "rules",
+            R"({"strict":true,"pageCap":7,"urlLifetime":9,"expiredCodeIsError":false,
+                "playAnswer":"no-preview"})",
+            "200");
         row("the clock", "times", R"({"advance":7200000})", "200", 401);
         row("lost tokens", "accounts/0/revoke", "{}", "200", 401);
         row("nobody's tokens", "accounts/7/login", "{}", "404 NotFound.Account");
@@ -233,6 +238,12 @@ private slots:
         const JsonReply answer{reply->status, nlohmann::json::parse(reply->body)};
         QTEST(answer.verdict(), "verdict");
         QTEST(m_client->list().status, "listing");
+        const localdrive::Rules rules = m_server->rules();
+        const bool isRuled = path == "rules" && reply->status == 200;
+        QCOMPARE(rules.pageCap + rules.urlLifetime.count() + rules.listsPerSecond,
+                 isRuled ? 7 + 9 + 4 : 0);
+        QCOMPARE(rules.playAnswer == localdrive::PlayAnswer::NoPreview, isRuled);
+        QCOMPARE(rules.documentedDriveInfo && !rules.expiredCodeIsError, isRuled);
         const auto log = m_client->http().Get("/control/requests", headers);
         QCOMPARE(nlohmann::json::parse(log->body)["requests"].size(),
                  std::size_t{1}); // the listing
