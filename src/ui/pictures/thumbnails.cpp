@@ -15,8 +15,8 @@
 namespace {
 
 constexpr int AtOnce = 4;
-constexpr qint64 LongestFile = 512 * 1024; // bytes; one of this size has some 10 KB
-constexpr int MostBytes = 4 * 1024 * 1024; // of all pictures that are kept, decoded
+constexpr qint64 LongestFile = 512LL * 1024; // bytes; a thumbnail has some 10 KB
+constexpr int MostBytes = 4 * 1024 * 1024;   // of all pictures that are kept, decoded
 
 // Object stores write into an address when it expires: seconds since 1970.
 bool hasExpired(const QString &address)
