@@ -190,8 +190,9 @@ private slots:
         }
         QTRY_VERIFY_WITH_TIMEOUT(m_player->mpv()->isPaused(), 15000);
         QVERIFY(!card->isVisible());
-        QCOMPARE(m_player->mpv()->position(), end - 1);
-        QTRY_COMPARE(m_player->storedHistory(First).playPosition.value(), end - 1);
+        const int place = m_player->mpv()->position();
+        QVERIFY2(place >= end - 1 && place <= end + 3, qPrintable(QString::number(place)));
+        QTRY_COMPARE(m_player->storedHistory(First).playPosition.value(), place);
         QCOMPARE(m_player->window()->windowTitle(), "1.mkv");
         QCOMPARE(entry("播完本集后暂停").isChecked, false);
         // The wish is fulfilled.

@@ -73,7 +73,9 @@ void EpisodeEnd::pauseInTime()
     const int boundary = boundaryOf(video);
     if (boundary > 0 && video.playback.position() >= boundary - qCeil(speed())) {
         video.pausesAtEnd = false;
+        video.isNextDismissed = true; // what comes next comes when the user goes on
         m_mpv.pause();
+        update();
     }
 }
 

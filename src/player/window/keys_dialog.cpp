@@ -22,7 +22,7 @@ constexpr int ColumnGap = 48;
 
 void addLine(QGridLayout &column, const PlayerKeys::Line &line)
 {
-    int row = column.rowCount();
+    int row = column.count() == 0 ? 0 : column.rowCount();
     if (line.beginsGroup && column.count() > 0) {
         column.setRowMinimumHeight(row++, GroupGap - LineGap);
     }
