@@ -3,30 +3,11 @@
 #include <string>
 
 #include <httplib.h>
-#include <nlohmann/json.hpp>
 
 #include <QTcpSocket>
-#include <QtTest>
 
 #include "backend/server.h"
-
-Q_DECLARE_METATYPE(std::string)
-
-namespace QTest {
-
-template <>
-inline char *toString(const std::string &text)
-{
-    return qstrdup(text.c_str());
-}
-
-template <>
-inline char *toString(const nlohmann::json &json)
-{
-    return qstrdup(json.dump().c_str());
-}
-
-} // namespace QTest
+#include "support/std_values.h"
 
 constexpr char QrCodePath[] = "/app/oauth/authorize/qrcode";
 constexpr char TokenPath[] = "/app/oauth/accessToken";

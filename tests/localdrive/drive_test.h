@@ -6,27 +6,11 @@
 #include <vector>
 
 #include <httplib.h>
-#include <nlohmann/json.hpp>
-
-#include <QtTest>
 
 #include "localdrive/server.h"
-
-Q_DECLARE_METATYPE(std::string)
+#include "support/std_values.h"
 
 namespace QTest {
-
-template <>
-inline char *toString(const std::string &text)
-{
-    return qstrdup(text.c_str());
-}
-
-template <>
-inline char *toString(const nlohmann::json &json)
-{
-    return qstrdup(json.dump().c_str());
-}
 
 template <>
 inline char *toString(const std::vector<std::string> &list)

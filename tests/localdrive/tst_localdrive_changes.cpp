@@ -95,6 +95,9 @@ private slots:
             R"({"file_id":"<show/Ep01.mkv>","to_parent_file_id":"<show>","auto_rename":"true"})",
             "200", "films/ show/ show/Ep01(1).mkv=one show/Ep01.mkv=one show/Ep02.mkv=two",
             R"({"drive_id":"90000001","file_id":"<show/Ep01(1).mkv>","async_task_id":""})");
+        row("unless it is not asked to", "copy",
+            R"({"file_id":"<show/Ep01.mkv>","to_parent_file_id":"<show>","auto_rename":false})",
+            "409 AlreadyExist.File", Untouched);
         row("the bin keeps what is trashed", "recyclebin/trash", R"({"file_id":"<show/Ep01.mkv>"})",
             "200",
             ".localdrive-trash/ .localdrive-trash/*/ .localdrive-trash/*/Ep01.mkv=one films/ show/ "

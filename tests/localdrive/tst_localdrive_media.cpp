@@ -146,6 +146,21 @@ private slots:
         QCOMPARE(playInfo(name).verdict(), std::string("404 NotFound.VideoPreviewInfo"));
         QVERIFY(!m_server->prepareMedia(name));
     }
+    void thumbnailsLastFourHours()
+    {
+        const std::string url = m_client->list().body["items"][0]["thumbnail"];
+        QCOMPARE(m_client->get(url)->get_header_value("Content-Type"), std::string("image/jpeg"));
+        m_server->advanceClock(std::chrono::hours(4) - seconds(1));
+        QCOMPARE(m_client->get(url)->status, 200);
+        m_server->advanceClock(seconds(1));
+        QCOMPARE(m_client->get(url)->status, 403);
+    }
+    void subtitlesTellTheTime()
+    {
+        const std::string text = localdrive::subtitleText("片", 5941);
+        QCOMPARE(text.substr(text.rfind("\n\n", text.size() - 3) + 2),
+                 std::string("1981\n01:39:00,000 --> 01:39:03,000\n片 01:39:00\n\n"));
+    }
     void stopsInTheMiddle()
     {
         playInfo(TwoSeconds); // begins to transcode

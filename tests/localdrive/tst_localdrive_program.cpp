@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include <httplib.h>
 
 #include <QtTest>
@@ -33,8 +35,15 @@ private slots:
         environment.insert(QStringLiteral("HOME"), m_folder->path());
         m_program.setProcessEnvironment(environment);
     }
+    void servesAFolderUntilItIsEnded_data()
+    {
+        QTest::addColumn<int>("end");
+        QTest::newRow("from its terminal") << SIGINT;
+        QTest::newRow("by another program") << SIGTERM;
+    }
     void servesAFolderUntilItIsEnded()
     {
+        QFETCH(int, end);
         const QString portFile = m_folder->filePath(QStringLiteral("port"));
         m_program.start(m_path,
                         {QStringLiteral("--drive"), m_folder->path(), QStringLiteral("--port-file"),
@@ -58,7 +67,7 @@ private slots:
         QCOMPARE(second.exitCode(), 1);
         QVERIFY(second.readAllStandardError().contains("is taken"));
 
-        m_program.terminate();
+        QCOMPARE(::kill(pid_t(m_program.processId()), end), 0);
         QVERIFY(m_program.waitForFinished(5000));
         QCOMPARE(m_program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(m_program.exitCode(), 0);

@@ -206,13 +206,23 @@ private slots:
         QTest::addColumn<std::string>("path");
         QTest::addColumn<std::string>("body");
         QTest::addColumn<std::string>("verdict");
-        QTest::addColumn<int>("listing"); // The status of one afterwards.
+        QTest::addColumn<std::string>("listing"); // The verdict on one afterwards.
         using T = std::string;
         const auto row = [](const char *name, const char *path, const char *body,
-                            const char *verdict, int listing = 200) {
-            QTest::newRow(name) << T(path) << T(body) << T(verdict) << listing;
+                            const char *verdict, const char *listing = "200") {
+            QTest::newRow(name) << T(path) << T(body) << T(verdict) << T(listing);
         };
-        row("a fault", "faults", R"({"path":"openFile/list","status":503})", "200", 503);
+        const auto fault = [](const char *name, const char *members, const char *listing) {
+            QTest::newRow(name) << T("faults") << "{\"path\":\"openFile/list\"," + T(members) + '}'
+                                << T("200") << T(listing);
+        };
+        fault("a fault", R"("status":503,"code":"Busy")", "503 Busy");
+        fault("a fault of its method", R"("status":503,"method":"GET")", "200");
+        fault("a fault that comes later", R"("status":503,"skip":1)", "200");
+        fault("a fault that never comes", R"("status":503,"count":0)", "200");
+        fault("a body", R"("status":404,"body":"{}")", "404 ");
+        fault("a delay", R"("delay":300)", "200");
+        fault("a break", R"("wire":"close-before-reply")", "0");
         row("an expression", "faults", R"({"path":"^x"})", "400 InvalidParameter.Path");
         row("an unknown break", "faults", R"({"wire":"melt"})", "400 InvalidParameter");
         row("an unknown answer", "rules", R"({"playAnswer":"melt"})", "400 InvalidParameter");
@@ -220,8 +230,8 @@ private slots:
             R"({"strict":true,"pageCap":7,"urlLifetime":9,"expiredCodeIsError":false,
                 "playAnswer":"no-preview"})",
             "200");
-        row("the clock", "times", R"({"advance":7200000})", "200", 401);
-        row("lost tokens", "accounts/0/revoke", "{}", "200", 401);
+        row("the clock", "times", R"({"advance":7200000})", "200", "401 AccessTokenExpired");
+        row("lost tokens", "accounts/0/revoke", "{}", "200", "401 AccessTokenInvalid");
         row("nobody's tokens", "accounts/7/login", "{}", "404 NotFound.Account");
         row("nothing makes a drive writable", "accounts/0", R"({"writable":true})",
             "400 InvalidParameter");
@@ -237,7 +247,10 @@ private slots:
                                                  body.empty() ? "{\"status\":503}" : body, type);
         const JsonReply answer{reply->status, nlohmann::json::parse(reply->body)};
         QTEST(answer.verdict(), "verdict");
-        QTEST(m_client->list().status, "listing");
+        QElapsedTimer timer;
+        timer.start();
+        QTEST(m_client->list().verdict(), "listing");
+        QVERIFY(body.find("delay") == std::string::npos || timer.elapsed() >= 300);
         const localdrive::Rules rules = m_server->rules();
         const bool isRuled = path == "rules" && reply->status == 200;
         QCOMPARE(rules.pageCap + rules.urlLifetime.count() + rules.listsPerSecond,
@@ -251,17 +264,54 @@ private slots:
                  std::string("401 ControlSecretInvalid"));
     }
 
+    void showsWhatItSteers()
+    {
+        start({}, 2);
+        const httplib::Headers headers = {{"Authorization", "Bearer " + m_server->controlSecret()}};
+        const auto shown = [&](const std::string &path) {
+            return nlohmann::json::parse(m_client->http().Get("/control/" + path, headers)->body);
+        };
+        const auto steer = [&](const std::string &path, const char *body) {
+            return m_client->http()
+                .Post("/control/" + path, headers, body, "application/json")
+                ->status;
+        };
+        for (const auto &[action, result] :
+             {std::pair("cancel", "CANCELED"), std::pair("confirm", "LoginSuccess"),
+              std::pair("expire", "QRCodeExpired")}) {
+            const std::string sid = newCode();
+            const std::string login = "logins/" + sid + '/';
+            for (const auto &[step, status] :
+                 {std::pair("scan", "ScanSuccess"), std::pair(action, result)}) {
+                QCOMPARE(steer(login + step, R"({"account":1})"), 200);
+                QCOMPARE(shown("logins")["logins"].back(),
+                         (nlohmann::json{{"sid", sid}, {"status", status}}));
+            }
+            QCOMPARE(steer(login + action, R"({"account":1})"), 409);
+        }
+        QCOMPARE(steer("accounts/1", R"({"status":"disabled"})"), 200);
+        QCOMPARE(steer("accounts/1", R"({"status":"enabled","writable":true})"), 400);
+        const nlohmann::json accounts = shown("accounts")["accounts"];
+        QCOMPARE(accounts.size(), std::size_t{2});
+        QCOMPARE(accounts[0]["status"], nlohmann::json("enabled"));
+        QCOMPARE(accounts[1]["status"], nlohmann::json("disabled"));
+        QCOMPARE(accounts[1]["userId"], nlohmann::json(m_server->userId(1)));
+        const std::int64_t last = shown("requests")["requests"].back()["number"];
+        QCOMPARE(m_client->list().status, 200);
+        const nlohmann::json later = shown("requests?after=" + std::to_string(last))["requests"];
+        QCOMPARE(later.size(), std::size_t{1});
+        QCOMPARE(later[0]["path"], nlohmann::json("/adrive/v1.0/openFile/list"));
+        QCOMPARE(steer("requests/clear", "{}"), 200);
+        QVERIFY(shown("requests")["requests"].empty());
+    }
+
     void servesItsOwner()
     {
         localdrive::Options options;
         options.ownerOnly = true;
         start(options);
         QCOMPARE(m_client->list().status, 200);
-        const char *body = R"({"client_id":"moravu-local","client_secret":"moravu-local-secret",
-                               "scopes":["user:base"]})";
-        const JsonReply code =
-            m_client->post("/oauth/authorize/qrcode", nlohmann::json::parse(body));
-        const std::string confirm = "/scan/" + code.text("sid") + "/confirm";
+        const std::string confirm = "/scan/" + newCode() + "/confirm";
         httplib::Params form = {{"account", "0"}};
         QCOMPARE(m_client->http().Post(confirm, form)->status, 403);
         form.emplace("secret", m_server->controlSecret());
@@ -288,6 +338,15 @@ private slots:
         options.port = port;
         localdrive::Server second(options);
         QVERIFY(!second.start()); // taken
+    }
+
+private:
+    // The sid of one.
+    std::string newCode()
+    {
+        const char *body = R"({"client_id":"moravu-local","client_secret":"moravu-local-secret",
+                               "scopes":["user:base"]})";
+        return m_client->post("/oauth/authorize/qrcode", nlohmann::json::parse(body)).text("sid");
     }
 };
 
