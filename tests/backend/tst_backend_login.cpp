@@ -1,3 +1,8 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "backend/reports/rotating_log.h"
+#include "backend/wire/unique_fd.h"
 #include "backend_test.h"
 #include "localdrive/server.h"
 
@@ -33,6 +38,7 @@ private slots:
     void logsInWithoutASecret();
     void keepsReportsWithoutTheirTokens();
     void losesNoReportWhenTheLogCannotBeRotated();
+    void keepsNothingInWhatIsNoFile();
     void refusesReports_data();
     void refusesReports();
     void startsOnlyWhenItIsSafe_data();
@@ -175,6 +181,16 @@ void TestLogin::losesNoReportWhenTheLogCannotBeRotated()
     QCOMPARE(file.permissions() & QFile::Permissions(0x77), QFile::Permissions());
 }
 
+void TestLogin::keepsNothingInWhatIsNoFile()
+{
+    const QTemporaryDir folder;
+    const QByteArray pipe = folder.filePath(QStringLiteral("pipe")).toLocal8Bit();
+    QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+    const backend::UniqueFd reader(::open(pipe.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    backend::RotatingLog log(pipe.toStdString(), 1000, 2);
+    QVERIFY(!log.append("line"));
+}
+
 void TestLogin::refusesReports_data()
 {
     QTest::addColumn<std::string>("body");
@@ -218,10 +234,9 @@ void TestLogin::startsOnlyWhenItIsSafe_data()
     QTest::addColumn<QByteArray>("key");
     QTest::addColumn<QString>("options");
     QTest::addColumn<QByteArray>("says");
-    const auto row = [](const char *name, const char *content, const char *key, const char *options,
-                        const char *says) {
-        QTest::newRow(name) << QByteArray(content) << QByteArray(key) << QString(options)
-                            << QByteArray(says);
+    const auto row = [](const char *name, const QByteArray &content, const char *key,
+                        const char *options, const char *says) {
+        QTest::newRow(name) << content << QByteArray(key) << QString(options) << QByteArray(says);
     };
     const char *const whole = "# ours\nclient_id = i\nclient_secret=hush-hush\n";
     const char *const id = "client_id = i\n";
@@ -229,6 +244,9 @@ void TestLogin::startsOnlyWhenItIsSafe_data()
     row("a file for its owner's eyes", whole, "", "", "listening on http");
     row("one that others can read", "!client_id = i\nclient_secret=hush-hush\n", "", "",
         "others can reach it");
+    const QByteArray tooLarge = whole + QByteArray(65536, '\n');
+    row("one that is no longer than it may be", tooLarge.left(65536), "", "", "listening on http");
+    row("a larger one", tooLarge, "", "", "is too large");
     row("no file", "", "", "", "No such file");
     row("no id", "client_secret = hush-hush\n", "", "", "client_id is missing");
     row("a secret without its key", "client_id = i\nhush-hush\n", "", "", "neither client_id nor");
@@ -236,7 +254,6 @@ void TestLogin::startsOnlyWhenItIsSafe_data()
     row("a key", id, long32, "", "listening on http");
     row("the secret to another machine in the clear", whole, "", "--platform http://10.1.2.3",
         "by https:// only");
-    row("a path in the address", whole, "", "--platform https://a/b", "no address of the form");
     row("tokens to the network in the clear", whole, "", "--host 0.0.0.0", "with TLS, or behind");
     row("the same behind a proxy", whole, "", "--host 0.0.0.0 --proxy 10.0.0.0/8", "listening on");
     row("a network that is none", whole, "", "--proxy 10.0.0.0/33", "is no address of a proxy");

@@ -1,3 +1,5 @@
+#include "backend/platform/platform_address.h"
+#include "backend/wire/configuration_error.h"
 #include "backend_test.h"
 #include "scripted_platform.h"
 
@@ -25,6 +27,8 @@ private slots:
     void tellsWhatCameOfACall();
     void verifiesThePlatform_data();
     void verifiesThePlatform();
+    void readsItsAddress_data();
+    void readsItsAddress();
 };
 
 void TestPlatform::tellsWhatCameOfACall_data()
@@ -174,6 +178,42 @@ void TestPlatform::verifiesThePlatform()
     QTEST(answerOf(client.Post(QrCodePath)).status, "status");
     platform.stop();
     thread.join();
+}
+
+void TestPlatform::readsItsAddress_data()
+{
+    QTest::addColumn<std::string>("read"); // the host, "tls" or "plain" and the port, or the error
+    const auto row = [](const char *url, const char *read) {
+        QTest::newRow(url) << std::string(read);
+    };
+    row("https://h", "h tls 443");
+    row("https://h:8443/", "h tls 8443");
+    row("https://[2001:db8::1]", "2001:db8::1 tls 443");
+    row("http://[::1]:1//", "::1 plain 1");
+    row("http://127.0.0.1", "127.0.0.1 plain 80");
+    row("http://localhost:65535", "localhost plain 65535");
+    row("http://10.1.2.3", "the secret goes to another machine by https:// only");
+    row("http://[2001:db8::1]", "the secret goes to another machine by https:// only");
+    row("ftp://h", "is no web address");
+    for (const char *url : {"https://", "https://h:", "https://h:0", "https://h:65536",
+                            "https://h:123456", "https://h:8x", "https://u@h", "https://h/b"}) {
+        row(url, "is no address of the form https://HOST[:PORT]");
+    }
+}
+
+void TestPlatform::readsItsAddress()
+{
+    const std::string url = QTest::currentDataTag();
+    std::string read;
+    try {
+        const auto address = backend::PlatformAddress::parse(url);
+        read = address.host + (address.isTls ? " tls " : " plain ") + std::to_string(address.port);
+    } catch (const backend::ConfigurationError &error) {
+        read = error.what();
+        QCOMPARE(read.substr(0, url.size() + 2), url + ": ");
+        read.erase(0, url.size() + 2);
+    }
+    QTEST(read, "read");
 }
 
 QTEST_GUILESS_MAIN(TestPlatform)
