@@ -54,6 +54,8 @@ void answer(QMessageBox::StandardButton button)
         QCOMPARE(box->windowTitle(), "警告");
         QCOMPARE(box->text(), "确定要彻底删除选中的文件或文件夹吗?");
         QCOMPARE(box->button(QMessageBox::Yes)->text(), "是(&Y)");
+        QCOMPARE(box->iconPixmap().size(), QSize(40, 40));
+        QCOMPARE(box->textFormat(), Qt::PlainText);
         QTRY_VERIFY(box->button(QMessageBox::No)->hasFocus());
         box->button(button)->click();
     });

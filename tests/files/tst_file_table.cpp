@@ -93,15 +93,19 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("kind");
         QTest::addColumn<QString>("names");
-        const auto row = [](const char *title, const char *text, int kind, const char *names) {
-            QTest::newRow(title) << text << kind << names;
+        QTest::addColumn<QString>("nearest"); // to the first, the fourth and the last row
+        const auto row = [](const char *title, const char *text, int kind, const char *names,
+                            const char *nearest) {
+            QTest::newRow(title) << text << kind << names << nearest;
         };
-        row("nothing asked", "", -1, "动画 资料 第2集.mkv 第10集.mkv a.jpg B.txt");
-        row("letter case aside", "b.TX", -1, "B.txt");
-        row("a pattern is plain text", ".*", -1, "");
-        row("folders", "", int(FileKind::Folder), "动画 资料");
-        row("both together", "10", int(FileKind::Video), "第10集.mkv");
-        row("both, with nothing in common", "a", int(FileKind::Video), "");
+        row("nothing asked", "", -1, "动画 资料 第2集.mkv 第10集.mkv a.jpg B.txt",
+            "动画 第10集.mkv B.txt");
+        row("letter case aside", "b.TX", -1, "B.txt", "B.txt B.txt B.txt");
+        row("a pattern is plain text", ".*", -1, "", "");
+        row("folders", "", int(FileKind::Folder), "动画 资料", "动画 资料 资料");
+        row("both together", "10", int(FileKind::Video), "第10集.mkv",
+            "第10集.mkv 第10集.mkv 第10集.mkv");
+        row("both, with nothing in common", "a", int(FileKind::Video), "", "");
     }
     void filters()
     {
@@ -120,6 +124,12 @@ private slots:
         QCOMPARE(table.selectedCount(), count);
         QCOMPARE(table.selectedFileIds().size(), count);
         QCOMPARE(table.currentFileId().isEmpty(), !shown(table).contains("a.jpg"));
+        QStringList nearest;
+        for (const int row : {0, 3, 5}) {
+            table.makeCurrent(QString(), row, FileTable::Scroll::Stay);
+            nearest << table.currentFileId().mid(3);
+        }
+        QTEST(nearest.join(' ').trimmed(), "nearest");
         table.setFilter(QString(), std::nullopt);
         QCOMPARE(table.shownCount(), 6);
     }

@@ -49,6 +49,7 @@ private slots:
         QTRY_COMPARE(root->childCount(), 1);
         QTreeWidgetItem *folder = root->child(0);
         QCOMPARE(folder->text(0), "a<i>");
+        QVERIFY(root->icon(0).cacheKey() != folder->icon(0).cacheKey()); // it is the drive
         QVERIFY2(folder->toolTip(0).contains("a&lt;i&gt;"), qPrintable(folder->toolTip(0)));
         QCOMPARE(folder->childCount(), 0);
         for (int opened = 0; opened < 2; ++opened) {

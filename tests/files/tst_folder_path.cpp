@@ -45,6 +45,7 @@ private slots:
         path.push(QString("<b>x") + QChar(0x202E) + "gpj.exe", "f1");
         const QModelIndex row = path.model()->index(1, 0);
         QCOMPARE(row.data().toString(), "<b>x\uFFFDgpj.exe");
+        QVERIFY(!row.flags().testFlag(Qt::ItemIsEditable));
         const QString tip = row.data(Qt::ToolTipRole).toString();
         QVERIFY2(tip.contains("&lt;b&gt;x\uFFFDgpj.exe"), qPrintable(tip));
     }

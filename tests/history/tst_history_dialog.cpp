@@ -190,6 +190,7 @@ private slots:
         auto *bar = dialog.findChild<QWidget *>("undoBar");
         QCOMPARE(bar->findChild<QLabel *>()->text(), "1 条观看记录恢复失败：无法写入数据库");
         QVERIFY(bar->isVisible());
+        QVERIFY(!bar->findChild<QPushButton *>("btnUndo")->autoDefault()); // Enter is the table's
         QVERIFY(execute("DROP TRIGGER refuse"));
         press(dialog, "btnUndo");
         QCOMPARE(names(dialog), "1");

@@ -106,6 +106,35 @@ private slots:
         QCOMPARE(row(0).toImage(), row(1).toImage());
     }
 
+    void theRowUnderThePointerIsLitToItsEnd()
+    {
+        RowTable table;
+        table.setStyleSheet("QTableView { background: white; } ::item:hover { background: red; }");
+        table.setColumnCount(1);
+        table.setRowCount(2);
+        table.resize(400, 200);
+        table.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&table));
+        const auto ends = [&table] {
+            const QImage image = table.viewport()->grab().toImage();
+            const auto end = [&](int row) {
+                return image.pixelColor(350, table.rowViewportPosition(row) + 10).name();
+            };
+            return end(0) + end(1);
+        };
+        const auto hover = [&table](QEvent::Type type, const QPoint &to) {
+            QHoverEvent event(type, to, QPoint(1, 1));
+            QApplication::sendEvent(table.viewport(), &event);
+        };
+        QCOMPARE(ends(), "#ffffff#ffffff");
+        hover(QEvent::HoverMove, {5, table.rowViewportPosition(1) + 10});
+        QCOMPARE(ends(), "#ffffff#ff0000");
+        hover(QEvent::HoverMove, {350, table.rowViewportPosition(0) + 10});
+        QCOMPARE(ends(), "#ff0000#ffffff");
+        hover(QEvent::HoverLeave, {-1, -1});
+        QCOMPARE(ends(), "#ffffff#ffffff");
+    }
+
     void aRowWithoutDataIsEmpty()
     {
         QImage white(200, 50, QImage::Format_RGB32);

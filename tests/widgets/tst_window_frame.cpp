@@ -9,6 +9,8 @@
 #include "ui/widgets/custom_pop_up_menu.h"
 #include "ui/widgets/title_bar.h"
 
+Q_DECLARE_METATYPE(Qt::CursorShape)
+
 namespace {
 
 QAbstractButton *button(const QWidget &window, const char *name)
@@ -94,6 +96,9 @@ private slots:
         const QImage image = window.grab().toImage();
         QCOMPARE(image.pixelColor(200, 200).name(), QColor(Qt::yellow).name());
         QCOMPARE(image.pixelColor(0, 200).name(), window.palette().color(QPalette::Mid).name());
+        for (const char *name : {"minimizeButton", "maximizeButton", "closeButton"}) {
+            QVERIFY2(button(window, name)->isVisible(), name);
+        }
         QAbstractButton *maximize = button(window, "maximizeButton");
         const auto told = [maximize] {
             return maximize->property("maximizeProperty").toString() + maximize->toolTip() +
@@ -160,6 +165,41 @@ private slots:
         const QPoint maximized = window.pos();
         drag(&window, QPoint(200, 200), by);
         QCOMPARE(window.pos(), maximized);
+    }
+
+    void theEdgesShowHowTheyAreDragged_data()
+    {
+        QTest::addColumn<QPoint>("pointer"); // in a window of 400 by 300
+        QTest::addColumn<Qt::CursorShape>("shape");
+        const auto row = [](const char *name, int x, int y, Qt::CursorShape shape) {
+            QTest::newRow(name) << QPoint(x, y) << shape;
+        };
+        row("the left edge", 3, 150, Qt::SizeHorCursor);
+        row("beside the left edge", 4, 150, Qt::ArrowCursor);
+        row("the right edge", 396, 150, Qt::SizeHorCursor);
+        row("the top edge", 12, 0, Qt::SizeVerCursor);
+        row("the bottom edge", 387, 296, Qt::SizeVerCursor);
+        row("below the top edge", 200, 4, Qt::ArrowCursor);
+        row("the corner at the top left", 11, 3, Qt::SizeFDiagCursor);
+        row("the corner at the bottom right", 388, 299, Qt::SizeFDiagCursor);
+        row("the corner at the top right", 399, 11, Qt::SizeBDiagCursor);
+        row("the corner at the bottom left", 0, 288, Qt::SizeBDiagCursor);
+    }
+    void theEdgesShowHowTheyAreDragged()
+    {
+        QFETCH(QPoint, pointer);
+        QFETCH(Qt::CursorShape, shape);
+        BaseWindow window;
+        showAt(window, {100, 100, 400, 300});
+        const auto shapeAt = [&window](const QPoint &position) {
+            QHoverEvent hover(QEvent::HoverMove, position, QPoint(50, 50));
+            QApplication::sendEvent(&window, &hover);
+            return window.cursor().shape();
+        };
+        QCOMPARE(shapeAt(pointer), shape);
+        QCOMPARE(shapeAt({50, 50}), Qt::ArrowCursor);
+        window.setFixedSize(window.size());
+        QCOMPARE(shapeAt(pointer), Qt::ArrowCursor);
     }
 
     void aDialogUsedAsAPageHasNoFrame()
