@@ -1,3 +1,4 @@
+#include <QAbstractButton>
 #include <QGuiApplication>
 #include <QLayout>
 #include <QScreen>
@@ -121,9 +122,11 @@ void TestFullScreen::comesBackMaximised()
     QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
     QTRY_COMPARE(managedState(), Qt::WindowFullScreen);
     QTRY_VERIFY(doesBarAppear());
+    QVERIFY(m_player->part("fullScreen")->toolTip().startsWith("退出全屏"));
     QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
     QTRY_COMPARE(managedState(), Qt::WindowMaximized);
     QVERIFY(isBarDocked());
+    QVERIFY(m_player->part("fullScreen")->toolTip().startsWith("全屏"));
 }
 
 void TestFullScreen::followsTheWindowManager()
@@ -135,9 +138,12 @@ void TestFullScreen::followsTheWindowManager()
     m_player->window()->windowHandle()->setWindowState(Qt::WindowFullScreen);
     QTRY_COMPARE(m_player->mpv()->size(), QGuiApplication::primaryScreen()->size());
     QTRY_VERIFY(doesBarAppear());
+    const auto *button = qobject_cast<QAbstractButton *>(m_player->part("videoList"));
+    QVERIFY(!button->isChecked());
     m_player->window()->windowHandle()->setWindowState(Qt::WindowNoState);
     QTRY_VERIFY(isBarDocked());
     QVERIFY(list->isVisible());
+    QVERIFY(button->isChecked());
     QVERIFY(!doesBarAppear());
     QTest::mouseDClick(m_player->mpv(), Qt::LeftButton);
     QTRY_COMPARE(managedState(), Qt::WindowFullScreen);

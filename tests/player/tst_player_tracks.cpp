@@ -92,6 +92,7 @@ private slots:
         QCOMPARE(storedFolder().subtitleTrackId.value(), "1");
         QCOMPARE(storedFolder().audioTrackId.value(), "2");
         QCOMPARE(storedFolder().folderName.value(), "show");
+        QCOMPARE(FolderMemory("root", "u").folderName(), "首页"); // nobody has to be asked
         QCOMPARE(storedFolder().userId.value(), m_player->request(First).user.userId.value());
 
         QVERIFY(m_player->step("next", "Ep02.mkv"));
@@ -125,11 +126,7 @@ private slots:
     {
         QFETCH(QString, track);
         m_player->addFile("show/Ep01.srt", subRip("similar"));
-        FolderSetting setting;
-        setting.folderId = m_player->item(First).parent_file_id;
-        setting.audioTrackId = track;
-        setting.subtitleTrackId = track;
-        saveFolderSetting(setting);
+        rememberForFolder(track);
         play(First);
         QFETCH(QString, audio);
         QFETCH(QString, subtitle);
@@ -137,6 +134,20 @@ private slots:
         QTRY_COMPARE(m_player->checkedText(Subtitle), subtitle);
         QTest::qWait(300);
         QCOMPARE(m_player->checkedText(Subtitle), subtitle);
+    }
+
+    // Not the first one.
+    void theFilesOwnTrackStandsInForTheFolders()
+    {
+        clips::Clip other = m_clip;
+        other.outputs << "-disposition:a:0"
+                      << "0"
+                      << "-disposition:a:1"
+                      << "default";
+        m_player->addClip("show/Ep03.mkv", other);
+        rememberForFolder("7");
+        play("show/Ep03.mkv");
+        QTRY_COMPARE(property("aid").toInt(), 2);
     }
 
     void offIsAChoice()
@@ -201,6 +212,8 @@ private slots:
             {"a.srt", "file a"}, {Off, QString()},    {"b.srt", "file b"}};
         for (const auto &[text, shown] : choices) {
             QVERIFY(m_player->choose(Subtitle, text));
+            QCOMPARE(m_player->storedHistory(First).subTitle.value().isEmpty(),
+                     !text.endsWith(".srt"));
             QTRY_COMPARE(words(), shown);
             QTRY_COMPARE(m_player->checkedText(Subtitle), text);
         }
@@ -313,12 +326,35 @@ private slots:
         QCOMPARE(property("track-list/count").toInt(), 6);
     }
 
+    // Also into a folder of which nothing is known.
+    void theTrackChosenBeforeGoesOn()
+    {
+        play(Second);
+        const PlayRequest request = m_player->request(First);
+        HistoryRow row(request.user, request.file, request.history);
+        FolderMemory folder("elsewhere", request.user.userId.value());
+        TrackChoices next(*m_player->mpv(), row, folder, request.user, 2);
+        QVERIFY(m_player->choose(Subtitle, "英语 SRT"));
+        QTRY_COMPARE(property("sid").toInt(), 1);
+        next.beginLoad();
+        QTRY_COMPARE(property("sid").toInt(), 2);
+    }
+
 private:
     void play(const QString &path)
     {
         m_player->open(path);
         QVERIFY(m_player->waitFor(1));
         QTRY_VERIFY(m_player->menuTexts(Subtitle).size() >= 3);
+    }
+
+    void rememberForFolder(const QString &track)
+    {
+        FolderSetting setting;
+        setting.folderId = m_player->item(First).parent_file_id;
+        setting.audioTrackId = track;
+        setting.subtitleTrackId = track;
+        saveFolderSetting(setting);
     }
 
     QString words() const { return property("sub-text").toString(); }
