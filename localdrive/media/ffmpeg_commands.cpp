@@ -17,11 +17,16 @@ constexpr char Containers[] =
     "jpeg_pipe,png_pipe,webp_pipe,bmp_pipe";
 
 constexpr char Measures[] = "format=duration:stream=codec_type,codec_name,width,height"
-                            ":stream_disposition=attached_pic";
+                            ":stream_disposition=attached_pic:stream_tags=language";
 
 void append(Command &command, const Command &more)
 {
     command.insert(command.end(), more.begin(), more.end());
+}
+
+bool isText(const std::string &codec)
+{
+    return codec == "subrip" || codec == "ass" || codec == "webvtt" || codec == "mov_text";
 }
 
 Command input(const char *program)
@@ -56,6 +61,7 @@ std::optional<MediaInfo> readProbe(const std::string &output)
     MediaInfo info;
     const nlohmann::json format = probe.value("format", nlohmann::json::object());
     info.duration = std::atof(format.value("duration", "0").c_str());
+    int subtitles = 0;
     const nlohmann::json streams = probe.value("streams", nlohmann::json::array());
     for (const nlohmann::json &stream : streams) {
         const std::string type = stream.value("codec_type", "");
@@ -67,6 +73,12 @@ std::optional<MediaInfo> readProbe(const std::string &output)
             info.height = stream.value("height", 0);
         } else if (type == "audio" && info.audioCodec.empty()) {
             info.audioCodec = stream.value("codec_name", "");
+        } else if (type == "subtitle") {
+            if (isText(stream.value("codec_name", ""))) {
+                const nlohmann::json tags = stream.value("tags", nlohmann::json::object());
+                info.texts.push_back({subtitles, tags.value("language", "und")});
+            }
+            ++subtitles;
         }
     }
     if (info.width <= 0 || info.height <= 0) {
@@ -101,6 +113,21 @@ Command streamCommand(const MediaInfo &info, const Quality &quality, int width,
     append(command,
            {"-f", "hls", "-hls_time", "4", "-hls_playlist_type", "vod", "-hls_segment_filename",
             folder + "/part%05d.ts", folder + '/' + StreamIndexName});
+    return command;
+}
+
+std::string textFileName(std::size_t track)
+{
+    return "text" + std::to_string(track) + ".vtt";
+}
+
+Command textCommand(const MediaInfo &info, const std::string &folder)
+{
+    Command command = ffmpegInput({});
+    for (std::size_t track = 0; track < info.texts.size(); ++track) {
+        append(command, {"-map", "0:s:" + std::to_string(info.texts[track].number), "-f", "webvtt",
+                         folder + '/' + textFileName(track)});
+    }
     return command;
 }
 

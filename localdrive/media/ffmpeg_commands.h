@@ -20,6 +20,9 @@ bool canRepack(const MediaInfo &info, const Quality &quality);
 // An HLS stream into a folder that exists.
 std::vector<std::string> streamCommand(const MediaInfo &info, const Quality &quality, int width,
                                        const std::string &folder);
+// The tracks of text as WebVTT files into a folder that exists.
+std::vector<std::string> textCommand(const MediaInfo &info, const std::string &folder);
+std::string textFileName(std::size_t track);
 std::vector<std::string> thumbnailCommand(const MediaInfo &info, const std::string &picture);
 
 } // namespace localdrive

@@ -23,6 +23,9 @@ constexpr Quality Qualities[] = {
     {"FHD", "全高清 1080p", 1080}, {"QHD", "超清 1440p", 1440},
 };
 
+// The folder and the job of the tracks of text.
+constexpr Quality Texts = {"TEXTS", "", 0};
+
 int evenWidth(const MediaInfo &info, int height)
 {
     return static_cast<int>(std::int64_t{info.width} * height / info.height + 1) / 2 * 2;
@@ -110,7 +113,13 @@ std::string MediaStore::streamFile(const std::string &key, const std::string &qu
 
 bool MediaStore::isMade(const std::string &key, const Quality &quality) const
 {
-    return fs::exists(streamFile(key, quality.id, StreamIndexName));
+    return fs::exists(&quality == &Texts ? textFile(key, 0)
+                                         : streamFile(key, quality.id, StreamIndexName));
+}
+
+std::string MediaStore::textFile(const std::string &key, std::size_t track) const
+{
+    return streamFile(key, Texts.id, textFileName(track));
 }
 
 std::optional<MediaInfo> MediaStore::knownInfo(const std::string &key)
@@ -122,10 +131,13 @@ std::optional<MediaInfo> MediaStore::knownInfo(const std::string &key)
     }
     std::ifstream file(m_folder + '/' + key + "/info.json");
     const nlohmann::json stored = nlohmann::json::parse(file, nullptr, false);
-    if (!stored.is_object()) {
+    if (!stored.is_object() || !stored.contains("texts")) {
         return std::nullopt;
     }
     MediaInfo info;
+    for (const nlohmann::json &text : stored["texts"]) {
+        info.texts.push_back({text.value("number", 0), text.value("language", "")});
+    }
     info.duration = stored.value("duration", 0.0);
     info.width = stored.value("width", 0);
     info.height = stored.value("height", 0);
@@ -137,11 +149,13 @@ std::optional<MediaInfo> MediaStore::knownInfo(const std::string &key)
 
 void MediaStore::remember(const std::string &key, const MediaInfo &info)
 {
-    const nlohmann::json stored = {{"duration", info.duration},
-                                   {"width", info.width},
-                                   {"height", info.height},
-                                   {"video", info.videoCodec},
-                                   {"audio", info.audioCodec}};
+    nlohmann::json texts = nlohmann::json::array();
+    for (const TextTrack &text : info.texts) {
+        texts.push_back({{"number", text.number}, {"language", text.language}});
+    }
+    const nlohmann::json stored = {{"duration", info.duration}, {"width", info.width},
+                                   {"height", info.height},     {"video", info.videoCodec},
+                                   {"audio", info.audioCodec},  {"texts", texts}};
     const fs::path folder = fs::path(m_folder) / key;
     fs::create_directories(folder);
     const fs::path draft = folder / ("info.json.draft-" + randomHex(6));
@@ -178,6 +192,20 @@ std::optional<MediaInfo> MediaStore::info(int file)
     return info;
 }
 
+StreamState MediaStore::stateOf(const std::string &key, const Quality &quality) const
+{
+    const bool isFailed = m_failed.count({key, &quality}) != 0;
+    return isMade(key, quality) ? StreamState::Finished
+           : isFailed           ? StreamState::Failed
+                                : StreamState::Running;
+}
+
+StreamState MediaStore::textState(const std::string &key)
+{
+    const std::lock_guard lock(m_mutex);
+    return stateOf(key, Texts);
+}
+
 std::vector<Stream> MediaStore::offered(const std::string &key, const MediaInfo &info)
 {
     std::vector<Stream> streams;
@@ -186,11 +214,7 @@ std::vector<Stream> MediaStore::offered(const std::string &key, const MediaInfo 
         if (quality.height > info.height) {
             break;
         }
-        const bool isFailed = m_failed.count({key, &quality}) != 0;
-        const StreamState state = isMade(key, quality) ? StreamState::Finished
-                                  : isFailed           ? StreamState::Failed
-                                                       : StreamState::Running;
-        streams.push_back({&quality, evenWidth(info, quality.height), state});
+        streams.push_back({&quality, evenWidth(info, quality.height), stateOf(key, quality)});
     }
     return streams;
 }
@@ -233,6 +257,9 @@ std::vector<Stream> MediaStore::streams(int file)
     std::stable_partition(missing.begin(), missing.end(), [&measured](const Quality *quality) {
         return canRepack(*measured, *quality);
     });
+    if (!measured->texts.empty() && textState(key) == StreamState::Running) {
+        missing.insert(missing.begin(), &Texts); // small, and wanted with the first stream
+    }
     for (const Quality *quality : missing) {
         enqueue({key, quality, duplicate(file)}, false);
     }
@@ -267,7 +294,7 @@ void MediaStore::work()
         lock.unlock();
         const std::optional<MediaInfo> measured = info(job.file.get());
         const bool ok = !job.quality || isMade(job.key, *job.quality) ||
-                        (measured && makeStream(job.file.get(), job.key, *measured, *job.quality));
+                        (measured && make(job.file.get(), job.key, *measured, *job.quality));
         lock.lock();
         m_pending.erase({job.key, job.quality});
         if (!ok && !m_stopped) {
@@ -277,13 +304,14 @@ void MediaStore::work()
     }
 }
 
-bool MediaStore::makeStream(int file, const std::string &key, const MediaInfo &info,
-                            const Quality &quality)
+bool MediaStore::make(int file, const std::string &key, const MediaInfo &info,
+                      const Quality &quality)
 {
     const fs::path target = fs::path(m_folder) / key / quality.id;
     const fs::path draft = draftOf(target);
     const std::vector<std::string> command =
-        streamCommand(info, quality, evenWidth(info, quality.height), draft);
+        &quality == &Texts ? textCommand(info, draft)
+                           : streamCommand(info, quality, evenWidth(info, quality.height), draft);
     const bool isMadeNow = m_processes.run(command, file).exitCode == 0;
     std::error_code error;
     if (isMadeNow) {

@@ -15,6 +15,13 @@
 
 namespace localdrive {
 
+// A subtitle track that is text; those made of pictures are left out.
+struct TextTrack
+{
+    int number = 0; // Among all subtitle tracks of the file.
+    std::string language;
+};
+
 // What a file says about its video.
 struct MediaInfo
 {
@@ -23,6 +30,7 @@ struct MediaInfo
     int height = 0;
     std::string videoCodec;
     std::string audioCodec; // Of the first sound track; empty: none.
+    std::vector<TextTrack> texts;
 };
 
 // A quality that the platform transcodes to.
@@ -72,9 +80,13 @@ public:
     std::vector<Stream> streams(int file);
     // The same, but waits until everything is made.
     std::vector<Stream> makeStreams(int file);
+    // Whether the tracks of text have been made into files, which streams() asks for.
+    StreamState textState(const std::string &key);
     // Path of a picture; empty: none can be made.
     std::string thumbnail(int file);
 
+    // Path of a track of text in WebVTT, by its place among `texts`.
+    [[nodiscard]] std::string textFile(const std::string &key, std::size_t track) const;
     // Path of a part of a finished stream.
     [[nodiscard]] std::string streamFile(const std::string &key, const std::string &quality,
                                          const std::string &name) const;
@@ -83,18 +95,18 @@ private:
     struct Job
     {
         std::string key;
-        const Quality *quality; // Null: only measure.
+        const Quality *quality; // Null: only measure. The texts go by one of their own.
         UniqueFd file;
     };
     using JobName = std::pair<std::string, const Quality *>;
 
     void work();
     void enqueue(Job job, bool urgent);
-    bool makeStream(int file, const std::string &key, const MediaInfo &info,
-                    const Quality &quality);
+    bool make(int file, const std::string &key, const MediaInfo &info, const Quality &quality);
     std::optional<MediaInfo> measure(int file);
     void remember(const std::string &key, const MediaInfo &info);
     [[nodiscard]] bool isMade(const std::string &key, const Quality &quality) const;
+    [[nodiscard]] StreamState stateOf(const std::string &key, const Quality &quality) const;
     [[nodiscard]] std::vector<Stream> offered(const std::string &key, const MediaInfo &info);
 
     const std::string m_folder;

@@ -29,6 +29,14 @@ std::string streamAddress(const Platform &platform, const Drive &drive, const st
     return address(platform, path, expires);
 }
 
+std::string textAddress(const Platform &platform, const Drive &drive, const std::string &mediaKey,
+                        std::size_t track, std::int64_t expires)
+{
+    const std::string path =
+        "/subtitle/" + drive.id() + '/' + mediaKey + '/' + std::to_string(track) + ".vtt";
+    return address(platform, path, expires);
+}
+
 std::string thumbnailAddress(const Platform &platform, Drive &drive, const Node &file)
 {
     const std::string path = "/thumbnail/" + drive.id() + '/' + drive.idOf(file.path) + ".jpg";

@@ -14,6 +14,10 @@ std::string downloadAddress(const Platform &platform, Drive &drive, const Node &
 std::string streamAddress(const Platform &platform, const Drive &drive, const std::string &mediaKey,
                           const Quality &quality, std::int64_t expires);
 
+// Of a track of text, by its place among those of the media.
+std::string textAddress(const Platform &platform, const Drive &drive, const std::string &mediaKey,
+                        std::size_t track, std::int64_t expires);
+
 // Lives as long as an address may.
 std::string thumbnailAddress(const Platform &platform, Drive &drive, const Node &file);
 

@@ -93,12 +93,34 @@ std::vector<Stream> playable(Platform &platform, int file)
     throwNoPreview();
 }
 
-nlohmann::json describe(const std::vector<Stream> &streams, const Platform &platform,
-                        const Call &call, const std::string &key)
+std::int64_t expiryAsked(const Platform &platform, const Call &call)
 {
     const std::int64_t asked = call.number("url_expire_sec");
     const std::int64_t life = asked > 0 ? std::min(asked, LongestLife) : DefaultLife;
-    const std::int64_t expires = platform.urls.expiry(std::chrono::seconds(life));
+    return platform.urls.expiry(std::chrono::seconds(life));
+}
+
+nlohmann::json describeTexts(Platform &platform, const Call &call, const MediaInfo &info,
+                             const std::string &key)
+{
+    const StreamState state = platform.media.textState(key);
+    const std::int64_t expires = expiryAsked(platform, call);
+    nlohmann::json tasks = nlohmann::json::array();
+    for (std::size_t track = 0; track < info.texts.size(); ++track) {
+        const std::string url =
+            state == StreamState::Finished
+                ? textAddress(platform, call.account->drive, key, track, expires)
+                : "";
+        tasks.push_back(
+            {{"language", info.texts[track].language}, {"status", nameOf(state)}, {"url", url}});
+    }
+    return tasks;
+}
+
+nlohmann::json describe(const std::vector<Stream> &streams, const Platform &platform,
+                        const Call &call, const std::string &key)
+{
+    const std::int64_t expires = expiryAsked(platform, call);
     const std::string wanted = call.text("template_id");
     const bool isBounded = platform.rules().playAnswer == PlayAnswer::NoHighAddresses;
     nlohmann::json tasks = nlohmann::json::array();
@@ -121,17 +143,22 @@ void playInfo(Platform &platform, Call &call)
     const UniqueFd file = drive.openFile(node.path);
     refuseAsRuled(platform.rules().playAnswer);
     const MediaInfo info = measured(platform, file.get());
-    const nlohmann::json tasks =
-        describe(playable(platform, file.get()), platform, call, MediaStore::keyOf(file.get()));
+    const std::string key = MediaStore::keyOf(file.get());
     const nlohmann::json meta = {
         {"duration", info.duration}, {"width", info.width}, {"height", info.height}};
+    // As they are before the streams are asked for, which begins to make what is missing.
+    const nlohmann::json texts = describeTexts(platform, call, info, key);
+    nlohmann::json preview = {{"category", "live_transcoding"},
+                              {"meta", meta},
+                              {"live_transcoding_task_list",
+                               describe(playable(platform, file.get()), platform, call, key)}};
+    if (call.flag("get_subtitle_info")) {
+        preview["live_transcoding_subtitle_task_list"] = texts;
+    }
     call.reply({{"domain_id", DomainId},
                 {"drive_id", drive.id()},
                 {"file_id", drive.idOf(node.path)},
-                {"video_preview_play_info",
-                 {{"category", "live_transcoding"},
-                  {"meta", meta},
-                  {"live_transcoding_task_list", tasks}}}});
+                {"video_preview_play_info", preview}});
 }
 
 // A stream's index, in which each part has an address that lives as long as the index's own.
@@ -166,6 +193,14 @@ void streamPart(Platform &platform, Call &call)
     }
 }
 
+void textTrack(Platform &platform, Call &call)
+{
+    const Account &account = platform.accountOfDrive(call.captures.at(0));
+    platform.log.setAccount(call.logNumber, account.number);
+    const auto track = static_cast<std::size_t>(std::atoll(call.captures.at(2).c_str()));
+    sendFile(call, openMade(platform.media.textFile(call.captures.at(1), track)), "text/vtt");
+}
+
 void thumbnail(Platform &platform, Call &call)
 {
     Account &account = platform.accountOfDrive(call.captures.at(0));
@@ -187,6 +222,7 @@ std::vector<Route> playRoutes(Platform &platform)
          [&platform](Call &call) { playInfo(platform, call); }},
         signedRoute(platform, "/stream/([^/]+)/([0-9a-f]+)/([A-Z]+)/(index\\.m3u8|part[0-9]+\\.ts)",
                     streamPart),
+        signedRoute(platform, "/subtitle/([^/]+)/([0-9a-f]+)/([0-9]+)\\.vtt", textTrack),
         signedRoute(platform, "/thumbnail/([^/]+)/([^/]+)\\.jpg", thumbnail),
     };
 }

@@ -11,11 +11,12 @@ namespace {
 
 constexpr char TwoSeconds[] = "两秒.mkv";
 
-// A clip of two seconds, 400 lines high; made once.
-std::string clipFile(const QTemporaryDir &folder)
+// A clip of two seconds, 400 lines high.
+std::string clipFile(const QTemporaryDir &folder,
+                     localdrive::Tracks tracks = localdrive::Tracks::Plain)
 {
     const std::string target = folder.filePath(QStringLiteral("clip.mkv")).toStdString();
-    localdrive::Clip clip{"1/clip.mkv", 720, 400, 10, 2, "0x204060"};
+    const localdrive::Clip clip{"1/clip.mkv", 720, 400, 10, 2, "0x204060", tracks};
     QStringList arguments;
     for (const std::string &argument :
          localdrive::clipCommand(clip, folder.path().toStdString(), target)) {
@@ -112,6 +113,32 @@ private slots:
         m_server->advanceClock(seconds(30));
         QCOMPARE(m_client->get(part)->status, 403);
         QCOMPARE(m_client->get(url)->status, 403);
+    }
+    void makesTheTextsOfAFile()
+    {
+        const auto told = [this] {
+            return m_client
+                ->file("getVideoPreviewPlayInfo",
+                       {{"file_id", m_server->fileId(TwoSeconds)}, {"get_subtitle_info", true}})
+                .body.value("video_preview_play_info", nlohmann::json::object())
+                .value("live_transcoding_subtitle_task_list", nlohmann::json());
+        };
+        const QTemporaryDir folder;
+        fs::copy_file(clipFile(folder, localdrive::Tracks::Languages),
+                      m_server->rootPath() + '/' + TwoSeconds,
+                      fs::copy_options::overwrite_existing);
+        QVERIFY(m_server->prepareMedia(TwoSeconds));
+        nlohmann::json tasks = told();
+        const std::string url = tasks.at(1).at("url");
+        QCOMPARE(tasks,
+                 nlohmann::json::array(
+                     {{{"language", "chi"}, {"status", "finished"}, {"url", tasks.at(0).at("url")}},
+                      {{"language", "eng"}, {"status", "finished"}, {"url", url}}}));
+        const auto text = m_client->get(url);
+        QCOMPARE(text->get_header_value("Content-Type"), std::string("text/vtt"));
+        QVERIFY(text->body.rfind("WEBVTT\n", 0) == 0);
+        QVERIFY(text->body.find("Embedded English subtitle") != std::string::npos);
+        QCOMPARE(m_client->get(url.substr(0, url.find('?')))->status, 403);
     }
     void streamsFollowTheContent()
     {
