@@ -3,6 +3,7 @@
 #include "api/records/account_records.h"
 #include "api/records/change_records.h"
 #include "api/records/file_records.h"
+#include "api/records/subtitle_records.h"
 #include "api/records/video_records.h"
 
 namespace {
@@ -57,6 +58,9 @@ private slots:
         QCOMPARE(fieldsOf<Meta>(), "duration# height# width#");
         QCOMPARE(fieldsOf<LiveTranscodingTask>(),
                  "stage status template_height# template_id template_name template_width# url");
+        QCOMPARE(fieldsOf<VideoPreviewSubtitlesResp>(), "video_preview_play_info{}");
+        QCOMPARE(fieldsOf<VideoPreviewSubtitles>(), "live_transcoding_subtitle_task_list[]");
+        QCOMPARE(fieldsOf<LiveTranscodingSubtitleTask>(), "language status url");
         QCOMPARE(fieldsOf<CreateFolderReq>(), "check_name_mode drive_id name parent_file_id type");
         QCOMPARE(fieldsOf<FileUpdateReq>(), "drive_id file_id name");
         QCOMPARE(fieldsOf<FileUpdateResp>(),

@@ -3,6 +3,7 @@
 #include "api/records/account_records.h"
 #include "api/records/change_records.h"
 #include "api/records/file_records.h"
+#include "api/records/subtitle_records.h"
 #include "api/records/video_records.h"
 #include "api/session/api_request.h"
 #include "app/environment/app_settings.h"
@@ -206,7 +207,7 @@ PendingReply OpenApiClient::listFiles(const QString &parentFileId, int limit, co
 }
 
 PendingReply OpenApiClient::playInfo(const QString &fileId,
-                                     const ApiSuccess<VideoPreviewPlayInfoResp> &success,
+                                     const ApiSuccess<VideoPlayInfo> &success,
                                      const ApiFailure &fail) const
 {
     auto request = fileRequest<VideoPreviewPlayInfoReq>(m_driveId, fileId);

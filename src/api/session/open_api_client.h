@@ -21,10 +21,10 @@ class QSerializer;
 class SpaceInfo;
 class UserInfo;
 class UserInfoResp;
-class VideoPreviewPlayInfoResp;
 class VipInfo;
 enum class CallKind;
 struct ApiRefusal;
+struct VideoPlayInfo;
 
 // The error's text and Qt's numeric network error, -1 for a failure before anything was sent.
 using ApiFailure = std::function<void(const QString &error, int code)>;
@@ -99,8 +99,7 @@ public:
     PendingReply listFiles(const QString &parentFileId, int limit, const QString &marker,
                            const ApiSuccess<FileItems> &success, const ApiFailure &fail) const;
 
-    PendingReply playInfo(const QString &fileId,
-                          const ApiSuccess<VideoPreviewPlayInfoResp> &success,
+    PendingReply playInfo(const QString &fileId, const ApiSuccess<VideoPlayInfo> &success,
                           const ApiFailure &fail) const;
     PendingReply fileDetails(const QString &fileId, const ApiSuccess<FileItem> &success,
                              const ApiFailure &fail) const;
