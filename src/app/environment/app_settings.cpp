@@ -26,6 +26,14 @@ struct BoolSetting
     bool byDefault;
 };
 
+struct PercentSetting
+{
+    QLatin1String key;
+    int byDefault;
+    int lowest;
+    int highest;
+};
+
 const TextSetting UserSetting{QLatin1String("curUserId"), QLatin1String(""), {}};
 const BoolSetting RecycleSetting{QLatin1String("delToRecycle"), true};
 const QLatin1String GeometryKey("geometry");
@@ -37,6 +45,8 @@ const TextSetting OrderBySetting{QLatin1String("fileListOrderBy"),
 const TextSetting DirectionSetting{
     QLatin1String("fileOrderDirection"), QLatin1String("DESC"), {"ASC", "DESC"}};
 const QLatin1String QualityKey("videoQuality");
+const PercentSetting SubtitleSizeSetting{QLatin1String("subtitleSize"), 100, 25, 400};
+const PercentSetting SubtitlePlaceSetting{QLatin1String("subtitlePlace"), 100, 0, 100};
 const QLatin1String PlayerGeometryKey("player_geometry");
 const QLatin1String SplitterStateKey("video_splitter_state");
 const BoolSetting ShowVideoListSetting{QLatin1String("showVideoList"), false};
@@ -68,6 +78,14 @@ bool read(const QSettings &settings, const BoolSetting &setting)
     }
     const bool isFalse = text == QLatin1String("false") || text == QLatin1String("0");
     return isFalse ? false : setting.byDefault;
+}
+
+int read(const QSettings &settings, const PercentSetting &setting)
+{
+    bool isNumber = false;
+    const int percent = settings.value(setting.key).toString().toInt(&isNumber);
+    const bool isAllowed = isNumber && percent >= setting.lowest && percent <= setting.highest;
+    return isAllowed ? percent : setting.byDefault;
 }
 
 void read(const QSettings &settings, QLatin1String key, QByteArray &bytes)
@@ -193,6 +211,26 @@ QString AppSettings::videoQuality() const
 void AppSettings::setVideoQuality(const QString &templateId)
 {
     m_settings->setValue(QualityKey, templateId);
+}
+
+int AppSettings::subtitleSize() const
+{
+    return read(*m_settings, SubtitleSizeSetting);
+}
+
+void AppSettings::setSubtitleSize(int percent)
+{
+    m_settings->setValue(SubtitleSizeSetting.key, percent);
+}
+
+int AppSettings::subtitlePlace() const
+{
+    return read(*m_settings, SubtitlePlaceSetting);
+}
+
+void AppSettings::setSubtitlePlace(int percent)
+{
+    m_settings->setValue(SubtitlePlaceSetting.key, percent);
 }
 
 void AppSettings::readPlayerState(PlayerState &playerState) const

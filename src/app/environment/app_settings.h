@@ -52,6 +52,12 @@ public:
     QString videoQuality() const;
     void setVideoQuality(const QString &templateId);
 
+    // Of all videos: per cent of their own size, and of the picture's height from the top.
+    int subtitleSize() const;
+    void setSubtitleSize(int percent);
+    int subtitlePlace() const;
+    void setSubtitlePlace(int percent);
+
     // The record's byte arrays are the defaults; whether the list is shown defaults to false.
     void readPlayerState(PlayerState &playerState) const;
     void savePlayerState(const PlayerState &playerState);
