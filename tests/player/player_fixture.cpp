@@ -35,6 +35,12 @@ QString madeClip(const QString &suffix, const clips::Clip &clip)
     return made.value(key);
 }
 
+// An entry's text without its hint.
+QString wordsOf(const QAction &action)
+{
+    return action.text().section(QLatin1Char('\t'), 0, 0);
+}
+
 QString folderOf(const QString &path)
 {
     return path.section(QLatin1Char('/'), 0, -2);
@@ -162,18 +168,24 @@ QString PlayerFixture::timeText() const
     return label ? label->text() : QString();
 }
 
-QList<QAction *> PlayerFixture::entries(const QString &button) const
+QList<QAction *> PlayerFixture::entries(const QString &button, const QString &part) const
 {
-    const QMenu *menu = qobject_cast<QToolButton *>(part(button))->menu();
-    return menu ? menu->actions() : QList<QAction *>();
+    const QMenu *menu = qobject_cast<QToolButton *>(this->part(button))->menu();
+    const QList<QAction *> actions = menu ? menu->actions() : QList<QAction *>();
+    for (const QAction *action : actions) {
+        if (!part.isEmpty() && action->menu() && action->text() == part) {
+            return action->menu()->actions();
+        }
+    }
+    return part.isEmpty() ? actions : QList<QAction *>();
 }
 
 QStringList PlayerFixture::menuTexts(const QString &button) const
 {
     QStringList texts;
     for (const QAction *action : entries(button)) {
-        if (!action->isSeparator()) {
-            texts.append(action->text());
+        if (!action->isSeparator() && !action->menu()) {
+            texts.append(wordsOf(*action));
         }
     }
     return texts;
@@ -183,16 +195,16 @@ QString PlayerFixture::checkedText(const QString &button) const
 {
     for (const QAction *action : entries(button)) {
         if (action->isChecked()) {
-            return action->text();
+            return wordsOf(*action);
         }
     }
     return {};
 }
 
-bool PlayerFixture::choose(const QString &button, const QString &text)
+bool PlayerFixture::choose(const QString &button, const QString &text, const QString &part)
 {
-    for (QAction *action : entries(button)) {
-        if (action->text() == text && action->isEnabled()) {
+    for (QAction *action : entries(button, part)) {
+        if (wordsOf(*action) == text && action->isEnabled()) {
             action->trigger();
             return true;
         }

@@ -53,8 +53,9 @@ public:
     QString timeText() const;
     QStringList menuTexts(const QString &button) const;
     QString checkedText(const QString &button) const;
-    // Chooses the entry with this text; false where there is none.
-    bool choose(const QString &button, const QString &text);
+    // Chooses the entry with this text, of the button's menu or of its part that is called so;
+    // false where there is none.
+    bool choose(const QString &button, const QString &text, const QString &part = {});
 
     // Waits until the window has played to this second.
     [[nodiscard]] bool waitFor(int second) const;
@@ -74,7 +75,7 @@ public:
     int secondLabelled() const;
 
 private:
-    QList<QAction *> entries(const QString &button) const;
+    QList<QAction *> entries(const QString &button, const QString &part = {}) const;
 
     DriveFixture m_drive;
     UserInfo m_user;

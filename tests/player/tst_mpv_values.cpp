@@ -6,6 +6,7 @@
 #include "player/mpv/mpv_node.h"
 #include "player/mpv/track_info.h"
 #include "player/session/track_labels.h"
+#include "player/session/track_memory.h"
 
 namespace {
 
@@ -116,6 +117,58 @@ private slots:
                        {"type": "audio", "id": 3, "lang": "jpn", "codec": "aac", "audio-channels": 6}])");
         QCOMPARE(audioTrackLabels(info),
                  (QStringList{"日语 AAC 立体声 #1", "日语 AAC 立体声 #2", "日语 AAC 6声道"}));
+        QCOMPARE(audioTrackLabels(info, {{1, "评论音轨"}}).constFirst(),
+                 "日语 评论音轨 AAC 立体声");
+        const TrackInfo subtitles = parsed(
+            R"([{"type": "sub", "id": 1, "lang": "chi", "codec": "ass"},
+                {"type": "sub", "id": 2, "lang": "chi", "codec": "ass"},
+                {"type": "sub", "id": 3, "lang": "chi", "codec": "ass", "forced": true}])");
+        QCOMPARE(subtitleTrackLabels(subtitles, {{1, "简体"}, {2, "繁体"}, {3, "中文"}}),
+                 (QStringList{"中文 简体 ASS", "中文 繁体 ASS", "中文 ASS 强制"}));
+    }
+
+    void findsTheRememberedTrack_data()
+    {
+        QTest::addColumn<int>("found");
+        QTest::newRow("2") << 2;
+        QTest::newRow("7") << 0;
+        QTest::newRow("-1") << 0;
+        QTest::newRow("0 eng") << 1;
+        QTest::newRow("2 eng") << 1;
+        QTest::newRow("1 zho 繁體 中文") << 3;
+        QTest::newRow("9 chi 繁體 中文") << 3;
+        QTest::newRow("9 chi") << 4;      // that without a title, as it was
+        QTest::newRow("2 chi 特效") << 2; // the same number of those in the language
+        QTest::newRow("2 jpn") << 0;      // another language than the number's
+        QTest::newRow("5 jpn") << 5;      // its language is not told
+        QTest::newRow("9 und 评论") << 5;
+    }
+    void findsTheRememberedTrack()
+    {
+        const QList<TrackMemory> tracks{{1, "en", ""},
+                                        {2, "zh", "简体"},
+                                        {3, "chi", "繁體 中文"},
+                                        {4, "chi", ""},
+                                        {5, "", "评论"}};
+        const auto memory = TrackMemory::fromText(QTest::currentDataTag());
+        QVERIFY(memory);
+        QCOMPARE(memory->toText(), QTest::currentDataTag());
+        QTEST(findTrack(*memory, tracks).value_or(0), "found");
+    }
+
+    void tellsLanguagesApart_data()
+    {
+        QTest::addColumn<QString>("other");
+        QTest::addColumn<bool>("isSame");
+        QTest::newRow("zh-Hans") << "chi" << true;
+        QTest::newRow("zho") << "ZH" << true;
+        QTest::newRow("zh-TW") << "zh-CN" << false;
+        QTest::newRow("eng") << "chi" << false;
+    }
+    void tellsLanguagesApart()
+    {
+        QFETCH(QString, other);
+        QTEST(isSameLanguage(QTest::currentDataTag(), other), "isSame");
     }
 };
 

@@ -6,6 +6,8 @@
 #include "app/environment/video_quality.h"
 #include "db/tables/play_history.h"
 #include "player/session/chapters.h"
+#include "player/session/episode_number.h"
+#include "player/session/offered_subtitle.h"
 #include "player/session/play_quality.h"
 #include "player/session/skip_times.h"
 #include "player/session/speed.h"
@@ -24,6 +26,14 @@ struct KeyPress
     int key;
     Qt::KeyboardModifiers modifiers;
 };
+
+// "S1E2", "E2", "E1-2".
+QString textOf(const EpisodeNumber &number)
+{
+    const QString last = number.last == number.episode ? "" : "-" + QString::number(number.last);
+    const QString season = number.season ? "S" + QString::number(*number.season) : "";
+    return season + "E" + QString::number(number.episode) + last;
+}
 
 QList<FileItem> filesNamed(const QStringList &names)
 {
@@ -332,7 +342,7 @@ private slots:
 
     void knowsSubtitleFiles()
     {
-        const QList<FileItem> files = subtitleFilesOf(
+        const QList<OfferedSubtitle> files = subtitleFilesOf(
             filesNamed({"movie.mkv", "movie.SRT", "movie.srt.bak", "srt", "movie.ass"}));
         QCOMPARE(files.size(), 2);
         QCOMPARE(files.at(0).name, QString("movie.SRT"));
@@ -358,18 +368,40 @@ private slots:
     {
         QFETCH(QString, video);
         QFETCH(QStringList, files);
-        const QList<FileItem> subtitles = subtitleFilesOf(filesNamed(files));
-        const FileItem *found = findSimilarSubtitle(subtitles, video);
+        const QList<OfferedSubtitle> subtitles = subtitleFilesOf(filesNamed(files));
+        const OfferedSubtitle *found = findSimilarSubtitle(subtitles, video);
         QTEST(found ? found->name : QString(""), "match");
+    }
+
+    // Some episodes may be missed, but none may be invented.
+    void readsEpisodesFromReleaseNames()
+    {
+        QFile file(QFINDTESTDATA("../data/release_names.txt"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QStringList wrong;
+        int asked = 0;
+        int found = 0;
+        for (QString line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
+            const QString expected = line.section('\t', 0, 0);
+            const auto read = episodeOf(line.section('\t', 1).trimmed());
+            asked += expected == "-" ? 0 : 1;
+            found += read && textOf(*read) == expected ? 1 : 0;
+            if (read && textOf(*read) != expected) {
+                wrong += textOf(*read) + ", not " + line.trimmed();
+            } else if (!read && expected != "-") {
+                qInfo("missed: %s", qPrintable(line.trimmed()));
+            }
+        }
+        qInfo("%d of %d episodes found", found, asked);
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
+        QVERIFY(found * 10 >= asked * 9);
     }
 
     void subtitleFilesStayInTheTemporaryFolder()
     {
         for (const QString &name :
              {QString("../../etc/passwd.srt"), QString(300, 'x') + QString(".srt")}) {
-            FileItem file = filesNamed({name}).constFirst();
-            file.file_id = "6a1b";
-            const QFileInfo path(subtitlePath(QDir::tempPath(), file));
+            const QFileInfo path(subtitlePath(QDir::tempPath(), {"6a1b", name}));
             QCOMPARE(path.dir(), QDir::temp());
             QVERIFY(path.fileName().endsWith(".subtitle"));
             QVERIFY(path.fileName().toUtf8().size() <= 255);

@@ -56,6 +56,14 @@ private slots:
         m_clip.inputs = inputs.split(' ');
         m_clip.inputs << "-i" << subtitles("eng") << "-i" << subtitles("chi");
         m_clip.outputs = outputs.split(' ');
+        m_turned = m_clip;
+        m_turned.outputs = QString(outputs)
+                               .replace("0 language=jpn", "0 language=zho")
+                               .replace("1 language=chi", "1 language=jpn")
+                               .replace("-map 3 -map 4", "-map 4 -map 3")
+                               .replace("0 language=eng", "0 language=chi")
+                               .replace("s:1 language=chi", "s:1 language=eng")
+                               .split(' ');
     }
 
     void init()
@@ -89,8 +97,8 @@ private slots:
         QVERIFY(m_player->choose(Audio, "中文 AAC 单声道"));
         QTRY_COMPARE(words(), "embedded eng");
         QTRY_COMPARE(m_player->checkedText(Audio), "中文 AAC 单声道");
-        QCOMPARE(storedFolder().subtitleTrackId.value(), "1");
-        QCOMPARE(storedFolder().audioTrackId.value(), "2");
+        QCOMPARE(storedFolder().subtitleTrackId.value(), "1 eng");
+        QCOMPARE(storedFolder().audioTrackId.value(), "2 chi");
         QCOMPARE(storedFolder().folderName.value(), "show");
         QCOMPARE(FolderMemory("root", "u").folderName(), "首页"); // nobody has to be asked
         QCOMPARE(storedFolder().userId.value(), m_player->request(First).user.userId.value());
@@ -104,6 +112,109 @@ private slots:
         play(First);
         QCOMPARE(property("sid").toInt(), 1);
         QCOMPARE(property("aid").toInt(), 2);
+    }
+
+    // Whatever its number is in the next file.
+    void theLanguageIsChosen()
+    {
+        m_player->addClip("show/Ep03.mkv", m_turned);
+        play(Second);
+        QVERIFY(m_player->choose(Subtitle, "英语 SRT"));
+        QVERIFY(m_player->choose(Audio, "中文 AAC 单声道"));
+        QVERIFY(m_player->step("next", "Ep03.mkv"));
+        QTRY_COMPARE(words(), "embedded eng");
+        QCOMPARE(property("sid").toInt(), 2);
+        QTRY_COMPARE(property("aid").toInt(), 1);
+    }
+
+    // An address that works no longer is asked for anew, once.
+    void showsWhatTheDriveTranscoded()
+    {
+        QVERIFY(m_player->server().prepareMedia(First.toStdString()));
+        m_player->server().addFault(FaultOn("/subtitle/*").status(403));
+        play(First);
+        QCOMPARE(m_player->menuTexts(Subtitle),
+                 (QStringList{Off, "英语 SRT", "中文 SRT", "英语 转码字幕", "中文 转码字幕"}));
+        QVERIFY(m_player->choose(Subtitle, "英语 转码字幕"));
+        QTRY_COMPARE(words(), "embedded eng");
+        QTRY_COMPARE(m_player->checkedText(Subtitle), "英语 转码字幕");
+        QCOMPARE(property("track-list/count").toInt(), 6);
+        QCOMPARE(storedFolder().subtitleTrackId.value(), "0 eng");
+        m_player->host().closeAll();
+        play(First);
+        QTRY_COMPARE(m_player->checkedText(Subtitle), "英语 转码字幕");
+        QVERIFY(m_player->step("next", "Ep02.mkv"));
+        QTRY_COMPARE(m_player->checkedText(Subtitle), "英语 SRT");
+    }
+
+    // A stream has no tracks of its own.
+    void whatWasTranscodedStandsInForATrack()
+    {
+        clips::Clip clip = m_clip;
+        clip.width = 640;
+        clip.height = 360;
+        m_player->addClip("show/Ep03.mkv", clip);
+        QVERIFY(m_player->server().prepareMedia("show/Ep03.mkv"));
+        m_player->addFile("show/Ep03.srt", subRip("similar"));
+        FolderSetting setting;
+        setting.folderId = m_player->item(First).parent_file_id;
+        setting.subtitleTrackId = QString("1 eng");
+        saveFolderSetting(setting);
+        play("show/Ep03.mkv");
+        QVERIFY(m_player->choose("quality", "流畅 360p"));
+        QTRY_COMPARE(words(), "embedded eng");
+        QTRY_COMPARE(m_player->checkedText(Subtitle), "英语 转码字幕");
+        QVERIFY(m_player->storedHistory("show/Ep03.mkv").subTitle.value().isEmpty());
+    }
+
+    void showsASecondSubtitle()
+    {
+        m_player->addFile("show/other.srt", subRip("other"));
+        play(First);
+        QTRY_COMPARE(words(), "embedded chi");
+        QVERIFY(!m_player->choose(Subtitle, "中文 SRT", "第二字幕"));
+        QVERIFY(m_player->choose(Subtitle, "other.srt", "第二字幕"));
+        QTRY_COMPARE(property("secondary-sub-text").toString(), "other");
+        QVERIFY(m_player->choose(Subtitle, "英语 SRT", "第二字幕"));
+        QTRY_COMPARE(property("secondary-sub-text").toString(), "embedded eng");
+        QCOMPARE(words(), "embedded chi");
+        QCOMPARE(m_player->checkedText(Subtitle), "中文 SRT");
+
+        QVERIFY(m_player->step("next", "Ep02.mkv"));
+        QTRY_COMPARE(property("secondary-sub-text").toString(), "embedded eng");
+        QTRY_VERIFY(m_player->choose(Subtitle, "英语 SRT"));
+        QTRY_COMPARE(words(), "embedded eng");
+        QTRY_COMPARE(property("secondary-sid").toBool(), false);
+    }
+
+    // The delay is the video's, the rest is for all.
+    void movesSubtitles()
+    {
+        play(First);
+        QVERIFY(m_player->choose(Subtitle, "延后 0.1 秒", "字幕延迟"));
+        QVERIFY(m_player->choose(Subtitle, "提前 1 秒", "字幕延后 0.1 秒"));
+        QCOMPARE(qRound(property("sub-delay").toDouble() * 10), -9);
+        QVERIFY(m_player->choose(Subtitle, "大", "字幕大小"));
+        QVERIFY(m_player->choose(Subtitle, "顶部", "字幕位置"));
+        QVERIFY(m_player->step("next", "Ep02.mkv"));
+        QCOMPARE(property("sub-delay").toDouble(), 0.0);
+        m_player->host().closeAll();
+        play(First);
+        QCOMPARE(property("sub-scale").toDouble(), 1.3);
+        QCOMPARE(property("sub-pos").toInt(), 15);
+    }
+
+    // What fits the episode comes first; it is the user's to choose.
+    void suggestsTheEpisodesFiles()
+    {
+        m_player->addFile("show/Another.1x02.srt", subRip("another"));
+        m_player->addFile("show/Show [02].ass", subRip("fits"));
+        m_player->addFile("show/Show.S01E01.srt", subRip("fits not"));
+        play(Second);
+        const QStringList expected{"Another.1x02.srt", "Show [02].ass", Off,
+                                   "英语 SRT",         "中文 SRT",      "Show.S01E01.srt"};
+        QTRY_COMPARE(m_player->menuTexts(Subtitle), expected);
+        QTRY_COMPARE(words(), "embedded chi");
     }
 
     void theFoldersTrackIsPlayed_data()
@@ -312,7 +423,7 @@ private slots:
         const PlayRequest request = m_player->request(First);
         HistoryRow row(request.user, request.file, request.history);
         FolderMemory folder(request.file.parent_file_id, request.user.userId.value());
-        TrackChoices late(*m_player->mpv(), row, folder, request.user, FolderMemory::NoTrack);
+        TrackChoices late(*m_player->mpv(), row, folder, request.user, {});
         const LogCapture log;
         late.beginLoad();
         late.onFileLoaded();
@@ -372,6 +483,7 @@ private:
 
     QTemporaryDir m_folder;
     clips::Clip m_clip;
+    clips::Clip m_turned; // the same tracks in another order
     std::unique_ptr<PlayerFixture> m_player;
 };
 

@@ -4,17 +4,6 @@
 
 #include "db/tables/operations.h"
 
-namespace {
-
-std::optional<int> trackFromText(const QString &text)
-{
-    bool isNumber = false;
-    const int id = text.toInt(&isNumber);
-    return isNumber ? std::make_optional(id) : std::nullopt;
-}
-
-} // namespace
-
 FolderMemory::FolderMemory(const QString &folderId, QString userId) : m_userId(std::move(userId))
 {
     open(folderId);
@@ -73,14 +62,14 @@ void FolderMemory::clearOutro()
     save([](FolderSetting &row) { row.skipTailPos = 0; });
 }
 
-std::optional<int> FolderMemory::subtitleTrack() const
+std::optional<TrackMemory> FolderMemory::subtitleTrack() const
 {
-    return trackFromText(m_setting.subtitleTrackId.value());
+    return TrackMemory::fromText(m_setting.subtitleTrackId.value());
 }
 
-std::optional<int> FolderMemory::audioTrack() const
+std::optional<TrackMemory> FolderMemory::audioTrack() const
 {
-    return trackFromText(m_setting.audioTrackId.value());
+    return TrackMemory::fromText(m_setting.audioTrackId.value());
 }
 
 void FolderMemory::setLastPlayed(const QString &fileId)
@@ -92,18 +81,18 @@ void FolderMemory::setLastPlayed(const QString &fileId)
     save([&fileId](FolderSetting &row) { row.lastPlayFileId = fileId; });
 }
 
-void FolderMemory::setSubtitleTrack(std::optional<int> id)
+void FolderMemory::setSubtitleTrack(const std::optional<TrackMemory> &track)
 {
-    if (id == subtitleTrack()) {
+    if (track == subtitleTrack()) {
         return;
     }
-    m_setting.subtitleTrackId = id ? QString::number(*id) : QStringLiteral("");
+    m_setting.subtitleTrackId = track ? track->toText() : QStringLiteral("");
     save([this](FolderSetting &row) { row.subtitleTrackId = m_setting.subtitleTrackId; });
 }
 
-void FolderMemory::setAudioTrack(int id)
+void FolderMemory::setAudioTrack(const TrackMemory &track)
 {
-    m_setting.audioTrackId = QString::number(id);
+    m_setting.audioTrackId = track.toText();
     save([this](FolderSetting &row) { row.audioTrackId = m_setting.audioTrackId; });
 }
 

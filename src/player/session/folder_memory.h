@@ -5,6 +5,7 @@
 
 #include "db/tables/folder_setting.h"
 #include "player/session/skip_times.h"
+#include "player/session/track_memory.h"
 
 // What is remembered for the videos of one cloud folder: where intro and outro are, and which
 // embedded tracks the user chose. The row is written when the user changes something, its keys
@@ -33,13 +34,14 @@ public:
     bool setOutroStart(int position, int duration);
     void clearOutro();
 
-    // The track chosen for the folder, NoTrack when the user switched it off; empty: never chosen.
-    [[nodiscard]] std::optional<int> subtitleTrack() const;
-    [[nodiscard]] std::optional<int> audioTrack() const;
     // The video that plays now; it is found again by this in the list of files.
     void setLastPlayed(const QString &fileId);
-    void setSubtitleTrack(std::optional<int> id);
-    void setAudioTrack(int id);
+    // The track chosen for the folder, its id NoTrack when the user switched it off; empty: never
+    // chosen.
+    [[nodiscard]] std::optional<TrackMemory> subtitleTrack() const;
+    [[nodiscard]] std::optional<TrackMemory> audioTrack() const;
+    void setSubtitleTrack(const std::optional<TrackMemory> &track);
+    void setAudioTrack(const TrackMemory &track);
 
 private:
     void save(const std::function<void(FolderSetting &)> &change);

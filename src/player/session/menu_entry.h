@@ -2,10 +2,11 @@
 
 #include <tuple>
 
+#include <QList>
 #include <QString>
 #include <QVariant>
 
-// One line of a drop-down menu of the control bar.
+// One line of a drop-down menu of the control bar; one with children opens a menu of them.
 struct MenuEntry
 {
     QString text;
@@ -15,13 +16,15 @@ struct MenuEntry
     QString tip{};  // what choosing it does, where the text does not say so
     bool beginsGroup = false;
     bool enabled = true;
+    QString hint{}; // at the right: keys that do the same, or a mark
+    QList<MenuEntry> children{};
 };
 
 [[nodiscard]] inline bool operator==(const MenuEntry &left, const MenuEntry &right)
 {
     const auto all = [](const MenuEntry &entry) {
         return std::tie(entry.text, entry.data, entry.checked, entry.icon, entry.tip,
-                        entry.beginsGroup, entry.enabled);
+                        entry.beginsGroup, entry.enabled, entry.hint, entry.children);
     };
     return all(left) == all(right);
 }

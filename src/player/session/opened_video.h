@@ -19,12 +19,13 @@ enum class StartFrom { WhereItStopped, EndOfIntro };
 struct OpenedVideo
 {
     OpenedVideo(MpvWidget &mpv, const UserInfo &owner, const FileItem &file,
-                const QList<FileItem> &listed, const PlayHistory &history, int chosenSubtitle)
+                const QList<FileItem> &listed, const PlayHistory &history,
+                const CarriedTracks &carried)
         : user(owner)
         , row(owner, file, history)
         , folder(file.parent_file_id, owner.userId.value())
         , neighbours(owner, listed)
-        , tracks(mpv, row, folder, owner, chosenSubtitle)
+        , tracks(mpv, row, folder, owner, carried)
         , playback(mpv)
     {
     }

@@ -5,7 +5,7 @@
 
 #include <QUrl>
 
-#include "api/records/video_records.h"
+#include "api/records/subtitle_records.h"
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
 #include "app/environment/video_quality.h"
@@ -68,6 +68,7 @@ void PlayAddress::request(Purpose purpose)
     m_purpose = purpose;
     m_answer = Answer::Awaited;
     m_entries.clear();
+    m_subtitles.clear();
     m_refusal.reset();
     m_reason.clear();
     if (purpose == Purpose::Source) {
@@ -85,7 +86,7 @@ OpenApiClient PlayAddress::client()
 
 void PlayAddress::requestPlayInfo()
 {
-    const auto success = [this](const VideoPreviewPlayInfoResp &reply) {
+    const auto success = [this](const VideoPlayInfo &reply) {
         onPlayInfo(reply);
         requestSource();
     };
@@ -97,9 +98,10 @@ void PlayAddress::requestPlayInfo()
         client().playInfo(m_file.file_id, m_replies.guard(success), m_replies.guard(fail)));
 }
 
-void PlayAddress::onPlayInfo(const VideoPreviewPlayInfoResp &reply)
+void PlayAddress::onPlayInfo(const VideoPlayInfo &reply)
 {
-    const VideoPreviewPlayInfo &info = reply.video_preview_play_info;
+    m_subtitles = transcodedSubtitles(reply.subtitles);
+    const VideoPreviewPlayInfo &info = reply.streams.video_preview_play_info;
     for (const LiveTranscodingTask &task : info.live_transcoding_task_list) {
         m_entries.append({task.template_id, task.template_width, task.template_height, task.url});
     }

@@ -11,10 +11,11 @@
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
 #include "player/session/menu_entry.h"
+#include "player/session/offered_subtitle.h"
 #include "player/session/play_quality.h"
 
 class OpenApiClient;
-class VideoPreviewPlayInfoResp;
+struct VideoPlayInfo;
 
 // From where one video can be played: the drive's transcoded streams, then the source file.
 class PlayAddress final : public QObject
@@ -55,6 +56,8 @@ public:
     [[nodiscard]] bool isPlayable() const;
     // In the drive's order, the source last and only if its address could be obtained.
     [[nodiscard]] QList<MenuEntry> menu() const;
+    // The subtitles that came with the streams.
+    [[nodiscard]] const QList<OfferedSubtitle> &subtitles() const { return m_subtitles; }
     // Seconds, as the drive measured the video; 0: unknown.
     [[nodiscard]] int duration() const { return m_duration; }
 
@@ -72,7 +75,7 @@ private:
     void request(Purpose purpose);
     void requestPlayInfo();
     [[nodiscard]] OpenApiClient client();
-    void onPlayInfo(const VideoPreviewPlayInfoResp &reply);
+    void onPlayInfo(const VideoPlayInfo &reply);
     void requestSource();
     void onFailure(const QString &operation, int code, const QString &error);
     void onAnswer(Answer answer);
@@ -85,6 +88,7 @@ private:
     bool m_isOpen = false; // somebody waits for the answer
     QDeadlineTimer m_life;
     QList<QualityEntry> m_entries;
+    QList<OfferedSubtitle> m_subtitles;
     QString m_wanted;
     std::optional<ApiRefusal> m_refusal;
     QString m_reason;

@@ -46,9 +46,9 @@ void PlayMachine::connectMpv()
     connect(&m_mpv, &MpvWidget::playbackRestarted, this, &PlayMachine::onPlaybackRestarted);
     connect(&m_mpv, &MpvWidget::durationChanged, this, &PlayMachine::onDurationChanged);
     connect(&m_mpv, &MpvWidget::positionChanged, this, &PlayMachine::onPositionChanged);
-    connect(&m_mpv, &MpvWidget::trackListChanged, this, [this](const TrackInfo &tracks) {
+    connect(&m_mpv, &MpvWidget::trackListChanged, this, [this] {
         if (m_loaded) {
-            m_loaded->tracks.onTrackListChanged(tracks);
+            m_loaded->tracks.onTrackListChanged();
         }
     });
     connect(&m_mpv, &MpvWidget::playEnd, this, &PlayMachine::onPlayEnd);
@@ -111,6 +111,7 @@ void PlayMachine::connectVideo(OpenedVideo &video)
             [this, &video] { onNoAddress(video); });
     connect(&video.row, &HistoryRow::saved, this, &PlayMachine::historyUpdated);
     connect(&video.tracks, &TrackChoices::changed, this, &PlayMachine::menusChanged);
+    connect(&video.tracks, &TrackChoices::noted, this, &PlayMachine::noted);
     connect(&video.neighbours, &FolderVideos::changed, this, &PlayMachine::videosChanged);
     for (const auto answer : {&FolderVideos::changed, &FolderVideos::failed}) {
         connect(&video.neighbours, answer, this,
@@ -173,6 +174,7 @@ void PlayMachine::load(OpenedVideo &video)
     }
     video.state = PlayState::Loading;
     m_loaded = &video;
+    video.tracks.setTranscoded(video.address->subtitles());
     video.tracks.beginLoad();
     video.playback.setDriveDuration(video.address->duration());
     awaitSign();

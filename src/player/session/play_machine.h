@@ -10,7 +10,6 @@
 #include "player/session/opened_video.h"
 
 class MpvWidget;
-struct TrackInfo;
 
 // The video that plays and, beside it, the one that is being opened: the one place where a video
 // changes its state. The candidate takes the other's place with its first picture; when it fails,
@@ -75,6 +74,8 @@ signals:
     void ended();
     // A message for the user.
     void told(const QString &text);
+    // What a choice of the user has come to.
+    void noted(const QString &text);
     void historyUpdated(PlayHistory &row);
 
 private:

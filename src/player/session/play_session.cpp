@@ -6,6 +6,7 @@
 #include "player/mpv/mpv_widget.h"
 #include "player/session/play_request.h"
 #include "player/session/speed.h"
+#include "player/session/subtitle_command.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ constexpr int LongestDelay = 10000; // milliseconds
 } // namespace
 
 PlaySession::PlaySession(MpvWidget &mpv, QObject *parent)
-    : QObject(parent), m_mpv(mpv), m_machine(mpv), m_end(mpv, m_machine)
+    : QObject(parent), m_mpv(mpv), m_machine(mpv), m_end(mpv, m_machine), m_subtitleLook(mpv)
 {
     connect(&m_machine, &PlayMachine::changed, this, &PlaySession::changed);
     connect(&m_machine, &PlayMachine::videosChanged, this, &PlaySession::videosChanged);
@@ -32,6 +33,7 @@ PlaySession::PlaySession(MpvWidget &mpv, QObject *parent)
         m_machine.current()->pausesAtEnd = false; // it is over, and nothing has followed
     });
     connect(&m_machine, &PlayMachine::told, this, &PlaySession::told);
+    connect(&m_machine, &PlayMachine::noted, this, &PlaySession::noted);
     connect(&m_machine, &PlayMachine::historyUpdated, this, &PlaySession::historyUpdated);
 }
 
@@ -53,9 +55,9 @@ void PlaySession::open(const PlayRequest &request)
     savePosition();
     const bool isListed = !request.videos.isEmpty();
     const QList<FileItem> listed = isListed ? request.videos : QList<FileItem>{request.file};
-    const int subtitle = chosen ? chosen->tracks.chosenTrack() : FolderMemory::NoTrack;
+    const CarriedTracks carried = chosen ? chosen->tracks.carried() : CarriedTracks();
     auto video = std::make_unique<OpenedVideo>(m_mpv, request.user, request.file, listed,
-                                               request.history, subtitle);
+                                               request.history, carried);
     if (isListed) {
         video->neighbours.request(request.file);
     } else {
@@ -118,7 +120,7 @@ void PlaySession::openNeighbour(const FileItem &file, StartFrom start, Source so
     const OpenedVideo &from = *m_machine.chosen();
     savePosition();
     auto video = std::make_unique<OpenedVideo>(m_mpv, from.user, file, QList<FileItem>(),
-                                               PlayHistory(), from.tracks.chosenTrack());
+                                               PlayHistory(), from.tracks.carried());
     video->start = start;
     video->neighbours.adopt(from.neighbours);
     if (!video->neighbours.isComplete()) {
@@ -233,7 +235,10 @@ void PlaySession::chooseAudio(const QVariant &track)
 
 void PlaySession::chooseSubtitle(const QVariant &track)
 {
-    if (m_machine.isPlaying()) {
+    const auto command = SubtitleCommand::fromData(track);
+    if (command && m_subtitleLook.choose(*command)) {
+        emit menusChanged();
+    } else if (m_machine.isPlaying()) {
         m_machine.current()->tracks.chooseSubtitle(track);
     }
 }
@@ -288,7 +293,11 @@ QList<FileItem> PlaySession::videos() const
 
 PlayMenus PlaySession::menus() const
 {
-    return menusOf(m_machine.chosen());
+    PlayMenus menus = menusOf(m_machine.chosen());
+    if (!menus.subtitle.isEmpty()) {
+        menus.subtitle += m_subtitleLook.menu();
+    }
+    return menus;
 }
 
 // --- the next video's turn

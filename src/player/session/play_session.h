@@ -7,6 +7,7 @@
 #include "player/session/play_machine.h"
 #include "player/session/play_menus.h"
 #include "player/session/play_status.h"
+#include "player/session/subtitle_look.h"
 
 class MpvWidget;
 struct PlayRequest;
@@ -73,6 +74,8 @@ signals:
     void positionShown(int position, int duration);
     // A message for the user.
     void told(const QString &text);
+    // What a choice has come to, to be read for a moment.
+    void noted(const QString &text);
     void historyUpdated(PlayHistory &row);
     // The user chose another quality; the setting is written.
     void videoQualityChanged();
@@ -94,4 +97,5 @@ private:
     QString m_awaitedFrom; // the video that the step leads away from
     PlayMachine m_machine;
     EpisodeEnd m_end;
+    SubtitleLook m_subtitleLook;
 };

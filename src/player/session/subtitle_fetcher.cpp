@@ -1,9 +1,12 @@
 #include "player/session/subtitle_fetcher.h"
 
+#include <utility>
+
 #include <QFile>
 #include <QTemporaryDir>
 
 #include "api/records/file_records.h"
+#include "api/records/subtitle_records.h"
 #include "api/session/open_api_client.h"
 #include "net/http_downloader.h"
 #include "net/log_failure.h"
@@ -19,6 +22,11 @@ void logFailedDownload(const QString &error)
     logFailure(QStringLiteral("subtitle download"), -1, error);
 }
 
+ApiFailure logged(const QString &operation)
+{
+    return [operation](const QString &error, int code) { logFailure(operation, code, error); };
+}
+
 bool holdsSubtitles(const QString &path)
 {
     QFile file(path);
@@ -27,24 +35,26 @@ bool holdsSubtitles(const QString &path)
 
 } // namespace
 
-SubtitleFetcher::SubtitleFetcher(QObject *parent) : QObject(parent) {}
+SubtitleFetcher::SubtitleFetcher(UserInfo user, QString videoId, QObject *parent)
+    : QObject(parent), m_user(std::move(user)), m_videoId(std::move(videoId))
+{
+}
 
 SubtitleFetcher::~SubtitleFetcher()
 {
     cancel();
 }
 
-void SubtitleFetcher::fetch(const UserInfo &user, const FileItem &subtitle)
+void SubtitleFetcher::fetch(const OfferedSubtitle &subtitle)
 {
     cancel();
-    const auto success = [this, subtitle](const GetDownloadUrlResp &reply) {
-        download(reply.url, subtitle);
-    };
-    const auto fail = [](const QString &error, int code) {
-        logFailure(QStringLiteral("getDownloadUrl"), code, error);
-    };
-    m_replies.limitWait(
-        OpenApiClient(user).downloadUrl(subtitle.file_id, m_replies.guard(success), fail));
+    if (!subtitle.isTranscoded()) {
+        requestAddress(subtitle);
+    } else if (subtitle.url.isEmpty()) {
+        requestTranscoded(subtitle);
+    } else {
+        download(subtitle, Address::Old);
+    }
 }
 
 void SubtitleFetcher::cancel()
@@ -53,7 +63,32 @@ void SubtitleFetcher::cancel()
     delete m_download;
 }
 
-void SubtitleFetcher::download(const QString &url, const FileItem &subtitle)
+void SubtitleFetcher::requestAddress(const OfferedSubtitle &subtitle)
+{
+    const auto success = [this, subtitle](const GetDownloadUrlResp &reply) {
+        OfferedSubtitle addressed = subtitle;
+        addressed.url = reply.url;
+        download(addressed, Address::New);
+    };
+    m_replies.limitWait(OpenApiClient(m_user).downloadUrl(
+        subtitle.id, m_replies.guard(success), logged(QStringLiteral("getDownloadUrl"))));
+}
+
+void SubtitleFetcher::requestTranscoded(const OfferedSubtitle &subtitle)
+{
+    const auto success = [this, id = subtitle.id](const VideoPlayInfo &reply) {
+        const QList<OfferedSubtitle> offered = transcodedSubtitles(reply.subtitles);
+        if (const OfferedSubtitle *found = findOffered(offered, id)) {
+            download(*found, Address::New);
+        } else {
+            logFailedDownload(QStringLiteral("it is not offered any more"));
+        }
+    };
+    m_replies.limitWait(OpenApiClient(m_user).playInfo(m_videoId, m_replies.guard(success),
+                                                       logged(QStringLiteral("getPlayInfo"))));
+}
+
+void SubtitleFetcher::download(const OfferedSubtitle &subtitle, Address address)
 {
     if (!m_folder) {
         m_folder = std::make_unique<QTemporaryDir>(subtitleFolderTemplate());
@@ -63,24 +98,28 @@ void SubtitleFetcher::download(const QString &url, const FileItem &subtitle)
         return;
     }
     const QString path = subtitlePath(m_folder->path(), subtitle);
-    auto *download = new HttpDownLoader(url, path, this);
+    auto *download = new HttpDownLoader(subtitle.url, path, this);
     m_download = download;
     download->setLargest(LargestFile);
     connect(download, &HttpDownLoader::downFinished, this,
-            [this, id = subtitle.file_id, path] { onDownloaded(id, path); });
-    connect(download, &HttpDownLoader::error, this, [this](const QString &error) {
-        endDownload();
-        logFailedDownload(error);
-    });
+            [this, id = subtitle.id, path] { onDownloaded(id, path); });
+    connect(download, &HttpDownLoader::error, this,
+            [this, subtitle, address](const QString &error) {
+                endDownload();
+                logFailedDownload(error);
+                if (address == Address::Old) {
+                    requestTranscoded(subtitle);
+                }
+            });
     download->start();
 }
 
-void SubtitleFetcher::onDownloaded(const QString &fileId, const QString &path)
+void SubtitleFetcher::onDownloaded(const QString &id, const QString &path)
 {
     endDownload();
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     if (holdsSubtitles(path)) {
-        emit fetched(fileId, path);
+        emit fetched(id, path);
     } else {
         QFile::remove(path);
         logFailedDownload(QStringLiteral("these are no subtitles"));

@@ -7,12 +7,12 @@
 
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
+#include "player/session/offered_subtitle.h"
 
-class FileItem;
 class HttpDownLoader;
 class QTemporaryDir;
 
-// Downloads subtitle files of the drive to temporary files that nobody else can read, one at a
+// Downloads subtitle files of one video to temporary files that nobody else can read, one at a
 // time: a later request takes the place of an earlier one. Failures, files that are too large and
 // files that are something else are logged and add nothing. The files are removed with this object.
 class SubtitleFetcher final : public QObject
@@ -21,20 +21,28 @@ class SubtitleFetcher final : public QObject
     Q_DISABLE_COPY_MOVE(SubtitleFetcher)
 
 public:
-    explicit SubtitleFetcher(QObject *parent = nullptr);
+    SubtitleFetcher(UserInfo user, QString videoId, QObject *parent = nullptr);
     ~SubtitleFetcher() override;
 
-    void fetch(const UserInfo &user, const FileItem &subtitle);
+    // Asks for the address of a file of the drive. That of a transcoded one is asked for, once,
+    // when there is none or it works no longer.
+    void fetch(const OfferedSubtitle &subtitle);
     void cancel();
 
 signals:
-    void fetched(const QString &fileId, const QString &path);
+    void fetched(const QString &id, const QString &path);
 
 private:
-    void download(const QString &url, const FileItem &subtitle);
-    void onDownloaded(const QString &fileId, const QString &path);
+    enum class Address { Old, New };
+
+    void requestAddress(const OfferedSubtitle &subtitle);
+    void requestTranscoded(const OfferedSubtitle &subtitle);
+    void download(const OfferedSubtitle &subtitle, Address address);
+    void onDownloaded(const QString &id, const QString &path);
     void endDownload();
 
+    const UserInfo m_user;
+    const QString m_videoId;
     QPointer<HttpDownLoader> m_download;
     std::unique_ptr<QTemporaryDir> m_folder; // once it is needed
     ReplyGuard m_replies;

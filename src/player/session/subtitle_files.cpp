@@ -9,6 +9,7 @@
 
 #include "api/records/file_records.h"
 #include "app/environment/file_name.h"
+#include "player/session/offered_subtitle.h"
 
 namespace {
 
@@ -28,13 +29,14 @@ bool isSubtitleFile(const QString &name)
     return dot >= 0 && extensions.contains(name.mid(dot + 1).toLower());
 }
 
-QList<FileItem> subtitleFilesOf(const QList<FileItem> &files)
+QList<OfferedSubtitle> subtitleFilesOf(const QList<FileItem> &files)
 {
-    QList<FileItem> subtitles;
-    std::copy_if(files.cbegin(), files.cend(), std::back_inserter(subtitles),
-                 [](const FileItem &file) {
-                     return file.type != QLatin1String("folder") && isSubtitleFile(file.name);
-                 });
+    QList<OfferedSubtitle> subtitles;
+    for (const FileItem &file : files) {
+        if (file.type != QLatin1String("folder") && isSubtitleFile(file.name)) {
+            subtitles.append({file.file_id, file.name});
+        }
+    }
     return subtitles;
 }
 
@@ -44,20 +46,21 @@ QString videoBaseName(const QString &name)
     return dot < 0 ? name : name.left(dot);
 }
 
-const FileItem *findSimilarSubtitle(const QList<FileItem> &subtitles, const QString &videoName)
+const OfferedSubtitle *findSimilarSubtitle(const QList<OfferedSubtitle> &subtitles,
+                                           const QString &videoName)
 {
     const QString baseName = videoBaseName(videoName);
-    const auto found =
-        std::find_if(subtitles.cbegin(), subtitles.cend(), [&baseName](const FileItem &file) {
-            return file.name.contains(baseName, Qt::CaseSensitive);
-        });
+    const auto found = std::find_if(subtitles.cbegin(), subtitles.cend(),
+                                    [&baseName](const OfferedSubtitle &subtitle) {
+                                        return subtitle.name.contains(baseName, Qt::CaseSensitive);
+                                    });
     return found == subtitles.cend() ? nullptr : &*found;
 }
 
-QString subtitlePath(const QString &folder, const FileItem &subtitle)
+QString subtitlePath(const QString &folder, const OfferedSubtitle &subtitle)
 {
     // The id keeps files of the same name in two folders of the drive apart.
-    const QString name = subtitle.name + QLatin1Char('.') + subtitle.file_id;
+    const QString name = subtitle.name + QLatin1Char('.') + subtitle.id;
     return safePathInFolder(folder, name + QStringLiteral(".subtitle"));
 }
 

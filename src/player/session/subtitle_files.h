@@ -4,6 +4,7 @@
 #include <QString>
 
 class FileItem;
+struct OfferedSubtitle;
 
 // Subtitle files that lie beside a video in its cloud folder.
 
@@ -11,17 +12,18 @@ class FileItem;
 bool isSubtitleFile(const QString &name);
 
 // The files of a folder that are subtitles, in the folder's order.
-QList<FileItem> subtitleFilesOf(const QList<FileItem> &files);
+QList<OfferedSubtitle> subtitleFilesOf(const QList<FileItem> &files);
 
 // The name up to its last "."; the whole name when it has none.
 QString videoBaseName(const QString &name);
 
 // The first subtitle file whose name contains the video's base name, letter case included; null
 // when there is none.
-const FileItem *findSimilarSubtitle(const QList<FileItem> &subtitles, const QString &videoName);
+const OfferedSubtitle *findSimilarSubtitle(const QList<OfferedSubtitle> &subtitles,
+                                           const QString &videoName);
 
 // Where a subtitle file is downloaded to: in the folder, ".subtitle" at the end.
-QString subtitlePath(const QString &folder, const FileItem &subtitle);
+QString subtitlePath(const QString &folder, const OfferedSubtitle &subtitle);
 
 // For QTemporaryDir: a new folder for subtitle files in the system's temporary directory.
 QString subtitleFolderTemplate();

@@ -6,28 +6,31 @@
 #include <QDebug>
 
 #include "api/session/open_api_client.h"
-#include "api/session/session.h"
 #include "net/log_failure.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/folder_memory.h"
 #include "player/session/history_row.h"
+#include "player/session/subtitle_command.h"
 #include "player/session/subtitle_files.h"
+#include "player/session/subtitle_menu.h"
 #include "player/session/track_labels.h"
 
 namespace {
-
-// With pages of 100 entries, 5,000 of a folder's are looked through.
-constexpr int MostFurtherPages = 49;
 
 QVariant automatic()
 {
     return QStringLiteral("auto");
 }
 
-void setTrack(MpvWidget &mpv, const QString &property, int id)
+// Before a file is open, libmpv takes a number of the last one.
+QVariant ahead(const TrackMemory &track)
 {
-    mpv.setProperty(property,
-                    id == FolderMemory::NoTrack ? QVariant(QStringLiteral("no")) : QVariant(id));
+    return track.id > 0 ? QVariant(track.id) : automatic();
+}
+
+QVariant none()
+{
+    return QStringLiteral("no");
 }
 
 QString subtitleProperty()
@@ -43,37 +46,57 @@ QString audioProperty()
 } // namespace
 
 TrackChoices::TrackChoices(MpvWidget &mpv, HistoryRow &row, FolderMemory &folder, UserInfo user,
-                           int chosenBefore)
+                           const CarriedTracks &carried)
     : m_mpv(mpv)
     , m_row(row)
     , m_folder(folder)
     , m_user(std::move(user))
-    , m_audioTrackId(folder.audioTrack())
-    , m_selectedSubtitleTrackId(chosenBefore)
+    , m_fetcher(m_user, row.file().file_id)
+    , m_added(mpv)
+    , m_folderFiles(m_user)
+    , m_second(mpv, m_added, m_user, row.file().file_id, carried.second)
+    , m_audio(folder.audioTrack())
+    , m_carried(carried.subtitle)
 {
     m_subtitle = rememberedSubtitle();
     connect(&m_fetcher, &SubtitleFetcher::fetched, this, &TrackChoices::onFetched);
-    connect(&Session::instance().reachability(), &Reachability::returned, this,
-            &TrackChoices::onReturned);
+    connect(&m_folderFiles, &FolderSubtitles::known, this, &TrackChoices::onFolderFiles);
+    connect(&m_folderFiles, &FolderSubtitles::askedAgain, this, &TrackChoices::onAskedAgain);
+    connect(&m_second, &SecondSubtitle::added, this, &TrackChoices::onTrackListChanged);
 }
 
 TrackChoices::SubtitleChoice TrackChoices::rememberedSubtitle() const
 {
     const PlayHistory &row = m_row.values();
     if (!row.subTitle.value().isEmpty()) {
-        return {SubtitleKind::DriveFile, 0, row.subTitle.value()};
+        return {SubtitleKind::DriveFile, {}, row.subTitle.value()};
     }
     if (row.subTitleType.value() == static_cast<int>(SubtitleKind::Off)) {
         return {SubtitleKind::Off};
     }
-    if (const auto id = m_folder.subtitleTrack()) {
-        return *id < 0 ? SubtitleChoice{SubtitleKind::Off}
-                       : SubtitleChoice{SubtitleKind::Embedded, *id};
+    if (const auto track = m_folder.subtitleTrack()) {
+        return track->id < 0 ? SubtitleChoice{SubtitleKind::Off}
+                             : SubtitleChoice{SubtitleKind::Embedded, *track};
     }
-    if (m_selectedSubtitleTrackId != FolderMemory::NoTrack) {
-        return {SubtitleKind::Embedded, m_selectedSubtitleTrackId};
+    if (m_carried) {
+        return {SubtitleKind::Embedded, *m_carried};
     }
     return {};
+}
+
+void TrackChoices::setTranscoded(const QList<OfferedSubtitle> &offered)
+{
+    m_transcoded = offered;
+}
+
+SecondSubtitle::Offer TrackChoices::offer() const
+{
+    return {m_tracks, m_transcoded, m_files};
+}
+
+CarriedTracks TrackChoices::carried() const
+{
+    return {m_carried, m_second.carried()};
 }
 
 // libmpv carries a chosen number over to the next file, where it may mean another track or none.
@@ -83,20 +106,24 @@ void TrackChoices::beginLoad()
 {
     m_fileLoaded = false;
     m_tracksChosen = false;
+    m_standIn.clear();
     m_added.clear();
-    m_tracks = TrackInfo();
-    if (m_audioTrackId) {
-        setTrack(m_mpv, audioProperty(), *m_audioTrackId);
-    } else {
-        m_mpv.setProperty(audioProperty(), automatic());
-    }
-    if (m_subtitle.kind == SubtitleKind::Off) {
-        setTrack(m_mpv, subtitleProperty(), FolderMemory::NoTrack);
-    } else if (m_subtitle.kind == SubtitleKind::Embedded) {
-        setTrack(m_mpv, subtitleProperty(), m_subtitle.trackId);
-    } else {
+    m_tracks = TrackList();
+    m_second.beginLoad();
+    m_mpv.setProperty(audioProperty(), m_audio ? ahead(*m_audio) : automatic());
+    switch (m_subtitle.kind) {
+    case SubtitleKind::Off:
+        m_mpv.setProperty(subtitleProperty(), none());
+        break;
+    case SubtitleKind::Embedded:
+        m_mpv.setProperty(subtitleProperty(), ahead(m_subtitle.track));
+        break;
+    case SubtitleKind::Automatic:
+    case SubtitleKind::DriveFile:
         m_mpv.setProperty(subtitleProperty(), automatic());
+        break;
     }
+    setDelay(m_delay);
     emit changed();
 }
 
@@ -104,34 +131,19 @@ void TrackChoices::beginLoad()
 void TrackChoices::endLoad()
 {
     m_fileLoaded = false;
+    m_second.endLoad();
     m_added.clear();
 }
 
 void TrackChoices::requestFolder()
 {
-    if (std::exchange(m_filesAsked, true)) {
+    if (m_folderFiles.isAsked()) {
         return;
     }
-    m_received.clear();
-    m_markers.clear();
-    m_filesLost = false;
-    requestFiles(QString());
+    m_folderFiles.request(m_folder.folderId());
     if (m_folder.folderName().isEmpty()) {
         requestFolderName();
     }
-}
-
-void TrackChoices::requestFiles(const QString &marker)
-{
-    const auto listed = [this](const FileItems &page) { onFolderPage(page); };
-    // The subtitle file that the video's row names can be had without its folder's list.
-    const auto fail = [this](const QString &error, int code) {
-        logFailure(QStringLiteral("getFileList"), code, error);
-        m_filesLost = true;
-        onFolderFiles();
-    };
-    m_replies.limitWait(OpenApiClient(m_user).listAllByNamePaged(
-        m_folder.folderId(), marker, m_replies.guard(listed), m_replies.guard(fail)));
 }
 
 void TrackChoices::requestFolderName()
@@ -146,58 +158,44 @@ void TrackChoices::requestFolderName()
 
 void TrackChoices::onFolderChanged()
 {
+    const bool wasAsked = m_folderFiles.isAsked();
     m_replies.abandon();
-    m_subtitleFiles.clear();
-    m_filesKnown = false;
+    m_folderFiles.clear();
+    m_files.clear();
     if (!m_userChose) {
-        m_audioTrackId = m_folder.audioTrack();
+        m_audio = m_folder.audioTrack();
         m_subtitle = rememberedSubtitle();
         m_fileChosen = m_fileChosen && m_subtitle.kind == SubtitleKind::DriveFile;
         if (m_tracksChosen) {
             selectRemembered();
         }
     }
-    if (std::exchange(m_filesAsked, false)) {
+    if (wasAsked) {
         requestFolder();
     }
-}
-
-// A drive may give fewer entries than asked for, and markers without an end.
-void TrackChoices::onFolderPage(const FileItems &page)
-{
-    m_received += subtitleFilesOf(page.items);
-    const QString &next = page.next_marker;
-    if (next.isEmpty() || m_markers.contains(next) || m_markers.size() == MostFurtherPages) {
-        onFolderFiles();
-        return;
-    }
-    m_markers.insert(next);
-    requestFiles(next);
 }
 
 void TrackChoices::onFolderFiles()
 {
-    m_subtitleFiles = m_received;
-    m_filesKnown = true;
+    m_files = m_folderFiles.files();
+    suggestFor(m_row.file().name, m_files);
     chooseFileAutomatically();
     emit changed();
 }
 
-void TrackChoices::onReturned()
+void TrackChoices::onAskedAgain()
 {
-    if (m_filesLost) {
-        m_filesAsked = false;
-        m_filesKnown = false;
-        m_fileChosen = m_userChose || m_subtitle.kind == SubtitleKind::DriveFile;
-        requestFolder();
+    m_fileChosen = m_userChose || m_subtitle.kind == SubtitleKind::DriveFile;
+    if (m_folder.folderName().isEmpty()) {
+        requestFolderName();
     }
 }
 
 void TrackChoices::onFileLoaded()
 {
     m_fileLoaded = true;
-    m_tracks = m_mpv.trackInfo();
-    if (m_subtitle.kind == SubtitleKind::DriveFile && m_paths.contains(m_subtitle.fileId)) {
+    m_tracks = readTrackList(m_mpv);
+    if (m_subtitle.kind == SubtitleKind::DriveFile && m_added.isKept(m_subtitle.fileId)) {
         addFile();
     } else {
         chooseFileAutomatically();
@@ -211,49 +209,71 @@ void TrackChoices::onPlaybackRestarted()
 {
     if (m_fileLoaded && !std::exchange(m_tracksChosen, true)) {
         selectRemembered();
+        m_tracks = readTrackList(m_mpv);
+        m_second.onPlaying(offer());
     }
     m_hasPlayed = true;
     writeRow();
 }
 
-void TrackChoices::onTrackListChanged(const TrackInfo &tracks)
+void TrackChoices::onTrackListChanged()
 {
     if (!m_fileLoaded) {
         return;
     }
-    m_tracks = tracks;
+    m_tracks = readTrackList(m_mpv);
     emit changed();
 }
 
 void TrackChoices::selectRemembered()
 {
-    m_tracks = m_mpv.trackInfo();
-    if (m_audioTrackId) {
-        setTrack(m_mpv, audioProperty(), playableAudio(*m_audioTrackId));
+    m_tracks = readTrackList(m_mpv);
+    if (m_audio) {
+        const int audio = playableAudio(*m_audio);
+        m_mpv.setProperty(audioProperty(), audio > 0 ? QVariant(audio) : none());
     }
-    if (!m_added.isEmpty()) {
-        return;
+    switch (m_subtitle.kind) {
+    case SubtitleKind::Off:
+        m_mpv.setProperty(subtitleProperty(), none());
+        break;
+    case SubtitleKind::Embedded:
+        selectEmbedded();
+        break;
+    case SubtitleKind::Automatic:
+    case SubtitleKind::DriveFile:
+        if (m_added.isEmpty()) {
+            selectChinese();
+        }
+        break;
     }
-    if (m_subtitle.kind == SubtitleKind::Off) {
-        setTrack(m_mpv, subtitleProperty(), FolderMemory::NoTrack);
-    } else if (m_subtitle.kind == SubtitleKind::Embedded && hasSubtitleTrack(m_subtitle.trackId)) {
-        setTrack(m_mpv, subtitleProperty(), m_subtitle.trackId);
+}
+
+// Streams have no tracks of their own; what the drive has transcoded stands in for them.
+void TrackChoices::selectEmbedded()
+{
+    if (const auto track = findTrack(m_subtitle.track, m_tracks.embeddedSubtitles())) {
+        m_mpv.setProperty(subtitleProperty(), *track);
+    } else if (const auto *file = findLanguage(m_transcoded, m_subtitle.track.language)) {
+        m_standIn = file->id;
+        if (m_added.isKept(m_standIn)) {
+            addFile();
+        } else {
+            fetchFile(m_standIn);
+        }
     } else {
         selectChinese();
     }
 }
 
 // libmpv plays nothing in the place of a wanted track that the file does not have.
-int TrackChoices::playableAudio(int wanted) const
+int TrackChoices::playableAudio(const TrackMemory &wanted) const
 {
-    const QList<AudioTrack> &tracks = m_tracks.audioTracks;
-    const auto find = [&tracks](auto isRight) {
-        return std::find_if(tracks.cbegin(), tracks.cend(), isRight);
-    };
-    auto found = find([wanted](const AudioTrack &track) { return track.id == wanted; });
-    if (found == tracks.cend()) {
-        found = find([](const AudioTrack &track) { return track.isDefault; });
+    if (const auto track = findTrack(wanted, m_tracks.audio())) {
+        return *track;
     }
+    const QList<AudioTrack> &tracks = m_tracks.info.audioTracks;
+    auto found = std::find_if(tracks.cbegin(), tracks.cend(),
+                              [](const AudioTrack &track) { return track.isDefault; });
     if (found == tracks.cend()) {
         found = tracks.cbegin();
     }
@@ -262,24 +282,34 @@ int TrackChoices::playableAudio(int wanted) const
 
 void TrackChoices::selectChinese()
 {
-    for (const SubTrack &track : qAsConst(m_tracks.subTracks)) {
+    for (const SubTrack &track : qAsConst(m_tracks.info.subTracks)) {
         if (track.lang == QLatin1String("chi")) {
-            setTrack(m_mpv, subtitleProperty(), track.id);
+            m_mpv.setProperty(subtitleProperty(), track.id);
             return;
         }
     }
 }
 
-bool TrackChoices::hasSubtitleTrack(int id) const
+// Whether a track that the user chose goes before a file that only looks right.
+bool TrackChoices::isSettled() const
 {
-    return std::any_of(m_tracks.subTracks.cbegin(), m_tracks.subTracks.cend(),
-                       [id](const SubTrack &track) { return track.id == id && !track.external; });
+    switch (m_subtitle.kind) {
+    case SubtitleKind::Off:
+        return true;
+    case SubtitleKind::Embedded:
+        return findTrack(m_subtitle.track, m_tracks.embeddedSubtitles()).has_value() ||
+               findLanguage(m_transcoded, m_subtitle.track.language) != nullptr;
+    case SubtitleKind::Automatic:
+    case SubtitleKind::DriveFile:
+        break;
+    }
+    return false;
 }
 
 // Waits for the file, because libmpv adds subtitles to nothing, and for the folder's files.
 void TrackChoices::chooseFileAutomatically()
 {
-    if (!m_fileLoaded || !m_filesKnown || m_fileChosen) {
+    if (!m_fileLoaded || !m_folderFiles.isKnown() || m_fileChosen) {
         return;
     }
     m_fileChosen = true;
@@ -292,14 +322,10 @@ void TrackChoices::chooseFileAutomatically()
     }
     const QString &videoName = m_row.file().name;
     qDebug().noquote() << "math similar subtitle:" << videoBaseName(videoName);
-    // A track that the user chose for the folder goes before a file that only looks right.
-    const bool isSettled =
-        m_subtitle.kind == SubtitleKind::Off ||
-        (m_subtitle.kind == SubtitleKind::Embedded && hasSubtitleTrack(m_subtitle.trackId));
-    const FileItem *similar = findSimilarSubtitle(m_subtitleFiles, videoName);
-    if (similar && !isSettled) {
-        m_subtitle = {SubtitleKind::DriveFile, 0, similar->file_id};
-        fetchFile(similar->file_id);
+    const OfferedSubtitle *similar = findSimilarSubtitle(m_files, videoName);
+    if (similar && !isSettled()) {
+        m_subtitle = {SubtitleKind::DriveFile, {}, similar->id};
+        fetchFile(similar->id);
     }
     writeRow();
 }
@@ -317,93 +343,49 @@ void TrackChoices::writeRow()
     }
 }
 
+QString TrackChoices::wantedFile() const
+{
+    return m_subtitle.kind == SubtitleKind::DriveFile ? m_subtitle.fileId : m_standIn;
+}
+
 void TrackChoices::fetchFile(const QString &fileId)
 {
-    const auto listed =
-        std::find_if(m_subtitleFiles.cbegin(), m_subtitleFiles.cend(),
-                     [&fileId](const FileItem &file) { return file.file_id == fileId; });
-    if (listed != m_subtitleFiles.cend()) {
-        m_fetcher.fetch(m_user, *listed);
-        return;
+    for (const QList<OfferedSubtitle> *list : {&m_transcoded, &m_files}) {
+        if (const OfferedSubtitle *found = findOffered(*list, fileId)) {
+            m_fetcher.fetch(*found);
+            return;
+        }
     }
-    FileItem moved;
-    moved.file_id = fileId;
-    m_fetcher.fetch(m_user, moved);
+    m_fetcher.fetch({fileId}); // it was moved
 }
 
 void TrackChoices::onFetched(const QString &fileId, const QString &path)
 {
-    if (m_subtitle.kind != SubtitleKind::DriveFile || m_subtitle.fileId != fileId) {
-        return;
-    }
-    m_paths.insert(fileId, path);
-    if (m_fileLoaded) {
+    m_added.keep(fileId, path);
+    if (m_fileLoaded && fileId == wantedFile()) {
         addFile();
     }
 }
 
 void TrackChoices::addFile()
 {
-    // The file comes from a drive: whatever else it names is not opened. Streams need it, though.
-    const QString references = QStringLiteral("access-references");
-    const QVariant before = m_mpv.getProperty(references);
-    m_mpv.setProperty(references, false);
-    m_mpv.addSubtitle(m_paths.value(m_subtitle.fileId));
-    m_mpv.setProperty(references, before);
-    m_tracks = m_mpv.trackInfo();
-    // A file that libmpv cannot read adds no track, some add more than one.
-    while (m_added.size() < externalTracks().size()) {
-        m_added.append(m_subtitle.fileId);
-    }
+    m_added.add(wantedFile(), AddedSubtitles::Show::AtOnce);
+    m_tracks = readTrackList(m_mpv);
     emit changed();
-}
-
-QList<int> TrackChoices::externalTracks() const
-{
-    QList<int> ids;
-    for (const SubTrack &track : m_tracks.subTracks) {
-        if (track.external) {
-            ids.append(track.id);
-        }
-    }
-    return ids;
 }
 
 QList<MenuEntry> TrackChoices::subtitleMenu() const
 {
-    TrackInfo embedded;
-    QString selectedFile;
-    bool anySelected = false;
-    for (const SubTrack &track : m_tracks.subTracks) {
-        anySelected |= track.selected;
-        if (!track.external) {
-            embedded.subTracks.append(track);
-        } else if (track.selected) {
-            selectedFile = m_added.value(externalTracks().indexOf(track.id));
-        }
-    }
-    const QStringList labels = subtitleTrackLabels(embedded);
-    QList<MenuEntry> entries;
-    for (int i = 0; i < labels.size(); ++i) {
-        const SubTrack &track = embedded.subTracks.at(i);
-        entries.append({labels.at(i), track.id, track.selected});
-    }
-    entries.prepend({QStringLiteral("关闭字幕"), FolderMemory::NoTrack, !anySelected});
-    bool first = true;
-    for (const FileItem &file : m_subtitleFiles) {
-        MenuEntry entry{file.name, file.file_id, file.file_id == selectedFile};
-        entry.beginsGroup = std::exchange(first, false);
-        entries.append(entry);
-    }
-    return entries;
+    return ::subtitleMenu({m_tracks, m_added, m_transcoded, m_files, m_delay});
 }
 
 QList<MenuEntry> TrackChoices::audioMenu() const
 {
-    const QStringList labels = audioTrackLabels(m_tracks);
+    const TrackInfo &tracks = m_tracks.info;
+    const QStringList labels = audioTrackLabels(tracks, m_tracks.audioTitles);
     QList<MenuEntry> entries;
-    for (int i = 0; i < m_tracks.audioTracks.size(); ++i) {
-        const AudioTrack &track = m_tracks.audioTracks.at(i);
+    for (int i = 0; i < tracks.audioTracks.size(); ++i) {
+        const AudioTrack &track = tracks.audioTracks.at(i);
         entries.append({labels.at(i), track.id, track.selected});
     }
     return entries;
@@ -411,9 +393,21 @@ QList<MenuEntry> TrackChoices::audioMenu() const
 
 void TrackChoices::chooseSubtitle(const QVariant &data)
 {
+    if (const auto command = SubtitleCommand::fromData(data)) {
+        if (command->kind == SubtitleCommand::Kind::Second) {
+            m_second.choose(command->value, offer());
+        } else if (command->kind == SubtitleCommand::Kind::Delay) {
+            const int step = command->value.toInt();
+            setDelay(step == 0 ? 0 : m_delay + step);
+            emit noted(delayText(m_delay));
+        }
+        emit changed();
+        return;
+    }
     m_userChose = true;
     m_fileChosen = true;
     m_tracksChosen = true;
+    m_standIn.clear();
     m_fetcher.cancel();
     if (data.type() == QVariant::String) {
         chooseFile(data.toString());
@@ -422,24 +416,40 @@ void TrackChoices::chooseSubtitle(const QVariant &data)
     }
 }
 
-void TrackChoices::chooseTrack(int id)
+void TrackChoices::showTrack(int id)
 {
-    const bool off = id == FolderMemory::NoTrack;
-    remember({off ? SubtitleKind::Off : SubtitleKind::Embedded, id});
-    m_selectedSubtitleTrackId = id;
-    m_folder.setSubtitleTrack(id);
-    setTrack(m_mpv, subtitleProperty(), id);
+    m_second.giveUp(id, offer());
+    m_mpv.setProperty(subtitleProperty(), id);
 }
 
+void TrackChoices::chooseTrack(int id)
+{
+    if (id == FolderMemory::NoTrack) {
+        remember({SubtitleKind::Off});
+        m_carried.reset();
+        m_folder.setSubtitleTrack(TrackMemory{FolderMemory::NoTrack});
+        m_mpv.setProperty(subtitleProperty(), none());
+        return;
+    }
+    m_carried = m_tracks.subtitleTrack(id);
+    remember({SubtitleKind::Embedded, *m_carried});
+    m_folder.setSubtitleTrack(m_carried);
+    showTrack(id);
+}
+
+// A transcoded one is a language that the next videos have, too.
 void TrackChoices::chooseFile(const QString &fileId)
 {
-    remember({SubtitleKind::DriveFile, 0, fileId});
-    m_selectedSubtitleTrackId = -1;
-    m_folder.setSubtitleTrack(std::nullopt);
-    const int added = m_added.indexOf(fileId);
-    if (added >= 0) {
-        setTrack(m_mpv, subtitleProperty(), externalTracks().value(added));
-    } else if (m_fileLoaded && m_paths.contains(fileId)) {
+    remember({SubtitleKind::DriveFile, {}, fileId});
+    m_carried.reset();
+    const OfferedSubtitle *transcoded = findOffered(m_transcoded, fileId);
+    if (transcoded && !transcoded->language.isEmpty()) {
+        m_carried = TrackMemory{0, transcoded->language};
+    }
+    m_folder.setSubtitleTrack(m_carried);
+    if (const auto added = m_added.trackOf(fileId)) {
+        showTrack(*added);
+    } else if (m_fileLoaded && m_added.isKept(fileId)) {
         addFile();
     } else {
         fetchFile(fileId);
@@ -455,7 +465,13 @@ void TrackChoices::remember(const SubtitleChoice &choice)
 void TrackChoices::chooseAudio(const QVariant &data)
 {
     m_userChose = true;
-    m_audioTrackId = data.toInt();
-    m_folder.setAudioTrack(*m_audioTrackId);
-    setTrack(m_mpv, audioProperty(), *m_audioTrackId);
+    m_audio = m_tracks.audioTrack(data.toInt());
+    m_folder.setAudioTrack(*m_audio);
+    m_mpv.setProperty(audioProperty(), m_audio->id);
+}
+
+void TrackChoices::setDelay(int delay)
+{
+    m_delay = delay;
+    m_mpv.setProperty(QStringLiteral("sub-delay"), delay / 10.0);
 }

@@ -2,21 +2,28 @@
 
 #include <optional>
 
-#include <QHash>
 #include <QObject>
-#include <QSet>
 
-#include "api/records/file_records.h"
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
-#include "player/mpv/track_info.h"
+#include "player/session/added_subtitles.h"
+#include "player/session/folder_subtitles.h"
 #include "player/session/menu_entry.h"
+#include "player/session/second_subtitle.h"
 #include "player/session/subtitle_fetcher.h"
+#include "player/session/track_list.h"
 
-class FileItems;
 class FolderMemory;
 class HistoryRow;
 class MpvWidget;
+
+// What the user chose last in a player, for its next videos: the embedded or transcoded subtitle,
+// and the second one.
+struct CarriedTracks
+{
+    std::optional<TrackMemory> subtitle{};
+    std::optional<TrackMemory> second{};
+};
 
 // Which audio and subtitle track of one video plays: what the user chose, what the folder and the
 // video's row remember, and the subtitle file beside the video. Acts once per loaded file; after
@@ -27,18 +34,19 @@ class TrackChoices final : public QObject
     Q_DISABLE_COPY_MOVE(TrackChoices)
 
 public:
-    // The first three must outlive this. `chosenBefore` is the embedded subtitle track that the
-    // user chose last for another video of this player, FolderMemory::NoTrack for none.
+    // The first three must outlive this. `carried` is of the video before.
     TrackChoices(MpvWidget &mpv, HistoryRow &row, FolderMemory &folder, UserInfo user,
-                 int chosenBefore);
+                 const CarriedTracks &carried);
 
+    // What the drive has transcoded; known before the video is loaded.
+    void setTranscoded(const QList<OfferedSubtitle> &offered);
     // The video is about to be loaded, possibly not for the first time.
     void beginLoad();
     // libmpv was given another file: nothing more is added or selected until the next load.
     void endLoad();
     void onFileLoaded();
     void onPlaybackRestarted();
-    void onTrackListChanged(const TrackInfo &tracks);
+    void onTrackListChanged();
     // Asks, once, for the subtitle files beside the video and for the name of their folder. What
     // the network lost is asked for again when the server is back.
     void requestFolder();
@@ -48,7 +56,7 @@ public:
 
     [[nodiscard]] QList<MenuEntry> subtitleMenu() const;
     [[nodiscard]] QList<MenuEntry> audioMenu() const;
-    [[nodiscard]] int chosenTrack() const { return m_selectedSubtitleTrackId; }
+    [[nodiscard]] CarriedTracks carried() const;
     // The user's choice, with the data of a menu entry.
     void chooseSubtitle(const QVariant &data);
     void chooseAudio(const QVariant &data);
@@ -56,6 +64,8 @@ public:
 signals:
     // The menus are no longer what they were.
     void changed();
+    // What the user is to read of a choice.
+    void noted(const QString &text);
 
 private:
     // The meaning of the stored number PlayHistory::subTitleType.
@@ -64,48 +74,50 @@ private:
     struct SubtitleChoice
     {
         SubtitleKind kind = SubtitleKind::Automatic;
-        int trackId = 0;  // Embedded
-        QString fileId{}; // DriveFile
+        TrackMemory track{}; // Embedded
+        QString fileId{};    // DriveFile; also of a transcoded one
     };
 
     [[nodiscard]] SubtitleChoice rememberedSubtitle() const;
-    [[nodiscard]] bool hasSubtitleTrack(int id) const;
-    [[nodiscard]] QList<int> externalTracks() const;
-    void requestFiles(const QString &marker);
+    [[nodiscard]] SecondSubtitle::Offer offer() const;
     void requestFolderName();
-    void onFolderPage(const FileItems &page);
     void onFolderFiles();
-    void onReturned();
+    void onAskedAgain();
     void onFetched(const QString &fileId, const QString &path);
     void selectRemembered();
-    [[nodiscard]] int playableAudio(int wanted) const;
+    void selectEmbedded();
+    [[nodiscard]] int playableAudio(const TrackMemory &wanted) const;
     void selectChinese();
+    [[nodiscard]] bool isSettled() const;
     void chooseFileAutomatically();
     void writeRow();
+    [[nodiscard]] QString wantedFile() const;
     void fetchFile(const QString &fileId);
     void addFile();
+    void showTrack(int id);
     void chooseTrack(int id);
     void chooseFile(const QString &fileId);
     void remember(const SubtitleChoice &choice);
+    void setDelay(int delay);
 
     MpvWidget &m_mpv;
     HistoryRow &m_row;
     FolderMemory &m_folder;
-    SubtitleFetcher m_fetcher;
     const UserInfo m_user;
+    SubtitleFetcher m_fetcher;
+    AddedSubtitles m_added;
+    FolderSubtitles m_folderFiles;
+    SecondSubtitle m_second;
 
-    TrackInfo m_tracks;
-    QList<FileItem> m_subtitleFiles;
+    TrackList m_tracks;
+    QList<OfferedSubtitle> m_files; // beside the video
+    QList<OfferedSubtitle> m_transcoded;
     SubtitleChoice m_subtitle;
-    std::optional<int> m_audioTrackId;
-    int m_selectedSubtitleTrackId;   // chosen since the window opened
-    QHash<QString, QString> m_paths; // of this video's downloaded files, by their ids
-    QStringList m_added;             // for each external track of what is loaded, its file's id
-    QList<FileItem> m_received;      // subtitle files of the pages so far
-    QSet<QString> m_markers;         // of the pages so far
-    bool m_filesAsked = false;
-    bool m_filesLost = false; // a page did not come
-    bool m_filesKnown = false;
+    // The transcoded subtitle that is shown because the file lacks the remembered track.
+    QString m_standIn;
+    std::optional<TrackMemory> m_audio;
+    std::optional<TrackMemory> m_carried; // the subtitle chosen since the window opened
+    int m_delay = 0;                      // of the subtitles, tenths of a second
     bool m_fileLoaded = false;
     bool m_tracksChosen = false; // of the loaded file, by what is remembered or by the user
     bool m_fileChosen = false;   // the automatic choice of a file was made, or the user's

@@ -1,7 +1,5 @@
 #include "player/session/track_labels.h"
 
-#include <QHash>
-
 #include "player/mpv/track_info.h"
 
 namespace {
@@ -61,6 +59,22 @@ QString channelText(int channels)
     }
 }
 
+// A title that only says the language again is left out.
+QString titleText(const QString &title, const QString &language)
+{
+    const QString text = title.simplified();
+    return text.compare(language, Qt::CaseInsensitive) == 0 ? QString() : text;
+}
+
+// What a subtitle track is for, where that is not the whole film for everybody.
+QString purpose(const SubTrack &track)
+{
+    if (track.forced) {
+        return QStringLiteral("强制");
+    }
+    return track.hearingImpaired ? QStringLiteral("听障") : QString();
+}
+
 QString joined(const QStringList &words)
 {
     QStringList kept = words;
@@ -97,23 +111,26 @@ QString languageName(const QString &tag)
     return tag;
 }
 
-QStringList audioTrackLabels(const TrackInfo &tracks)
+QStringList audioTrackLabels(const TrackInfo &tracks, const TrackTitles &titles)
 {
     QStringList labels;
     for (const AudioTrack &track : tracks.audioTracks) {
         const int channels =
             track.audioChannels > 0 ? track.audioChannels : track.demuxChannelCount;
-        labels.append(
-            joined({languageName(track.lang), codecName(track.codec), channelText(channels)}));
+        const QString language = languageName(track.lang);
+        labels.append(joined({language, titleText(titles.value(track.id), language),
+                              codecName(track.codec), channelText(channels)}));
     }
     return toldApart(labels, tracks.audioTracks);
 }
 
-QStringList subtitleTrackLabels(const TrackInfo &tracks)
+QStringList subtitleTrackLabels(const TrackInfo &tracks, const TrackTitles &titles)
 {
     QStringList labels;
     for (const SubTrack &track : tracks.subTracks) {
-        labels.append(joined({languageName(track.lang), codecName(track.codec)}));
+        const QString language = languageName(track.lang);
+        labels.append(joined({language, titleText(titles.value(track.id), language),
+                              codecName(track.codec), purpose(track)}));
     }
     return toldApart(labels, tracks.subTracks);
 }

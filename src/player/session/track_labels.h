@@ -1,13 +1,17 @@
 #pragma once
 
+#include <QHash>
 #include <QStringList>
 
 struct TrackInfo;
 
-// Menu texts of tracks, in the order of the lists: language, codec and channels; tracks that would
-// read the same are told apart by their id.
-QStringList audioTrackLabels(const TrackInfo &tracks);
-QStringList subtitleTrackLabels(const TrackInfo &tracks);
+// Titles of tracks by their ids, see TrackList.
+using TrackTitles = QHash<int, QString>;
+
+// Menu texts of tracks, in the order of the lists: language, title, codec and channels, and what
+// the track is for; tracks that would read the same are told apart by their id.
+QStringList audioTrackLabels(const TrackInfo &tracks, const TrackTitles &titles = {});
+QStringList subtitleTrackLabels(const TrackInfo &tracks, const TrackTitles &titles = {});
 
 // The Chinese name of a language tag ("chi", "zh-Hans", "eng"); an unknown one is returned as it
 // is, an empty one as "未知语言".

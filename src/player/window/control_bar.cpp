@@ -1,5 +1,7 @@
 #include "player/window/control_bar.h"
 
+#include <functional>
+
 #include <QIcon>
 #include <QMenu>
 #include <QPainter>
@@ -55,11 +57,12 @@ void dimWhenDisabled(QToolButton *button)
     button->setIcon(icon);
 }
 
-void addEntry(QMenu &menu, const MenuEntry &entry)
+QAction *addEntry(QMenu &menu, const MenuEntry &entry)
 {
     const QFontMetrics metrics = menu.fontMetrics();
     const QString text = withVisibleOverrides(entry.text);
-    QAction *action = menu.addAction(QIcon(entry.icon), menuText(text, metrics));
+    const QString hint = entry.hint.isEmpty() ? QString() : QLatin1Char('\t') + entry.hint;
+    QAction *action = menu.addAction(QIcon(entry.icon), menuText(text, metrics) + hint);
     action->setToolTip(nameTip(entry.tip.isEmpty() ? text : entry.tip));
     if (!entry.tip.isEmpty() || metrics.horizontalAdvance(text) > LongestText) {
         menu.setToolTipsVisible(true);
@@ -68,6 +71,28 @@ void addEntry(QMenu &menu, const MenuEntry &entry)
     action->setCheckable(entry.checked);
     action->setChecked(entry.checked);
     action->setEnabled(entry.enabled);
+    return action;
+}
+
+// Each action tells by itself that it was chosen: its menu may be shown as a part of another.
+void fillMenu(QMenu &menu, const QList<MenuEntry> &entries,
+              const std::function<void(const QVariant &)> &chosen)
+{
+    for (const MenuEntry &entry : entries) {
+        if (entry.beginsGroup) {
+            menu.addSeparator();
+        }
+        if (!entry.children.isEmpty()) {
+            auto *part = new CustomPopUpMenu(&menu);
+            part->setTitle(menuText(entry.text, menu.fontMetrics()));
+            menu.addMenu(part);
+            fillMenu(*part, entry.children, chosen);
+            continue;
+        }
+        const QAction *action = addEntry(menu, entry);
+        QObject::connect(action, &QAction::triggered, &menu,
+                         [chosen, data = entry.data] { chosen(data); });
+    }
 }
 
 // What the button is called, and the keys that do the same.
@@ -282,19 +307,15 @@ void ControlBar::setMenu(QToolButton *button, const QList<MenuEntry> &entries, C
     if (entries.isEmpty()) {
         return;
     }
-    auto *menu = new CustomPopUpMenu(button);
     for (const MenuEntry &entry : entries) {
-        if (entry.beginsGroup) {
-            menu->addSeparator();
-        }
-        addEntry(*menu, entry);
         if (entry.checked) {
             button->setAccessibleDescription(entry.text);
         }
     }
-    connect(menu, &QMenu::triggered, this, [this, button, chosen](const QAction *action) {
+    auto *menu = new CustomPopUpMenu(button);
+    fillMenu(*menu, entries, [this, button, chosen](const QVariant &entry) {
         m_shown.remove(button); // its check marks are what the click made of them
-        emit(this->*chosen)(action->data());
+        emit(this->*chosen)(entry);
     });
     button->setMenu(menu);
 }
