@@ -57,13 +57,11 @@ private slots:
         m_clip.inputs << "-i" << subtitles("eng") << "-i" << subtitles("chi");
         m_clip.outputs = outputs.split(' ');
         m_turned = m_clip;
-        m_turned.outputs = QString(outputs)
-                               .replace("0 language=jpn", "0 language=zho")
-                               .replace("1 language=chi", "1 language=jpn")
-                               .replace("-map 3 -map 4", "-map 4 -map 3")
-                               .replace("0 language=eng", "0 language=chi")
-                               .replace("s:1 language=chi", "s:1 language=eng")
-                               .split(' ');
+        m_turned.outputs =
+            QString("-map 0 -map 1 -map 2 -map 4 -map 3 -c:a aac -c:s srt "
+                    "-metadata:s:a:0 language=zho -metadata:s:a:1 language=jpn "
+                    "-metadata:s:s:0 language=chi -metadata:s:s:1 language=eng")
+                .split(' ');
     }
 
     void init()
@@ -200,7 +198,7 @@ private slots:
         QCOMPARE(property("sub-delay").toDouble(), 0.0);
         m_player->host().closeAll();
         play(First);
-        QCOMPARE(property("sub-scale").toDouble(), 1.3);
+        QCOMPARE(qRound(property("sub-scale").toDouble() * 100), 130);
         QCOMPARE(property("sub-pos").toInt(), 15);
     }
 

@@ -22,12 +22,6 @@ QVariant automatic()
     return QStringLiteral("auto");
 }
 
-// Before a file is open, libmpv takes a number of the last one.
-QVariant ahead(const TrackMemory &track)
-{
-    return track.id > 0 ? QVariant(track.id) : automatic();
-}
-
 QVariant none()
 {
     return QStringLiteral("no");
@@ -41,6 +35,17 @@ QString subtitleProperty()
 QString audioProperty()
 {
     return QStringLiteral("aid");
+}
+
+// Before a file is open: by language where one is known, else by number. libmpv takes a number of
+// the last file over to the next, where it may mean another track or none.
+void wantAhead(MpvWidget &mpv, const QString &track, const QString &language,
+               const std::optional<TrackMemory> &wanted)
+{
+    const QStringList tags = wanted ? languageTags(wanted->language) : QStringList();
+    const bool hasNumber = wanted && tags.isEmpty() && wanted->id > 0;
+    mpv.setProperty(language, tags.join(QLatin1Char(',')));
+    mpv.setProperty(track, hasNumber ? QVariant(wanted->id) : automatic());
 }
 
 } // namespace
@@ -99,9 +104,8 @@ CarriedTracks TrackChoices::carried() const
     return {m_carried, m_second.carried()};
 }
 
-// libmpv carries a chosen number over to the next file, where it may mean another track or none.
-// What is remembered is asked for ahead of loading, so that it plays from the first second where
-// the new file has the same tracks as the last one; elsewhere libmpv forgets it.
+// What is remembered is asked for ahead of loading, so that it plays from the first second: a track
+// that is chosen later shows nothing until its next words.
 void TrackChoices::beginLoad()
 {
     m_fileLoaded = false;
@@ -110,18 +114,12 @@ void TrackChoices::beginLoad()
     m_added.clear();
     m_tracks = TrackList();
     m_second.beginLoad();
-    m_mpv.setProperty(audioProperty(), m_audio ? ahead(*m_audio) : automatic());
-    switch (m_subtitle.kind) {
-    case SubtitleKind::Off:
+    const bool isEmbedded = m_subtitle.kind == SubtitleKind::Embedded;
+    wantAhead(m_mpv, audioProperty(), QStringLiteral("alang"), m_audio);
+    wantAhead(m_mpv, subtitleProperty(), QStringLiteral("slang"),
+              isEmbedded ? std::make_optional(m_subtitle.track) : std::nullopt);
+    if (m_subtitle.kind == SubtitleKind::Off) {
         m_mpv.setProperty(subtitleProperty(), none());
-        break;
-    case SubtitleKind::Embedded:
-        m_mpv.setProperty(subtitleProperty(), ahead(m_subtitle.track));
-        break;
-    case SubtitleKind::Automatic:
-    case SubtitleKind::DriveFile:
-        m_mpv.setProperty(subtitleProperty(), automatic());
-        break;
     }
     setDelay(m_delay);
     emit changed();
@@ -228,10 +226,7 @@ void TrackChoices::onTrackListChanged()
 void TrackChoices::selectRemembered()
 {
     m_tracks = readTrackList(m_mpv);
-    if (m_audio) {
-        const int audio = playableAudio(*m_audio);
-        m_mpv.setProperty(audioProperty(), audio > 0 ? QVariant(audio) : none());
-    }
+    selectAudio();
     switch (m_subtitle.kind) {
     case SubtitleKind::Off:
         m_mpv.setProperty(subtitleProperty(), none());
@@ -252,7 +247,9 @@ void TrackChoices::selectRemembered()
 void TrackChoices::selectEmbedded()
 {
     if (const auto track = findTrack(m_subtitle.track, m_tracks.embeddedSubtitles())) {
-        m_mpv.setProperty(subtitleProperty(), *track);
+        if (track != m_tracks.shown) {
+            m_mpv.setProperty(subtitleProperty(), *track);
+        }
     } else if (const auto *file = findLanguage(m_transcoded, m_subtitle.track.language)) {
         m_standIn = file->id;
         if (m_added.isKept(m_standIn)) {
@@ -265,19 +262,29 @@ void TrackChoices::selectEmbedded()
     }
 }
 
-// libmpv plays nothing in the place of a wanted track that the file does not have.
-int TrackChoices::playableAudio(const TrackMemory &wanted) const
+// libmpv plays nothing in the place of a wanted number that the file does not have.
+void TrackChoices::selectAudio()
 {
-    if (const auto track = findTrack(wanted, m_tracks.audio())) {
-        return *track;
+    if (!m_audio) {
+        return;
     }
+    const auto wanted = findTrack(*m_audio, m_tracks.audio());
     const QList<AudioTrack> &tracks = m_tracks.info.audioTracks;
-    auto found = std::find_if(tracks.cbegin(), tracks.cend(),
-                              [](const AudioTrack &track) { return track.isDefault; });
+    const auto find = [&tracks](auto isRight) {
+        return std::find_if(tracks.cbegin(), tracks.cend(), isRight);
+    };
+    auto found = find([&wanted](const AudioTrack &track) { return wanted == track.id; });
+    if (found == tracks.cend()) {
+        found = find([](const AudioTrack &track) { return track.isDefault; });
+    }
     if (found == tracks.cend()) {
         found = tracks.cbegin();
     }
-    return found == tracks.cend() ? FolderMemory::NoTrack : found->id;
+    if (found == tracks.cend()) {
+        m_mpv.setProperty(audioProperty(), none());
+    } else if (!found->selected) {
+        m_mpv.setProperty(audioProperty(), found->id);
+    }
 }
 
 void TrackChoices::selectChinese()

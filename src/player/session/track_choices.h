@@ -86,7 +86,7 @@ private:
     void onFetched(const QString &fileId, const QString &path);
     void selectRemembered();
     void selectEmbedded();
-    [[nodiscard]] int playableAudio(const TrackMemory &wanted) const;
+    void selectAudio();
     void selectChinese();
     [[nodiscard]] bool isSettled() const;
     void chooseFileAutomatically();

@@ -21,6 +21,18 @@ constexpr Language Languages[] = {
     {" uk ukr ", "乌克兰语"},
 };
 
+// Null: nobody's.
+const Language *languageOf(const QString &tag)
+{
+    const QString primary = tag.section(QLatin1Char('-'), 0, 0).toLower();
+    for (const Language &language : Languages) {
+        if (QLatin1String(language.tags).contains(QLatin1Char(' ') + primary + QLatin1Char(' '))) {
+            return &language;
+        }
+    }
+    return nullptr;
+}
+
 struct Codec
 {
     const char *id;
@@ -102,13 +114,21 @@ QString languageName(const QString &tag)
     if (tag.isEmpty() || tag == QLatin1String("und")) {
         return QStringLiteral("未知语言");
     }
-    const QString primary = tag.section(QLatin1Char('-'), 0, 0).toLower();
-    for (const Language &language : Languages) {
-        if (QLatin1String(language.tags).contains(QLatin1Char(' ') + primary + QLatin1Char(' '))) {
-            return QString::fromUtf8(language.name);
-        }
+    const Language *language = languageOf(tag);
+    return language ? QString::fromUtf8(language->name) : tag;
+}
+
+QStringList languageTags(const QString &tag)
+{
+    if (tag.isEmpty()) {
+        return {};
     }
-    return tag;
+    QStringList tags{tag};
+    if (const Language *language = languageOf(tag)) {
+        tags += QString::fromLatin1(language->tags).simplified().split(QLatin1Char(' '));
+        tags.removeDuplicates();
+    }
+    return tags;
 }
 
 QStringList audioTrackLabels(const TrackInfo &tracks, const TrackTitles &titles)

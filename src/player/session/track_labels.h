@@ -16,3 +16,6 @@ QStringList subtitleTrackLabels(const TrackInfo &tracks, const TrackTitles &titl
 // The Chinese name of a language tag ("chi", "zh-Hans", "eng"); an unknown one is returned as it
 // is, an empty one as "未知语言".
 QString languageName(const QString &tag);
+
+// The tag and the others that name its language: "chi", "zh", "zho", "cmn". Empty for an empty one.
+QStringList languageTags(const QString &tag);
