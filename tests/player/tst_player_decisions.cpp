@@ -99,6 +99,7 @@ private slots:
         row("minus of the key pad", {Qt::Key_Minus, Qt::ControlModifier | Qt::KeypadModifier},
             Action::SoundEarlier);
         row("0 alone", {Qt::Key_0, {}}, Action::None);
+        row("subtitles earlier", {Qt::Key_Z, {}}, Action::SubtitlesEarlier);
         row("the page", {Qt::Key_F1, {}}, Action::ShowKeys);
     }
     void keysAskForActions()

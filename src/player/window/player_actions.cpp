@@ -7,6 +7,7 @@
 #include "player/session/episode_end.h"
 #include "player/session/play_session.h"
 #include "player/session/speed.h"
+#include "player/session/subtitle_command.h"
 #include "player/window/full_screen.h"
 #include "player/window/keys_dialog.h"
 #include "player/window/screenshots.h"
@@ -60,6 +61,10 @@ const PlayerActions::Deed PlayerActions::Deeds[] = {
     {PlayerKeys::Action::SoundInTime,
      [](PlayerActions &a) { a.stepAudioDelay(-a.m_parts.session->audioDelay()); },
      &PlayerActions::hasPicture},
+    {PlayerKeys::Action::SubtitlesLater, [](PlayerActions &a) { a.shiftSubtitles(1); },
+     &PlayerActions::hasPicture},
+    {PlayerKeys::Action::SubtitlesEarlier, [](PlayerActions &a) { a.shiftSubtitles(-1); },
+     &PlayerActions::hasPicture},
     {PlayerKeys::Action::NextChapter, [](PlayerActions &a) { a.stepChapter(true); },
      &PlayerActions::hasNextChapter},
     {PlayerKeys::Action::PreviousChapter, [](PlayerActions &a) { a.stepChapter(false); },
@@ -73,6 +78,13 @@ PlayerActions::PlayerActions(const Parts &parts, QObject *parent) : QObject(pare
 {
     connect(m_parts.session, &PlaySession::speedChanged, m_parts.caption,
             [caption = m_parts.caption](double speed) { caption->say(speedText(speed)); });
+    connect(m_parts.session, &PlaySession::noted, m_parts.caption, &VideoCaption::say);
+}
+
+// The session says what has come of it.
+void PlayerActions::shiftSubtitles(int tenths)
+{
+    m_parts.session->chooseSubtitle(SubtitleCommand{SubtitleCommand::Kind::Delay, tenths}.toData());
 }
 
 void PlayerActions::run(PlayerKeys::Action action)

@@ -51,6 +51,7 @@ private:
     void stepVolume(bool up);
     void stepSpeed(bool up);
     void stepAudioDelay(int step);
+    void shiftSubtitles(int tenths);
     void stepChapter(bool forward);
     void takeScreenshot();
     // The index of the chapter to go to; -1: none.

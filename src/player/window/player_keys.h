@@ -23,6 +23,8 @@ public:
         SoundLater,
         SoundEarlier,
         SoundInTime,
+        SubtitlesLater,
+        SubtitlesEarlier,
         NextChapter,
         PreviousChapter,
         TakeScreenshot,

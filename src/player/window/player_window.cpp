@@ -23,6 +23,7 @@
 #include "player/window/next_card.h"
 #include "player/window/player_actions.h"
 #include "player/window/screenshots.h"
+#include "player/window/subtitle_keys.h"
 #include "player/window/video_caption.h"
 #include "player/window/video_list_panel.h"
 #include "player/window/video_menu.h"
@@ -327,7 +328,7 @@ void MpvPlayerWindow::showMenus()
     m_controlBar->setQualityMenu(menus.quality);
     m_controlBar->setSkipMenu(menus.skip);
     m_controlBar->setAudioMenu(menus.audio);
-    m_controlBar->setSubtitleMenu(menus.subtitle);
+    m_controlBar->setSubtitleMenu(withSubtitleKeys(menus.subtitle));
 }
 
 void MpvPlayerWindow::on_playPause_clicked()
