@@ -242,7 +242,7 @@ private slots:
                          "Metadata MinimumRate PlaybackStatus Position Rate Volume"));
         QCOMPARE(player["CanGoNext"], QVariant(false)); // it is alone in its folder
         QCOMPARE(player["Rate"], QVariant(1.0));
-        set("Rate", 16.0);
+        set("org.mpris.MediaPlayer2.Player", "Rate", 16.0);
         QTRY_COMPARE(m_player->mpv()->getProperty("speed"), player["MaximumRate"]);
         QVERIFY(player["Position"].toLongLong() >= 1000000);
         const QVariantMap root = properties("org.mpris.MediaPlayer2");
@@ -254,6 +254,14 @@ private slots:
         call("Player", "SetPosition",
              {QVariant::fromValue(QDBusObjectPath("/another")), qlonglong(40000000)});
         QVERIFY(m_player->mpv()->position() < 40);
+        for (const bool isFull : {true, false}) {
+            set("org.mpris.MediaPlayer2", "Fullscreen", isFull);
+            QTRY_COMPARE(m_player->window()->isFullScreen(), isFull);
+            QTRY_COMPARE(properties("org.mpris.MediaPlayer2")["Fullscreen"], QVariant(isFull));
+        }
+        call("Player", "Stop", {});
+        QTRY_COMPARE(properties("org.mpris.MediaPlayer2.Player")["PlaybackStatus"],
+                     QVariant("Paused"));
         m_player->window()->showMinimized();
         call(QString(), "Raise", {});
         QTRY_VERIFY(!m_player->window()->isMinimized());
@@ -326,12 +334,11 @@ private:
         message.setArguments({interface});
         return qdbus_cast<QVariantMap>(answered(message).arguments().value(0));
     }
-    static void set(const QString &property, const QVariant &value)
+    static void set(const QString &interface, const QString &property, const QVariant &value)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
             PlayerName, PlayerPath, "org.freedesktop.DBus.Properties", "Set");
-        message.setArguments(
-            {"org.mpris.MediaPlayer2.Player", property, QVariant::fromValue(QDBusVariant(value))});
+        message.setArguments({interface, property, QVariant::fromValue(QDBusVariant(value))});
         answered(message);
     }
     static QString playerctl(const QStringList &arguments)
