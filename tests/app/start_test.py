@@ -13,7 +13,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
-from desktop import Area, click, press, wait_for, xdotool
+from desktop import Area, click, press, screen, wait_for, xdotool
 from program import Addresses, LocalDrive, Program
 
 PROGRAM, LOCALDRIVE = sys.argv[1:3]
@@ -188,6 +188,24 @@ class Start(unittest.TestCase):
         self.assert_ends_in_order(program)
         again = self.start(drive.addresses).window(MAIN_TITLE)
         wait_for("the window in its place", lambda: again.area() == placed)
+
+    def test_window_from_a_larger_screen_comes_back_within_this_one(self):
+        drive = self.start_drive()
+        self.log_in(drive)
+        program = self.start(drive.addresses)
+        main = program.window(MAIN_TITLE)
+        large = Area(60, 70, screen().width + 300, screen().height + 300)
+        main.place(large)
+        wait_for("the large window", lambda: main.area().height == large.height)
+        main.close()
+        self.assert_ends_in_order(program)
+        again = self.start(drive.addresses).window(MAIN_TITLE)
+
+        def is_within():
+            area = again.area()
+            return (area.x >= 0 and area.x + area.width <= screen().width
+                    and area.y >= 0 and area.y + area.height <= screen().height)
+        wait_for("the window within the screen", is_within)
 
     def test_two_processes_leave_each_other_alone(self):
         drive = self.start_drive()
