@@ -165,7 +165,7 @@ private slots:
             << "navListView btnRemovePlayHistory btnClearPlayHistory btnClearSkipCutHistory "
                "btnRefresh historyList";
         QTest::newRow("about")
-            << 2 << "navListView btnDownloadTV btnDownloadPc btnReportBug licenceLabel";
+            << 2 << "navListView btnDownloadTV btnDownloadPc btnReportBug btnKeys licenceLabel";
     }
     void tabGoesWhereTheEyeGoes()
     {
