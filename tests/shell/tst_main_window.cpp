@@ -34,10 +34,10 @@ QTableWidget *historyTable(const MainWindow &window)
     return stack(window)->widget(1)->findChild<QTableWidget *>();
 }
 
-void choose(const MainWindow &window, int row)
+void choose(const MainWindow &window, int row, Qt::KeyboardModifiers keys = {})
 {
     QListView *list = navigation(window);
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, keys,
                       list->visualRect(list->model()->index(row, 0)).center());
 }
 
@@ -95,6 +95,8 @@ private slots:
         for (const int row : {2, 1, 0}) {
             choose(window, row);
             QCOMPARE(shown(), QPair(row, row));
+            choose(window, row, Qt::ControlModifier);
+            QVERIFY(navigation(window)->selectionModel()->isRowSelected(row, QModelIndex()));
         }
         QTest::keyClick(navigation(window), Qt::Key_Down);
         QCOMPARE(shown(), QPair(1, 1));

@@ -94,6 +94,13 @@ void MainWindow::fillNavigation()
     m_ui->navListView->setCurrentIndex(m_navigation.index(0, 0));
     connect(m_ui->navListView->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &MainWindow::onNavigated);
+    // Ctrl would take the light off the row whose page is shown.
+    connect(m_ui->navListView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this](const QItemSelection &selected) {
+                if (selected.isEmpty()) {
+                    m_ui->navListView->setCurrentIndex(m_ui->navListView->currentIndex());
+                }
+            });
     // Enter does what a click does.
     connect(m_ui->navListView, &QAbstractItemView::activated, this,
             &MainWindow::on_navListView_clicked);
