@@ -54,7 +54,7 @@ private slots:
     {
         FolderPath path;
         const auto next = [&path](const QString &marker, const QString &order) {
-            path.addPage({}, marker, order);
+            path.addPage({}, false, marker, order);
             return path.last().nextMarker;
         };
         const QStringList markers{next("a", "name"), next("b", "name"), next("a", "name"),
@@ -70,9 +70,9 @@ private slots:
     void changesAFileInEveryFolder()
     {
         FolderPath path;
-        path.addPage({file("x", "x"), file("y", "y")}, "more", "name ASC");
+        path.addPage({file("x", "x"), file("y", "y")}, true, "more", "name ASC");
         path.push("a", "f1");
-        path.addPage({file("y", "y")}, QString(), "name ASC");
+        path.addPage({file("y", "y")}, true, QString(), "name ASC");
         path.updateFile(file("y", "new"));
         path.updateFile(file("f1", "b"));
         QCOMPARE(path.model()->index(1, 0).data().toString(), "b");

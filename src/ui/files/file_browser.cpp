@@ -69,6 +69,9 @@ QList<FileItem> FileBrowser::videos() const
 void FileBrowser::openFolder(const FileItem &folder)
 {
     rememberRow(m_table->rowOf(folder.file_id));
+    if (m_reloadIsDue) {
+        m_path.forget(folderId());
+    }
     m_path.push(folder.name, folder.file_id);
     loadFirstPage({});
 }
@@ -91,9 +94,28 @@ void FileBrowser::reload(const QString &select)
     // A place that is still searched is not where the user stands meanwhile.
     Place place = m_place.isFound ? placeInTable() : m_place;
     if (!select.isEmpty()) {
-        place = Place{select, 0, QString(), false, std::numeric_limits<int>::max(), false, {}};
+        place = Place();
+        place.currentId = select;
+        place.isFound = false;
     }
     loadFirstPage(place);
+}
+
+void FileBrowser::reloadGently(const QString &select)
+{
+    m_reloadIsDue = true;
+    if (!select.isEmpty()) {
+        m_selectWhenDue = select;
+    }
+    followView();
+}
+
+void FileBrowser::listAnew(const QString &folderId)
+{
+    forget(folderId);
+    if (this->folderId() == folderId) {
+        reloadGently();
+    }
 }
 
 FileBrowser::Place FileBrowser::placeInTable() const
@@ -104,13 +126,18 @@ FileBrowser::Place FileBrowser::placeInTable() const
         place.currentId = currentId;
         place.row = m_table->currentRow();
     }
+    const QStringList selected = m_table->selectedFileIds();
+    place.selectedIds = QSet<QString>(selected.begin(), selected.end());
     place.atTop = m_table->verticalScrollBar()->value() == 0;
     place.topId = place.atTop ? QString() : m_table->fileIdAt(m_table->rowAt(0));
-    place.isFound = place.currentId.isEmpty() && place.topId.isEmpty();
+    place.isFound =
+        place.currentId.isEmpty() && place.topId.isEmpty() && place.selectedIds.isEmpty();
     return place;
 }
 
-// The entries are expected about as deep as they were, unless the drive's order is another one.
+// What was selected may be as deep as many entries have come before it. The rest of the place is
+// not worth as many pages: it is expected about as deep as it was, unless the drive's order is
+// another.
 FileBrowser::Place FileBrowser::placeRemembered() const
 {
     const PathItem &folder = m_path.last();
@@ -127,6 +154,8 @@ FileBrowser::Place FileBrowser::placeRemembered() const
 void FileBrowser::loadFirstPage(const Place &place)
 {
     m_loader.abandon();
+    m_reloadIsDue = false;
+    m_selectWhenDue.clear();
     m_place = place;
     m_place.standInId.clear();
     m_path.clearFiles();
@@ -171,7 +200,9 @@ bool FileBrowser::needsMore() const
 // What failed is not asked for again by itself: a drive that fails would be asked without end.
 void FileBrowser::followView()
 {
-    if (!m_failed && hasMore() && !isLoading() && needsMore()) {
+    if (m_reloadIsDue && !m_table->isEditing()) {
+        reload(m_selectWhenDue);
+    } else if (!m_failed && hasMore() && !isLoading() && needsMore()) {
         request(true);
         tellState();
     }
@@ -180,8 +211,10 @@ void FileBrowser::followView()
 void FileBrowser::onPageLoaded(const FolderRequest &request, const FileItems &page)
 {
     const QList<FileItem> files = upToDate(page.items);
-    m_path.addPage(files, page.next_marker, request.order);
+    m_path.addPage(files, !page.items.isEmpty(), page.next_marker, request.order);
+    const bool isElsewhere = hasUserLeft();
     addFiles(files);
+    m_place.isFound = m_place.isFound || isElsewhere;
     findPlace();
     emit countChanged(loadedCount());
     emit filled();
@@ -222,19 +255,34 @@ void FileBrowser::findPlace()
         }
         return;
     }
-    const auto isThere = [this](const QString &fileId) {
-        return fileId.isEmpty() || m_table->contains(fileId);
-    };
-    m_place.isFound = !hasMore() || loadedCount() >= m_place.searchedCount ||
-                      (isThere(m_place.currentId) && isThere(m_place.topId));
-    if (!m_place.standInId.isEmpty() && m_table->currentFileId() != m_place.standInId) {
-        m_place.isFound = true; // the user went elsewhere meanwhile
-    } else if (m_place.isFound) {
+    m_place.isFound = !hasMore() || isPlaceThere();
+    if (m_place.isFound) {
         restorePlace();
-    } else if (m_place.standInId.isEmpty()) {
+        return;
+    }
+    if (m_place.standInId.isEmpty()) {
         m_table->makeCurrent(QString(), 0, FileTable::Scroll::Stay);
         m_place.standInId = m_table->currentFileId();
     }
+    m_place.topRow = m_table->topRow();
+}
+
+// Since the page before: by another row or by scrolling. Nobody is taken back to a place that is
+// found late.
+bool FileBrowser::hasUserLeft()
+{
+    return !m_place.standInId.isEmpty() &&
+           (m_table->currentFileId() != m_place.standInId || m_table->topRow() != m_place.topRow);
+}
+
+bool FileBrowser::isPlaceThere() const
+{
+    const auto isThere = [this](const QString &fileId) {
+        return fileId.isEmpty() || m_table->contains(fileId);
+    };
+    const QSet<QString> &selected = m_place.selectedIds;
+    return isThere(m_place.currentId) && std::all_of(selected.begin(), selected.end(), isThere) &&
+           (isThere(m_place.topId) || loadedCount() >= m_place.searchedCount);
 }
 
 void FileBrowser::restorePlace()
@@ -243,6 +291,7 @@ void FileBrowser::restorePlace()
     const bool keepsView = m_place.atTop || top >= 0;
     m_table->makeCurrent(m_place.currentId, m_place.row,
                          keepsView ? FileTable::Scroll::Stay : FileTable::Scroll::ToRow);
+    m_table->selectFiles(m_place.selectedIds);
     if (m_place.atTop) {
         m_table->scrollToTop();
     } else if (top >= 0) {
@@ -263,6 +312,8 @@ void FileBrowser::showStoredFiles()
 {
     const PathItem &folder = m_path.last();
     m_loader.abandon();
+    m_reloadIsDue = false;
+    m_selectWhenDue.clear();
     m_place = Place();
     m_failed = false;
     m_table->setFiles(folder.files);

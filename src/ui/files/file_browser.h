@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QObject>
 #include <QSet>
+#include <QStringList>
 #include <QTimer>
 
 #include "ui/files/folder_loader.h"
@@ -32,6 +33,8 @@ public:
     [[nodiscard]] int loadedCount() const { return m_path.last().files.size(); }
     [[nodiscard]] QString folderId() const { return m_path.last().fileId; }
     [[nodiscard]] int depth() const { return m_path.count(); }
+    // Of a folder that was opened on the way here, counted from the root; -1 for any other.
+    [[nodiscard]] int placeInPath(const QString &fileId) const { return m_path.indexOf(fileId); }
     // One row for each folder from the root to the one shown.
     [[nodiscard]] QAbstractItemModel *pathModel() { return m_path.model(); }
 
@@ -46,15 +49,20 @@ public:
     void openFolder(const FileItem &folder);
     // Shows what is held of a folder further up; asks for it where nothing is.
     void goTo(int index);
-    // From the first page again. The current entry and the scroll place are found again, however
-    // deep they were; where an entry is named, that one becomes the current one instead.
+    // From the first page again. The current entry, what is selected and the scroll place are found
+    // again, however deep they were; where an entry is named, that one becomes the current one
+    // instead.
     void reload(const QString &select = QString());
+    // The same for a reload that the user has not asked for: it waits until no name is being typed.
+    void reloadGently(const QString &select = QString());
 
     // Asks again for the page that failed; does nothing when none did. Happens by itself when the
     // server can be reached again.
     void retry();
     // Something came into the folder: what is held of it is asked for anew when it is shown.
     void forget(const QString &folderId) { m_path.forget(folderId); }
+    // The same, but where the folder is shown it is reloaded, gently.
+    void listAnew(const QString &folderId);
 
     // The file is gone from where it was: its row and records go as well. The folder that it was
     // moved into, if any, has more than what is held of it.
@@ -73,12 +81,14 @@ private:
     struct Place
     {
         QString currentId; // becomes current again
-        int row = 0;       // for an entry that is gone
-        QString topId;     // stood in the topmost row; empty: the current one is scrolled to
+        QSet<QString> selectedIds;
+        int row = 0;   // for an entry that is gone
+        QString topId; // stood in the topmost row; empty: the current one is scrolled to
         bool atTop = false;
-        int searchedCount = 0; // of entries, among which the two are to be found
+        int searchedCount = 0; // of entries, among which that one is to be found
         bool isFound = true;
         QString standInId; // current until the place is found
+        int topRow = 0;    // until then, unless the user scrolls
     };
 
     [[nodiscard]] Place placeInTable() const;
@@ -93,6 +103,8 @@ private:
     void addFiles(const QList<FileItem> &files);
     [[nodiscard]] QList<FileItem> upToDate(const QList<FileItem> &page) const;
     void findPlace();
+    [[nodiscard]] bool isPlaceThere() const;
+    [[nodiscard]] bool hasUserLeft();
     void restorePlace();
     void rememberRow(int row);
     void tellState();
@@ -104,6 +116,8 @@ private:
     QTimer m_viewCheck; // the rule is looked at once, whatever came together
     Place m_place;
     bool m_failed = false;
+    bool m_reloadIsDue = false; // once no name is being typed
+    QString m_selectWhenDue;
     // Changes that the page under way may not know of yet.
     QSet<QString> m_removedMeanwhile;
     QHash<QString, FileItem> m_updatedMeanwhile;

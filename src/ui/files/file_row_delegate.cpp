@@ -127,3 +127,11 @@ QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
     QTimer::singleShot(0, editor, [editor, dot] { editor->setSelection(0, dot); });
     return editor;
 }
+
+void FileRowDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const
+{
+    const auto *name = qobject_cast<QLineEdit *>(editor);
+    if (!name || !name->isModified()) {
+        RowDelegate::setEditorData(editor, index);
+    }
+}

@@ -19,4 +19,6 @@ public:
                                  const QModelIndex &index) const override;
     [[nodiscard]] QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                                         const QModelIndex &index) const override;
+    // What was typed stays when the entry changes meanwhile.
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override;
 };

@@ -106,11 +106,6 @@ void FileTable::setFiles(const QList<FileItem> &files)
     fillRows(0, files);
 }
 
-void FileTable::appendFiles(const QList<FileItem> &files)
-{
-    fillRows(rowCount(), files);
-}
-
 void FileTable::fillRows(int firstRow, const QList<FileItem> &files)
 {
     {
@@ -381,6 +376,25 @@ void FileTable::makeCurrent(const QString &fileId, int row, Scroll scroll)
     }
 }
 
+void FileTable::selectFiles(const QSet<QString> &fileIds)
+{
+    QVector<int> rows;
+    for (int row = 0; row < rowCount(); ++row) {
+        if (!isRowHidden(row) && fileIds.contains(fileIdAt(row))) {
+            rows.append(row);
+        }
+    }
+    if (!rows.isEmpty()) {
+        selectOnly(rows);
+    }
+}
+
+void FileTable::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint)
+{
+    RowTable::closeEditor(editor, hint);
+    emit viewChanged();
+}
+
 int FileTable::shownCount() const
 {
     return rowCount() - verticalHeader()->hiddenSectionCount();
@@ -388,8 +402,7 @@ int FileTable::shownCount() const
 
 bool FileTable::isAtEnd()
 {
-    executeDelayedItemsLayout(); // until then the scroll bar has the range of the rows before
-    return verticalScrollBar()->value() == verticalScrollBar()->maximum();
+    return topRow() == verticalScrollBar()->maximum();
 }
 
 void FileTable::setRest(Rest rest)

@@ -53,7 +53,7 @@ public:
     void restoreSort(int column, Qt::SortOrder order);
 
     void setFiles(const QList<FileItem> &files);
-    void appendFiles(const QList<FileItem> &files);
+    void appendFiles(const QList<FileItem> &files) { fillRows(rowCount(), files); }
     void removeFile(const QString &fileId);
     // The row shows the record from now on, name, icon, type and time; it stays where it is.
     void updateFile(const FileItem &file);
@@ -96,6 +96,8 @@ public:
     // Selects the entry, or the row where the entry is not in the table; where the filter hides
     // it, the next row below or above.
     void makeCurrent(const QString &fileId, int row, Scroll scroll);
+    // Those that are shown, and nothing else; changes nothing where none of them is.
+    void selectFiles(const QSet<QString> &fileIds);
 
     // While more is to come, no text says that there is nothing.
     void setRest(Rest rest);
@@ -108,7 +110,8 @@ public:
 signals:
     // The user sorted or resized a column.
     void headerChanged();
-    // Rows came, went or were hidden, or there is another part of them to see.
+    // Rows came, went or were hidden, there is another part of them to see, or an editor was
+    // closed.
     void viewChanged();
     // The user turned the wheel although the end was reached.
     void pushedAtEnd();
@@ -117,6 +120,9 @@ signals:
 
 public slots:
     void updateGeometries() override;
+
+protected slots:
+    void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

@@ -71,15 +71,15 @@ void FolderPath::clearFiles()
     folder.loaded = false;
 }
 
-void FolderPath::addPage(const QList<FileItem> &files, const QString &nextMarker,
-                         const QString &order)
+void FolderPath::addPage(const QList<FileItem> &newFiles, bool broughtEntries,
+                         const QString &nextMarker, const QString &order)
 {
     PathItem &folder = m_items.last();
-    folder.files += files;
+    folder.files += newFiles;
     if (folder.order != order) {
         folder.trail = PageTrail();
     }
-    folder.nextMarker = folder.trail.next(nextMarker, !files.isEmpty());
+    folder.nextMarker = folder.trail.next(nextMarker, broughtEntries);
     folder.order = order;
     folder.loaded = true;
 }
@@ -95,6 +95,14 @@ void FolderPath::removeFile(const QString &fileId, const QString &newFolderId)
                            [&fileId](const FileItem &file) { return file.file_id == fileId; });
         item.files.erase(gone, item.files.end());
     }
+}
+
+int FolderPath::indexOf(const QString &folderId) const
+{
+    const auto found =
+        std::find_if(m_items.begin(), m_items.end(),
+                     [&folderId](const PathItem &item) { return item.fileId == folderId; });
+    return found == m_items.end() ? -1 : int(found - m_items.begin());
 }
 
 void FolderPath::updateFile(const FileItem &file)

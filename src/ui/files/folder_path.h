@@ -43,11 +43,15 @@ public:
     // Of the last folder.
     void remember(int row, const QString &fileId);
     void clearFiles();
-    void addPage(const QList<FileItem> &files, const QString &nextMarker, const QString &order);
+    // The page's entries but for those that are held already.
+    void addPage(const QList<FileItem> &newFiles, bool broughtEntries, const QString &nextMarker,
+                 const QString &order);
 
     // In every folder held, since the entry may have been reached on another way; but for the
     // folder that the entry was moved into.
     void removeFile(const QString &fileId, const QString &newFolderId = QString());
+    // Counted from the root; -1 where the folder is not in the path.
+    [[nodiscard]] int indexOf(const QString &folderId) const;
     // In every folder held, and where the entry is one of the path's folders itself.
     void updateFile(const FileItem &file);
     // The entries held of the folder, where it is in the path, are no longer all of them.

@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QHoverEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QToolTip>
 
 #include "ui/widgets/name_text.h"
@@ -179,4 +180,35 @@ void RowTable::paintEvent(QPaintEvent *event)
     QPainter painter(viewport());
     painter.setPen(palette().color(QPalette::Text));
     paintNotice(painter, viewport()->rect(), notice());
+}
+
+bool RowTable::isEditing() const
+{
+    for (int column = 0; column < columnCount(); ++column) {
+        QTableWidgetItem *cell = item(currentRow(), column);
+        if (cell && isPersistentEditorOpen(cell)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int RowTable::topRow()
+{
+    executeDelayedItemsLayout(); // until then the scroll bar has the range of the rows before
+    return verticalScrollBar()->value();
+}
+
+// As few ranges as there are: Qt compares each new one with all the others.
+void RowTable::selectOnly(const QVector<int> &rows)
+{
+    QItemSelection selection;
+    for (int from = 0, to = 0; from < rows.size(); from = to) {
+        while (to < rows.size() && rows.at(to) - rows.at(from) == to - from) {
+            ++to;
+        }
+        selection.append(QItemSelectionRange(model()->index(rows.at(from), 0),
+                                             model()->index(rows.at(to - 1), columnCount() - 1)));
+    }
+    selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
 }

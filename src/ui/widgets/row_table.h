@@ -26,6 +26,13 @@ public:
     // One column for each label. Ctrl and a column's number do what a click on its header does.
     void setColumns(const QStringList &labels);
 
+    // A cell of the current row has an editor open.
+    [[nodiscard]] bool isEditing() const;
+    // Counted from the first row that is shown; right also before the view has followed its rows.
+    [[nodiscard]] int topRow();
+    // The rows are given in their order.
+    void selectOnly(const QVector<int> &rows);
+
     // Beyond the last column: the row's last cell.
     [[nodiscard]] QModelIndex indexAt(const QPoint &point) const override;
 
