@@ -279,6 +279,43 @@ private slots:
         QTRY_COMPARE(page.count(), "1项");
     }
 
+    // More pages of entries that are there already than a drive may send empty ones.
+    void sortingToAndFroLosesNothing()
+    {
+        makeTwoPages();
+        m_drive->server().setPageCap(10);
+        DrivePage page(m_user);
+        page.dialog.resize(900, 13000);
+        QTRY_VERIFY(page.table()->rowCount() > 220);
+        settle(*m_drive);
+        const int loaded = page.table()->rowCount();
+        clickHeader(page, 0);
+        page.scrollToEnd();
+        QTRY_COMPARE(page.table()->rowCount(), loaded + 10);
+        clickHeader(page, 0);
+        page.search("找我");
+        QTRY_COMPARE(page.count(), "350项");
+        QVERIFY(markersOf(*m_drive).size() > 60);
+    }
+
+    void aReloadFindsWhatIsSelectedBehindManyNewEntries()
+    {
+        makeTwoPages();
+        const DrivePage page(m_user);
+        QTRY_COMPARE(page.count(), "200项");
+        page.scrollToEnd();
+        QTRY_COMPARE(page.count(), "350项");
+        page.select({"1100", "1101", "1340"});
+        const QStringList selected = page.table()->selectedFileIds();
+        for (int number = 100; number < 500; ++number) {
+            make({"0" + std::to_string(number)});
+        }
+        page.press("btnRefresh");
+        QTRY_COMPARE(page.table()->rowCount(), 0);
+        QTRY_COMPARE(page.table()->selectedFileIds(), selected);
+        QCOMPARE(currentName(page), "1340");
+    }
+
     void aReloadKeepsThePlace_data()
     {
         QTest::addColumn<int>("current");
@@ -590,6 +627,20 @@ private slots:
         QTRY_COMPARE(current.dialog.diskSpace(), "0.00 B / 1.00 TB");
         QTRY_COMPARE(other.dialog.diskSpace(), "1.50 KB / 1.00 TB");
         QCOMPARE(told, QStringList{"0.00 B / 1.00 TB"});
+    }
+
+    void keepsTheNewestDiskSpace()
+    {
+        const std::string early = R"({"personal_space_info":{"used_size":5,"total_size":6}})";
+        m_drive->server().addFault(FaultOn("getSpaceInfo").body(early).delay(500));
+        const DrivePage page(m_user);
+        QTRY_COMPARE(m_drive->requests("/adrive/v1.0/user/getSpaceInfo").size(), 1U);
+        page.press("btnRefresh");
+        QTRY_VERIFY(!page.dialog.diskSpace().isEmpty());
+        m_drive->server().addFault(FaultOn("getSpaceInfo").body("<html>"));
+        page.press("btnRefresh");
+        settle(*m_drive);
+        QCOMPARE(page.dialog.diskSpace(), "0.00 B / 1.00 TB");
     }
 
     void offersTheQualities()

@@ -246,6 +246,71 @@ private slots:
         QCOMPARE(idsAsked(UpdatePath), requests > 0 ? QStringList{fileId} : QStringList());
     }
 
+    void theNameTypedLastWins_data()
+    {
+        QTest::addColumn<QStringList>("typed");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("sent");
+        const QStringList another{"b", "c"};
+        const QStringList back{"b", "a"};
+        QTest::newRow("another one") << another << 0 << "b c";
+        QTest::newRow("the last of many") << QStringList{"b", "c", "d"} << 0 << "b d";
+        QTest::newRow("the old one") << back << 0 << "b a";
+        QTest::newRow("the first refused") << another << 403 << "b c";
+        QTest::newRow("the old one, the first refused") << back << 403 << "b";
+    }
+    void theNameTypedLastWins()
+    {
+        QFETCH(QStringList, typed);
+        QFETCH(int, status);
+        make({"a"});
+        const DrivePage page(m_user);
+        QTRY_COMPARE(page.count(), "1项");
+        m_drive->server().addFault(FaultOn("update").delay(300).status(status));
+        for (const QString &name : qAsConst(typed)) {
+            page.table()->item(0, 0)->setText(name);
+        }
+        QCOMPARE(page.names(), QStringList{typed.last()});
+        settle(*m_drive);
+        QTRY_COMPARE(inDrive(), typed.last());
+        QCOMPARE(page.names(), QStringList{typed.last()});
+        QStringList sent;
+        for (const localdrive::RequestRecord &request : m_drive->requests(UpdatePath)) {
+            sent << bodyOf(request).value("name").toString();
+        }
+        QTEST(sent.join(' '), "sent");
+        QCOMPARE(toasts(), QStringList());
+    }
+
+    // A file comes into the folder, which is listed anew for that.
+    void whatIsTypedOutlastsAListing()
+    {
+        make({"动画/a.txt", "b.txt"});
+        FileBatches batches;
+        const DrivePage page(m_user, &batches);
+        QTRY_COMPARE(page.count(), "2项");
+        BatchOrder order;
+        order.user = m_user;
+        order.operation = FileOperation::Move;
+        order.files = {{text(m_drive->server().fileId("动画/a.txt")), "a.txt"}};
+        order.targetFolderId = "root";
+        batches.start(order);
+        page.select({"b.txt"});
+        page.chooseFromMenu("重命名(F2)");
+        const QPointer<QLineEdit> editor = page.table()->viewport()->findChild<QLineEdit *>();
+        QVERIFY(editor);
+        QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(editor, "new.txt");
+        QTRY_VERIFY(!batches.hasPending());
+        settle(*m_drive);
+        QVERIFY(editor);
+        QCOMPARE(editor->text(), "new.txt");
+        QTest::keyClick(editor, Qt::Key_Return);
+        QTRY_COMPARE(page.count(), "3项");
+        QTRY_VERIFY(page.names().contains("new.txt"));
+        QCOMPARE(inDrive(), "a.txt new.txt 动画");
+    }
+
     void aNewExtensionChangesIconTypeAndDoubleClick()
     {
         make({"a.txt"});
@@ -336,6 +401,23 @@ private slots:
         page.press("btnDelete");
         QTRY_COMPARE(page.table()->rowCount(), 1);
         QVERIFY(!inDrive().contains(first) && !inDrive().contains(second));
+    }
+
+    void aFolderThatGoesIsLeft()
+    {
+        make({"动画/第一季/a.txt", "说明.txt"});
+        const DrivePage page(m_user);
+        QTRY_COMPARE(page.count(), "2项");
+        m_drive->server().addFault(FaultOn("trash").holds());
+        page.select({"动画"});
+        page.press("btnDelete");
+        page.doubleClick("动画");
+        QTRY_COMPARE(page.count(), "1项");
+        page.doubleClick("第一季");
+        QTRY_COMPARE(page.names(), QStringList{"a.txt"});
+        m_drive->server().clearFaults();
+        QTRY_COMPARE(page.path(), "首页");
+        QCOMPARE(page.names(), QStringList{"说明.txt"});
     }
 
     void deletesWhatIsSeenOnce()

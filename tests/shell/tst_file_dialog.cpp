@@ -8,6 +8,7 @@
 #include <QToolButton>
 #include <QWheelEvent>
 
+#include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "files/drive_page.h"
 #include "login/qr_login_dlg.h"
@@ -268,6 +269,8 @@ private slots:
                 .body(
                     R"({"user_id":"u9","nick_name":"坏","default_drive_id":"d9","status":"frozen"})"));
         const FileDialog dialog;
+        const QSignalSpy switched(&dialog, &FileDialog::userSwitched);
+        QTRY_VERIFY(!pageAt(dialog, 0)->diskSpace().isEmpty());
         whenModal([this](QWidget *login) {
             confirmLogin(1);
             QTRY_COMPARE(toasts(), QStringList{"账号异常:frozen"});
@@ -276,6 +279,36 @@ private slots:
         press(dialog, 0, "btnNewUser");
         QCOMPARE(AppSettings().curUserId(), m_ming.userId.value());
         QCOMPARE(tabTexts(dialog), QStringList{Ming});
+        // Window title and history follow the last that is told, also where the login told more.
+        QVERIFY(!switched.isEmpty());
+        QCOMPARE(switched.last(), QVariantList({Ming, pageAt(dialog, 0)->diskSpace()}));
+        QCOMPARE(Session::instance().currentUser().userId.value(), m_ming.userId.value());
+    }
+
+    void whatFailsIsToldWithoutItsPage_data()
+    {
+        QTest::addColumn<QString>("told");
+        QTest::newRow("a new name") << "重命名失败：没有权限";
+        QTest::newRow("a new folder") << "新建文件夹失败：没有权限";
+    }
+    void whatFailsIsToldWithoutItsPage()
+    {
+        QFETCH(QString, told);
+        m_drive->server().makeFile("a.txt", "x");
+        m_drive->server().addFault(FaultOn("update|create").status(403));
+        const FileDialog dialog;
+        const auto table = [&dialog] { return inPage<FileTable>(dialog, 0, "fileList"); };
+        QTRY_COMPARE(table()->rowCount(), 1);
+        if (told.startsWith("重")) {
+            table()->item(0, 0)->setText("b.txt");
+        } else {
+            whenModal([](QWidget *modal) { qobject_cast<QDialog *>(modal)->accept(); });
+            press(dialog, 0, "btnCreateFolder");
+        }
+        emit pageAt(dialog, 0)->userChangedFromCloudDisk(1, 0, 0, Ming);
+        QTRY_COMPARE(toasts(), QStringList{told});
+        QTRY_COMPARE(table()->fileIds(), QStringList{text(m_drive->server().fileId("a.txt"))});
+        QCOMPARE(table()->item(0, 0)->text(), "a.txt");
     }
 
     void rebuildingLeavesNoPageBehind()

@@ -12,18 +12,22 @@
 #include "app/environment/app_settings.h"
 #include "app/environment/formatting.h"
 #include "db/tables/operations.h"
+#include "net/http_client.h"
 #include "player/session/play_request.h"
 #include "ui/files/file_actions.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_browser.h"
+#include "ui/files/file_names.h"
 #include "ui/files/file_table.h"
 #include "ui/files/quality_menu.h"
+#include "ui/files/refusal_note.h"
 #include "ui/files/watch_marks.h"
 #include "ui/widgets/shortcuts.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 #include "ui_cloud_file_dialog.h"
 
-CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, QWidget *parent)
+CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, FileNames *names,
+                                 QWidget *parent)
     : DialogPage(parent)
     , m_ui(std::make_unique<Ui::CloudFileDialog>())
     , m_user(user)
@@ -34,7 +38,7 @@ CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, QWi
     setUpTable();
     setUpBrowser();
     setUpPath();
-    setUpActions(batches ? batches : new FileBatches(this));
+    setUpActions(batches ? batches : new FileBatches(this), names ? names : new FileNames(this));
     setUpShortcuts();
     m_qualityMenu = new QualityMenu(m_ui->btnVideoQuality);
     connect(m_qualityMenu, &QualityMenu::chosen, this, &CloudFileDialog::listSettingsChanged);
@@ -102,9 +106,9 @@ void CloudFileDialog::setUpPath()
     update();
 }
 
-void CloudFileDialog::setUpActions(FileBatches *batches)
+void CloudFileDialog::setUpActions(FileBatches *batches, FileNames *names)
 {
-    m_actions = new FileActions(m_user, m_ui->fileList, m_browser, batches, this);
+    m_actions = new FileActions(m_user, m_ui->fileList, m_browser, batches, names, this);
     connect(m_actions->menu(), &QMenu::triggered, this, &CloudFileDialog::rightMenuClicked);
     connect(m_actions, &FileActions::folderCreated, this, &CloudFileDialog::onFolderCreated);
     connect(m_actions, &FileActions::refreshWanted, this, &CloudFileDialog::on_btnRefresh_clicked);
@@ -320,12 +324,12 @@ void CloudFileDialog::on_pathNavList_clicked(const QModelIndex &index)
 
 void CloudFileDialog::on_btnRefresh_clicked()
 {
-    refresh();
+    m_browser->reload();
+    refreshRest();
 }
 
-void CloudFileDialog::refresh(const QString &select)
+void CloudFileDialog::refreshRest()
 {
-    m_browser->reload(select);
     m_ui->fileNameSearch->clear();
     requestDiskSpace();
 }
@@ -388,13 +392,20 @@ void CloudFileDialog::onFolderCreated(const QString &fileId)
     if (kind != -1 && kind != static_cast<int>(FileKind::Folder)) {
         m_ui->fileTypeList->setCurrentIndex(0);
     }
-    refresh(fileId);
+    m_browser->reloadGently(fileId);
+    refreshRest();
 }
 
 void CloudFileDialog::onFileDone(const FileBatch &batch, const BatchFile &file)
 {
-    if (batch.order.user.userId.value() == userId()) {
-        m_browser->removeFile(file.id, batch.order.targetFolderId);
+    if (batch.order.user.userId.value() != userId()) {
+        return;
+    }
+    m_browser->removeFile(file.id, batch.order.targetFolderId);
+    // Entered while it was on its way: the folder is no longer there to be shown.
+    const int place = m_browser->placeInPath(file.id);
+    if (place > 0) {
+        goTo(place - 1);
     }
 }
 
@@ -404,13 +415,9 @@ void CloudFileDialog::onBatchFinished(const FileBatch &batch)
     if (order.user.userId.value() != userId()) {
         return;
     }
-    m_browser->forget(order.targetFolderId);
+    m_browser->listAnew(order.targetFolderId);
     if (batch.needsListing) {
-        m_browser->forget(order.sourceFolderId);
-    }
-    const QString shown = m_browser->folderId();
-    if (shown == order.targetFolderId || (batch.needsListing && shown == order.sourceFolderId)) {
-        m_browser->reload();
+        m_browser->listAnew(order.sourceFolderId);
     }
     requestDiskSpace();
 }
@@ -424,13 +431,21 @@ void CloudFileDialog::initVideoQualityMenu()
 void CloudFileDialog::requestDiskSpace()
 {
     m_lacksDiskSpace = false;
+    m_spaceReplies.abandon(); // an earlier answer that comes later knows less
     const QString step = QStringLiteral("getSpaceInfo");
-    const auto done = m_replies.guard(step, [this](const SpaceInfo &space) { onDiskSpace(space); });
-    const auto failed = m_replies.guard(step, [this](const QString &error, int /*code*/) {
+    const RefusalNote refusal;
+    const auto failed = m_spaceReplies.guard(step, [this](const QString &error, int /*code*/) {
         qDebug() << "getSpaceInfo erro:" << error;
         m_lacksDiskSpace = true;
     });
-    m_replies.limitWait(m_client.spaceInfo(done, failed));
+    const auto done = m_spaceReplies.guard(step, [this, refusal, failed](const SpaceInfo &space) {
+        if (refusal.saysNotJson()) {
+            failed(QStringLiteral("no JSON"), HttpClient::LocalFailure);
+        } else {
+            onDiskSpace(space);
+        }
+    });
+    m_spaceReplies.limitWait(m_client.whenRefused(refusal.handler()).spaceInfo(done, failed));
 }
 
 void CloudFileDialog::onServerReturned()

@@ -11,6 +11,7 @@ class FileActions;
 class FileBatches;
 class FileBrowser;
 class FileItem;
+class FileNames;
 class PlayHistory;
 class QAction;
 class QModelIndex;
@@ -35,10 +36,10 @@ class CloudFileDialog final : public DialogPage
     Q_DISABLE_COPY_MOVE(CloudFileDialog)
 
 public:
-    // Asks for the root folder and the disk space at once. The batches belong to the program and
-    // must outlive the page; without them it makes its own.
+    // Asks for the root folder and the disk space at once. The batches and the names belong to the
+    // program and must outlive the page; without them it makes its own.
     explicit CloudFileDialog(const UserInfo &user, FileBatches *batches = nullptr,
-                             QWidget *parent = nullptr);
+                             FileNames *names = nullptr, QWidget *parent = nullptr);
     ~CloudFileDialog() override;
 
     [[nodiscard]] QString userId() const { return m_user.userId.value(); }
@@ -98,7 +99,7 @@ private:
     void setUpTable();
     void setUpBrowser();
     void setUpPath();
-    void setUpActions(FileBatches *batches);
+    void setUpActions(FileBatches *batches, FileNames *names);
     void setUpShortcuts();
     void restoreListState();
     void saveListState();
@@ -109,7 +110,7 @@ private:
     void openRow(int row);
     void openVideo(const FileItem &file);
     void goTo(int index);
-    void refresh(const QString &select = QString());
+    void refreshRest();
     void onFolderCreated(const QString &fileId);
     void onFileDone(const FileBatch &batch, const BatchFile &file);
     void onBatchFinished(const FileBatch &batch);
@@ -128,5 +129,5 @@ private:
     QString m_diskSpace;
     bool m_lacksDiskSpace = false; // it could not be had
     QString m_listStatus;
-    ReplyGuard m_replies;
+    ReplyGuard m_spaceReplies;
 };

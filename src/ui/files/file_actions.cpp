@@ -9,31 +9,13 @@
 #include "net/log_failure.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_browser.h"
+#include "ui/files/file_names.h"
 #include "ui/files/file_table.h"
 #include "ui/files/file_tree_dialog.h"
-#include "ui/files/refusal_note.h"
 #include "ui/widgets/custom_pop_up_menu.h"
 #include "ui/widgets/questions.h"
 #include "ui/widgets/single_toast.h"
 #include "ui/widgets/toast.h"
-
-namespace {
-
-// The reply's fields where it has them; otherwise what follows from the new name.
-FileItem renamed(FileItem file, const QString &name, const FileUpdateResp &reply)
-{
-    file.name = reply.name.isEmpty() ? name : reply.name;
-    file.file_extension = reply.file_extension;
-    if (!reply.category.isEmpty()) {
-        file.category = reply.category;
-    }
-    if (reply.updated_at.isValid()) {
-        file.updated_at = reply.updated_at.toUTC().toString(Qt::ISODateWithMs);
-    }
-    return file;
-}
-
-} // namespace
 
 struct FileActions::MenuEntry
 {
@@ -63,16 +45,20 @@ const QVector<FileActions::MenuEntry> &FileActions::menuEntries()
 }
 
 FileActions::FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser,
-                         FileBatches *batches, QWidget *page)
+                         FileBatches *batches, FileNames *names, QWidget *page)
     : QObject(page)
     , m_user(user)
     , m_client(user)
     , m_table(table)
     , m_browser(browser)
     , m_batches(batches)
+    , m_names(names)
     , m_page(page)
 {
     makeMenu();
+    connect(names, &FileNames::folderCreated, this, &FileActions::onFolderCreated);
+    connect(names, &FileNames::nameSettled, this, &FileActions::onNameSettled);
+    connect(names, &FileNames::listingNeeded, this, &FileActions::onListingNeeded);
 }
 
 void FileActions::makeMenu()
@@ -112,33 +98,16 @@ void FileActions::createFolder()
         askText(m_page, QStringLiteral("新建文件夹"), QStringLiteral("请输入新文件夹名称"),
                 QStringLiteral("新建文件夹"));
     if (name && !name->isEmpty()) {
-        sendNewFolder(parentId, *name);
+        m_names->createFolder(m_user, parentId, *name);
     }
 }
 
-void FileActions::sendNewFolder(const QString &parentId, const QString &name)
+void FileActions::onFolderCreated(const QString &userId, const QString &parentId,
+                                  const QString &fileId)
 {
-    const QString step = QStringLiteral("createFolder");
-    const RefusalNote refusal;
-    const auto done =
-        m_replies.guard(step, [this, parentId, refusal](const CreateFileResp &folder) {
-            if (folder.file_id.isEmpty()) {
-                onCreateFailed(parentId, refusal, QStringLiteral("no file_id"),
-                               HttpClient::LocalFailure);
-            } else {
-                onFolderCreated(parentId, folder.file_id);
-            }
-        });
-    const auto failed =
-        m_replies.guard(step, [this, parentId, refusal](const QString &error, int code) {
-            onCreateFailed(parentId, refusal, error, code);
-        });
-    m_replies.limitWait(
-        m_client.whenRefused(refusal.handler()).createFolder(parentId, name, done, failed));
-}
-
-void FileActions::onFolderCreated(const QString &parentId, const QString &fileId)
-{
+    if (userId != m_user.userId.value()) {
+        return;
+    }
     // Whoever is elsewhere by now sees it on the way back.
     m_browser->forget(parentId);
     if (m_browser->folderId() == parentId) {
@@ -146,29 +115,24 @@ void FileActions::onFolderCreated(const QString &parentId, const QString &fileId
     }
 }
 
-void FileActions::onCreateFailed(const QString &parentId, const RefusalNote &refusal,
-                                 const QString &error, int code)
+void FileActions::onNameSettled(const QString &userId, const FileItem &file)
 {
-    logFailure(QStringLiteral("createFolder"), code, error);
-    showSingleToast(withReason(QStringLiteral("新建文件夹失败"), code, refusal.refusal()));
-    if (code == HttpClient::LocalFailure || leavesOpenWhatIsTrue(code)) {
-        listAnew(parentId);
+    if (userId == m_user.userId.value()) {
+        m_browser->updateFile(file);
     }
 }
 
-void FileActions::listAnew(const QString &folderId)
+void FileActions::onListingNeeded(const QString &userId, const QString &folderId)
 {
-    m_browser->forget(folderId);
-    if (m_browser->folderId() == folderId) {
-        m_browser->reload();
+    if (userId == m_user.userId.value()) {
+        m_browser->listAnew(folderId);
     }
 }
 
 void FileActions::editName()
 {
     QTableWidgetItem *name = m_table->item(m_table->currentRow(), FileTable::NameColumn);
-    if (m_table->currentFileId().isEmpty() || !name->isSelected() ||
-        m_table->isPersistentEditorOpen(name)) {
+    if (m_table->currentFileId().isEmpty() || !name->isSelected() || m_table->isEditing()) {
         return;
     }
     m_table->setFocus();
@@ -181,37 +145,13 @@ void FileActions::sendName(int row)
     if (!known) {
         return;
     }
-    const FileItem file = *known;
+    FileItem file = *known;
     const QString name = m_table->item(row, FileTable::NameColumn)->text();
-    if (name.isEmpty() || name == file.name) {
-        m_table->updateFile(file);
-        return;
+    if (!name.isEmpty()) {
+        m_names->rename(m_user, m_browser->folderId(), file, name);
     }
-    const QString step = QStringLiteral("fileUpdate");
-    const auto done = m_replies.guard(step, [this, file, name](const FileUpdateResp &reply) {
-        m_browser->updateFile(renamed(file, name, reply));
-    });
-    const RefusalNote refusal;
-    const auto failed =
-        m_replies.guard(step, [this, refusal, id = file.file_id,
-                               folderId = m_browser->folderId()](const QString &error, int code) {
-            onRenameFailed(id, folderId, refusal, error, code);
-        });
-    m_replies.limitWait(
-        m_client.whenRefused(refusal.handler()).rename(file.file_id, name, done, failed));
-}
-
-void FileActions::onRenameFailed(const QString &fileId, const QString &folderId,
-                                 const RefusalNote &refusal, const QString &error, int code)
-{
-    logFailure(QStringLiteral("fileUpdate"), code, error);
-    showSingleToast(withReason(QStringLiteral("重命名失败"), code, refusal.refusal()));
-    if (const FileItem *known = m_browser->file(fileId)) {
-        m_table->updateFile(*known);
-    }
-    if (leavesOpenWhatIsTrue(code)) {
-        listAnew(folderId);
-    }
+    file.name = m_names->nameToBe(m_user, file);
+    m_table->updateFile(file);
 }
 
 // Made before anything is asked: while a question stands, rows go and the selection moves on.

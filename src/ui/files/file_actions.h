@@ -9,10 +9,11 @@
 
 class FileBatches;
 class FileBrowser;
+class FileItem;
+class FileNames;
 class FileTable;
 class QAction;
 class QMenu;
-class RefusalNote;
 struct BatchOrder;
 enum class FileOperation;
 
@@ -24,9 +25,9 @@ class FileActions final : public QObject
     Q_DISABLE_COPY_MOVE(FileActions)
 
 public:
-    // The page's table, browser and the program's batches must outlive the actions.
+    // The page's table and browser and the program's batches and names must outlive the actions.
     FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser, FileBatches *batches,
-                QWidget *page);
+                FileNames *names, QWidget *page);
 
     [[nodiscard]] QMenu *menu() const { return m_menu; }
     // Does what an entry of the menu offers.
@@ -52,22 +53,18 @@ private:
 
     void makeMenu();
     void updateMenu();
-    void sendNewFolder(const QString &parentId, const QString &name);
-    void onFolderCreated(const QString &parentId, const QString &fileId);
-    void onCreateFailed(const QString &parentId, const RefusalNote &refusal, const QString &error,
-                        int code);
-    void onRenameFailed(const QString &fileId, const QString &folderId, const RefusalNote &refusal,
-                        const QString &error, int code);
+    void onFolderCreated(const QString &userId, const QString &parentId, const QString &fileId);
+    void onNameSettled(const QString &userId, const FileItem &file);
+    void onListingNeeded(const QString &userId, const QString &folderId);
     void onLinkFailed(const QString &error, int code);
     [[nodiscard]] BatchOrder orderForSelection(FileOperation operation) const;
-    // For a folder of which no answer says what is true now.
-    void listAnew(const QString &folderId);
 
     const UserInfo m_user;
     const OpenApiClient m_client;
     FileTable *const m_table;
     FileBrowser *const m_browser;
     FileBatches *const m_batches;
+    FileNames *const m_names;
     QWidget *const m_page;
     QMenu *m_menu = nullptr;
     ReplyGuard m_replies;

@@ -10,6 +10,7 @@
 #include "player/session/play_request.h"
 #include "ui/files/cloud_file_dialog.h"
 #include "ui/files/file_batches.h"
+#include "ui/files/file_names.h"
 #include "ui/shell/avatar_loader.h"
 #include "ui/shell/trans_dialog.h"
 #include "ui/widgets/questions.h"
@@ -34,6 +35,7 @@ FileDialog::FileDialog(FileBatches *batches, QWidget *parent)
     , m_ui(std::make_unique<Ui::FileDialog>())
     , m_transfers(std::make_unique<TransDialog>())
     , m_batches(batches ? batches : new FileBatches(this))
+    , m_names(new FileNames(m_batches))
 {
     m_ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
@@ -90,7 +92,7 @@ void FileDialog::removeTab(int index)
 void FileDialog::addTab(const UserInfo &user)
 {
     const QString nickname = user.nickname.value();
-    auto *page = new CloudFileDialog(user, m_batches);
+    auto *page = new CloudFileDialog(user, m_batches, m_names);
     qDebug() << "add tab:" << nickname;
     connectAccounts(page);
     connect(page, &CloudFileDialog::refreshDiskSpace, this, &FileDialog::refreshDiskSpace);

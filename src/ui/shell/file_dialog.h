@@ -9,6 +9,7 @@
 
 class CloudFileDialog;
 class FileBatches;
+class FileNames;
 class PlayHistory;
 class TransDialog;
 struct PlayRequest;
@@ -74,6 +75,7 @@ private:
     const std::unique_ptr<Ui::FileDialog> m_ui;
     const std::unique_ptr<TransDialog> m_transfers;
     FileBatches *const m_batches;
-    QList<UserInfo> m_users; // in the order of the tabs
+    FileNames *const m_names; // go with the batches, after all pages
+    QList<UserInfo> m_users;  // in the order of the tabs
     QString m_nickname;
 };
