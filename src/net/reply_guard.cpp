@@ -45,6 +45,13 @@ void ReplyGuard::limitWait(const PendingReply &reply)
     watch(reply);
 }
 
+bool ReplyGuard::isHeldBack() const
+{
+    return std::any_of(m_awaited.cbegin(), m_awaited.cend(), [](const PendingReply &awaited) {
+        return awaited.isPending() && !awaited.waited();
+    });
+}
+
 void ReplyGuard::abandon()
 {
     const std::vector<PendingReply> awaited = std::exchange(m_awaited, {});

@@ -72,6 +72,9 @@ public:
     // Waits for a fired request as described above.
     void limitWait(const PendingReply &reply);
 
+    // Whether a request is awaited that is not sent yet, see above.
+    [[nodiscard]] bool isHeldBack() const;
+
     // Ends the awaited requests at once: none of their callbacks runs.
     void abandon();
 

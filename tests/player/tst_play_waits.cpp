@@ -17,6 +17,7 @@ const std::string PlayInfo = "getVideoPreviewPlayInfo";
 const std::string Listing = "openFile/list";
 const QString First = "show/1.mkv";
 const QString Second = "show/2.mkv";
+const QString Third = "show/3.mkv";
 const QString Failing = "视频无法播放：1.mkv";
 const QString Waiting = "服务器没有响应，仍在等待\n按播放键重试";
 
@@ -29,6 +30,7 @@ const std::string SilentSession = "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 
 } // namespace
 
 Q_DECLARE_METATYPE(localdrive::Fault)
+Q_DECLARE_METATYPE(localdrive::PlayAnswer)
 
 // What the player does when it has to wait, for answers, for data, for the folder's list, and what
 // is left when it is killed meanwhile.
@@ -123,21 +125,66 @@ private slots:
         QCOMPARE(notice(), QString());
     }
 
+    void offersTheSource_data()
+    {
+        QTest::addColumn<localdrive::PlayAnswer>("answer");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("no streams") << localdrive::PlayAnswer::NoPreview << "该视频无法转码";
+        QTest::newRow("a full drive") << localdrive::PlayAnswer::ExceedCapacity << "云盘空间不足";
+    }
+
     // The play information is refused; the source may play, and is asked for on demand.
     void offersTheSource()
     {
+        QFETCH(localdrive::PlayAnswer, answer);
+        QFETCH(QString, reason);
         m_player->addClip(First, {60});
         m_player->storePosition(First, 20, 60);
-        FaultOn refusal(PlayInfo);
-        m_player->server().addFault(refusal.always().status(404, "NotFound.VideoPreviewInfo"));
+        setPlayAnswer(answer);
         m_player->open(First);
-        QTRY_COMPARE(notice(), "视频无法播放：1.mkv\n该视频无法转码");
+        QTRY_COMPARE(notice(), Failing + '\n' + reason);
         QVERIFY(m_player->server().requestsTo("/adrive/v1.0/openFile/getDownloadUrl").empty());
         QVERIFY(m_player->part("playSource")->isVisible());
         m_player->press("playSource");
         QVERIFY(m_player->waitFor(20));
         QCOMPARE(m_player->menuTexts("quality").size(), 1);
         QVERIFY(!m_player->part("playSource")->isVisible());
+    }
+
+    void theSourcePlaysUntilThereAreStreams()
+    {
+        m_player->addClip(First, {60});
+        setPlayAnswer(localdrive::PlayAnswer::WaitAndRetry);
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(1));
+        QCOMPARE(m_player->menuTexts("quality"), QStringList("原画"));
+    }
+
+    void whatIsAskedTooFastIsAskedAgain_data()
+    {
+        QTest::addColumn<localdrive::Fault>("fault");
+        QTest::newRow("the play information") << tooFast(PlayInfo);
+        QTest::newRow("the video's address") << tooFast("getDownloadUrl");
+        QTest::newRow("the subtitle's address") << tooFast("getDownloadUrl", 1);
+        QTest::newRow("the folders' lists") << tooFast(Listing);
+        QTest::newRow("the video's place") << tooFast("openFile/get");
+    }
+
+    void whatIsAskedTooFastIsAskedAgain()
+    {
+        QFETCH(localdrive::Fault, fault);
+        m_player->addClip(First, {100});
+        m_player->addClip(Second, {100});
+        m_player->addFile("show/1.srt", "1\n00:00:01,000 --> 00:00:09,000\nx\n");
+        m_player->server().addFault(fault);
+        openFromHistory(First);
+        QVERIFY(m_player->waitFor(1));
+        QVERIFY(m_player->menuTexts("quality").filter("原画").size() == 1);
+        const auto tracks = [this] { return m_player->mpv()->getProperty("track-list/count"); };
+        QTRY_COMPARE_WITH_TIMEOUT(tracks().toInt(), 2, 15000);
+        QVERIFY(m_player->step("next", "2.mkv"));
+        QVERIFY(toasts().isEmpty());
+        QVERIFY(m_log->lines().filter(" fail :").isEmpty());
     }
 
     void keepsThePlaceAgainstAKill_data()
@@ -197,27 +244,68 @@ private slots:
         QCOMPARE(loads(), 2);
     }
 
+    void aPartOfTheFolderHasNoEnds_data()
+    {
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QByteArray>("button");
+        QTest::newRow("its last video") << Second << QByteArray("next");
+        QTest::newRow("its first video") << First << QByteArray("previous");
+    }
+
+    // The list that it was opened from shows two videos of three.
+    void aPartOfTheFolderHasNoEnds()
+    {
+        QFETCH(QString, from);
+        QFETCH(QByteArray, button);
+        for (const QString &path : {First, Second, Third}) {
+            m_player->addClip(path, {100});
+        }
+        m_player->server().addFault(FaultOn(Listing).always().holds());
+        PlayRequest request = m_player->request(from);
+        request.videos.removeLast();
+        m_player->host().open(request);
+        QVERIFY(m_player->waitFor(1));
+        m_player->press(button.constData());
+        QCOMPARE(m_player->window()->windowTitle(), request.file.name);
+        m_player->server().clearFaults();
+        QTRY_COMPARE_WITH_TIMEOUT(m_player->window()->windowTitle(), "3.mkv", 15000);
+    }
+
     void aFolderWithoutAnEndIsLeft_data()
     {
-        QTest::addColumn<QByteArray>("page");
-        QTest::newRow("the same marker") << QByteArray(R"({"items":[],"next_marker":"m"})");
-        QTest::newRow("no answer") << QByteArray();
+        QTest::addColumn<QList<localdrive::Fault>>("faults");
+        const auto page = [](const std::string &marker) {
+            const std::string reply = "{'items':[],'next_marker':'" + marker + "'}";
+            return FaultOn(Listing).status(200).body(
+                QString::fromStdString(reply).replace('\'', '"').toStdString());
+        };
+        QList<localdrive::Fault> evernew;
+        for (int i = 0; i < 100; ++i) {
+            evernew.append(page(std::to_string(i)));
+        }
+        using Faults = QList<localdrive::Fault>;
+        QTest::newRow("the same marker") << Faults{page("m").always()};
+        QTest::newRow("ever new markers") << evernew;
+        QTest::newRow("no answer") << Faults{FaultOn(Listing).always().status(503)};
     }
 
     void aFolderWithoutAnEndIsLeft()
     {
-        QFETCH(QByteArray, page);
+        QFETCH(QList<localdrive::Fault>, faults);
         m_player->addClip(First, {60});
-        FaultOn fault(Listing);
-        fault.always();
-        m_player->server().addFault(page.isEmpty() ? fault.status(503)
-                                                   : fault.status(200).body(page.toStdString()));
+        for (const localdrive::Fault &fault : qAsConst(faults)) {
+            m_player->server().addFault(fault);
+        }
         openFromHistory(First);
         QVERIFY(m_player->waitFor(1));
         m_player->press("next");
         QTRY_VERIFY(toasts().contains("未能获取文件夹中的其他视频"));
         QCOMPARE(loads(), 1);
-        QVERIFY(m_player->server().requestsTo("/adrive/v1.0/openFile/list").size() < 20);
+        int pages = 0;
+        for (const auto &request : m_player->server().requestsTo("/adrive/v1.0/openFile/list")) {
+            pages += bodyOf(request).value("category") == "video" ? 1 : 0;
+        }
+        QVERIFY2(pages < 20, qPrintable(QString::number(pages)));
         // Once it answers, the next wish is granted.
         m_player->addClip(Second, {60});
         m_player->server().clearFaults();
@@ -324,6 +412,18 @@ private slots:
     }
 
 private:
+    static localdrive::Fault tooFast(const std::string &path, int before = 0)
+    {
+        return FaultOn(path).after(before).times(2).status(429, "TooManyRequests");
+    }
+
+    void setPlayAnswer(localdrive::PlayAnswer answer)
+    {
+        localdrive::Rules rules = m_player->server().rules();
+        rules.playAnswer = answer;
+        m_player->server().setRules(rules);
+    }
+
     void openFromHistory(const QString &path, const QString &folder = QString())
     {
         PlayRequest request = m_player->request(path);

@@ -303,6 +303,40 @@ private slots:
         QTRY_COMPARE(outcome.successes, 4);
         QVERIFY(clock.elapsed() < 200);
     }
+    // Of what was refused no more is sent in a second than was taken in the last one.
+    void whoIsHeldBackGoesByTurn()
+    {
+        RequestPacing &pacing = Session::instance().pacing();
+        QStringList sent;
+        QList<qint64> times; // milliseconds
+        QElapsedTimer clock;
+        clock.start();
+        const auto ask = [&](const QString &name, RequestTurn turn = RequestTurn::Now) {
+            pacing.whenAllowed("someone", {"address", turn, [&sent, &times, &clock, name] {
+                                               sent.append(name);
+                                               times.append(clock.elapsed());
+                                               return true;
+                                           }});
+        };
+        ask("first");
+        ask("refused");
+        pacing.hold("someone", "address", std::chrono::milliseconds(10));
+        ask("ahead", RequestTurn::Ahead);
+        ask("soon", RequestTurn::Soon);
+        ask("now");
+        bool isOtherSent = false;
+        pacing.whenAllowed("someone", {"other", RequestTurn::Ahead, [&] {
+                                           isOtherSent = sent.size() < 5;
+                                           return true;
+                                       }});
+        QTRY_COMPARE_WITH_TIMEOUT(sent.size(), 5, 15000);
+        QCOMPARE(sent, (QStringList{"first", "refused", "now", "soon", "ahead"}));
+        for (int i = 2; i < times.size(); ++i) {
+            const qint64 before = i == 2 ? times.first() : times.at(i - 1);
+            QVERIFY2(times.at(i) - before >= 1000, qPrintable(sent.at(i)));
+        }
+        QVERIFY(isOtherSent); // nothing was refused of it
+    }
     void theServersReturnIsTold()
     {
         DriveFixture drive;

@@ -85,7 +85,7 @@ void ApiRequest::sendWithStoredToken(const std::optional<HttpClient> &rejected)
         }
         return true;
     };
-    Session::instance().pacing().whenAllowed(m_call.userId, send);
+    Session::instance().pacing().whenAllowed(m_call.userId, {m_call.path, m_call.turn, send});
 }
 
 void ApiRequest::sendWithToken(const QString &token)
@@ -120,7 +120,7 @@ void ApiRequest::onRefused(const HttpRefusal &refusal)
     m_refusal = apiRefusal(refusal);
     Session::instance().reachability().onReplied();
     if (m_refusal->trouble == ApiTrouble::TooFast && !m_call.userId.isEmpty()) {
-        Session::instance().pacing().hold(m_call.userId, refusal.retryAfter);
+        Session::instance().pacing().hold(m_call.userId, m_call.path, refusal.retryAfter);
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
+#include "api/session/request_turn.h"
 #include "net/http_client.h"
 
 // What is asked of the Open API, and who is told. Without a user the given token is sent as it is;
@@ -20,7 +21,8 @@ struct ApiCall
     // The JSON body to post; a call without one is a GET.
     std::optional<QString> body;
     CallKind kind; // what changes the drive is sent once
-    qint64 limit;  // of the reply, in bytes
+    RequestTurn turn;
+    qint64 limit; // of the reply, in bytes
     std::function<void(const QString &reply)> success;
     ApiFailure fail;
     ApiRefusalHandler refused;

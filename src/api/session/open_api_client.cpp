@@ -77,6 +77,19 @@ OpenApiClient OpenApiClient::whenRefused(const ApiRefusalHandler &refused) const
 {
     OpenApiClient client = *this;
     client.m_refused = refused;
+    if (m_refused) {
+        client.m_refused = [before = m_refused, refused](const ApiRefusal &refusal) {
+            before(refusal);
+            refused(refusal);
+        };
+    }
+    return client;
+}
+
+OpenApiClient OpenApiClient::inTurn(RequestTurn turn) const
+{
+    OpenApiClient client = *this;
+    client.m_turn = turn;
     return client;
 }
 
@@ -305,5 +318,5 @@ PendingReply OpenApiClient::send(CallKind kind, const QString &path,
 {
     const qint64 limit = path == ListPath ? LongestPage : LongestReply;
     return ApiRequest::send(
-        {m_userId, m_accessToken, path, body, kind, limit, success, fail, m_refused});
+        {m_userId, m_accessToken, path, body, kind, m_turn, limit, success, fail, m_refused});
 }

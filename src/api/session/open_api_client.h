@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include "api/session/request_turn.h"
 #include "net/pending_reply.h"
 
 class CreateFileResp;
@@ -58,8 +59,11 @@ public:
 
     // The same user's operations. `refused` runs just before `fail` when the server answered with
     // an error status. It also runs, with ApiTrouble::NotJson, just before a `success` whose reply
-    // was no JSON object: an empty page of a list is then no empty folder.
+    // was no JSON object: an empty page of a list is then no empty folder. Handlers that were given
+    // before run, too.
     [[nodiscard]] OpenApiClient whenRefused(const ApiRefusalHandler &refused) const;
+    // The same user's operations, for when the server holds that user back; Now unless it is told.
+    [[nodiscard]] OpenApiClient inTurn(RequestTurn turn) const;
 
     PendingReply userInfo(const ApiSuccess<UserInfoResp> &success, const ApiFailure &fail) const;
     PendingReply driveInfo(const ApiSuccess<DriveInfo> &success, const ApiFailure &fail) const;
@@ -138,4 +142,5 @@ private:
     QString m_driveId;
     QString m_accessToken;
     ApiRefusalHandler m_refused;
+    RequestTurn m_turn = RequestTurn::Now;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include <QString>
 
@@ -20,12 +21,13 @@ public:
         }
     }
 
-    // The addresses of a video that is being opened; new ones when it is another.
+    // The addresses of a video that is being opened; new ones when it is another, whose requests
+    // those for the one that was next must not hold up.
     [[nodiscard]] std::unique_ptr<PlayAddress> take(const UserInfo &user, const FileItem &file)
     {
-        const bool isNext = m_address && m_fileId == file.file_id;
-        m_fileId.clear();
-        return isNext ? std::move(m_address) : std::make_unique<PlayAddress>(user, file);
+        auto ahead = std::exchange(m_address, nullptr);
+        const bool isNext = ahead && m_fileId == file.file_id;
+        return isNext ? std::move(ahead) : std::make_unique<PlayAddress>(user, file);
     }
 
 private:

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "api/session/open_api_client.h"
+#include "api/session/patient_reading.h"
 #include "api/session/session.h"
 #include "net/log_failure.h"
 #include "player/session/subtitle_files.h"
@@ -51,8 +51,11 @@ void FolderSubtitles::requestPage(const QString &marker)
         m_isLost = true;
         onAll();
     };
-    m_replies.limitWait(OpenApiClient(m_user).listAllByNamePaged(
-        m_folderId, marker, m_replies.guard(listed), m_replies.guard(fail)));
+    const auto ask = [id = m_folderId, marker, listed = m_replies.guard(listed)](
+                         const OpenApiClient &client, const ApiFailure &failed) {
+        return client.listAllByNamePaged(id, marker, listed, failed);
+    };
+    readPatiently(m_replies, OpenApiClient(m_user).inTurn(RequestTurn::Soon), ask, fail);
 }
 
 // A drive may give fewer entries than asked for, and markers without an end.

@@ -1,11 +1,9 @@
 #include "player/session/folder_videos.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
-#include "api/session/api_failure.h"
-#include "api/session/open_api_client.h"
+#include "api/session/patient_reading.h"
 #include "api/session/session.h"
 #include "net/log_failure.h"
 #include "ui/widgets/natural_order.h"
@@ -14,7 +12,6 @@ namespace {
 
 constexpr int PageSize = 200;
 constexpr int MostUselessPages = 5;
-constexpr std::chrono::seconds BeforeSecondTry(1);
 
 int indexOf(const QList<FileItem> &videos, const QString &fileId)
 {
@@ -37,13 +34,17 @@ QList<FileItem> inNaturalOrder(QList<FileItem> videos)
 FolderVideos::FolderVideos(UserInfo user, const QList<FileItem> &videos)
     : m_user(std::move(user)), m_videos(inNaturalOrder(videos))
 {
-    m_secondTry.setSingleShot(true);
     connect(&Session::instance().reachability(), &Reachability::returned, this, [this] {
         const bool isUnplaced = !m_soughtId.isEmpty() && m_file.file_id == m_soughtId;
         if (m_isLost || (isUnplaced && !m_isAsked)) {
             request(m_file);
         }
     });
+}
+
+FolderVideos::~FolderVideos()
+{
+    m_replies.abandon();
 }
 
 void FolderVideos::adopt(const FolderVideos &other)
@@ -73,13 +74,11 @@ void FolderVideos::requestVideos(const FileItem &file)
 void FolderVideos::start()
 {
     m_replies.abandon();
-    m_secondTry.stop();
     m_isAsked = true;
     m_received.clear();
     m_receivedIds.clear();
     m_markers.clear();
     m_uselessPages = 0;
-    m_hasTriedAgain = false;
     m_isLost = false;
 }
 
@@ -102,30 +101,34 @@ void FolderVideos::requestPlace(const FileItem &file)
     };
     const auto fail = [this, file](const QString &error, int code) {
         logFailure(QStringLiteral("getFile"), code, error);
-        onNoPlace(file, code);
+        requestVideos(file);
     };
-    m_replies.limitWait(OpenApiClient(m_user).fileDetails(file.file_id, m_replies.guard(success),
-                                                          m_replies.guard(fail)));
+    const auto ask = [id = file.file_id, success = m_replies.guard(success)](
+                         const OpenApiClient &client, const ApiFailure &failed) {
+        return client.fileDetails(id, success, failed);
+    };
+    readPatiently(m_replies, client(), ask, fail);
 }
 
-void FolderVideos::onNoPlace(const FileItem &file, int code)
+OpenApiClient FolderVideos::client() const
 {
-    if (m_hasTriedAgain || !mayAskAgain(CallKind::Reading, code)) {
-        requestVideos(file);
-    } else {
-        tryAgainSoon([this, file] { requestPlace(file); });
-    }
+    return OpenApiClient(m_user).inTurn(RequestTurn::Soon);
 }
 
 void FolderVideos::requestPage(const QString &marker)
 {
     const auto success = m_replies.guard([this](const FileItems &page) { onPage(page); });
-    const auto fail = m_replies.guard(
-        [this, marker](const QString &error, int code) { onPageFailed(marker, error, code); });
-    const OpenApiClient client(m_user);
-    m_replies.limitWait(marker.isEmpty() ? client.listVideos(m_file.parent_file_id, success, fail)
-                                         : client.listVideosPaged(m_file.parent_file_id, PageSize,
-                                                                  marker, success, fail));
+    const auto fail = [this](const QString &error, int code) {
+        logFailure(QStringLiteral("getFileList"), code, error);
+        m_isLost = true;
+        finish(false);
+    };
+    const auto ask = [folder = m_file.parent_file_id, marker, success](const OpenApiClient &client,
+                                                                       const ApiFailure &failed) {
+        return marker.isEmpty() ? client.listVideos(folder, success, failed)
+                                : client.listVideosPaged(folder, PageSize, marker, success, failed);
+    };
+    readPatiently(m_replies, client(), ask, fail);
 }
 
 // Some drives repeat a marker, a page, or give empty pages with ever new markers: then there is no
@@ -150,25 +153,6 @@ void FolderVideos::onPage(const FileItems &page)
     requestPage(next);
 }
 
-void FolderVideos::onPageFailed(const QString &marker, const QString &error, int code)
-{
-    logFailure(QStringLiteral("getFileList"), code, error);
-    if (m_hasTriedAgain || !mayAskAgain(CallKind::Reading, code)) {
-        m_isLost = true;
-        finish(false);
-    } else {
-        tryAgainSoon([this, marker] { requestPage(marker); });
-    }
-}
-
-void FolderVideos::tryAgainSoon(const std::function<void()> &ask)
-{
-    m_hasTriedAgain = true;
-    m_secondTry.disconnect();
-    connect(&m_secondTry, &QTimer::timeout, this, ask);
-    m_secondTry.start(BeforeSecondTry);
-}
-
 void FolderVideos::finish(bool isWhole)
 {
     m_isAsked = false;
@@ -190,7 +174,7 @@ const FileItem *FolderVideos::find(const QString &fileId) const
 const FileItem *FolderVideos::neighbour(const QString &fileId, int step) const
 {
     const int index = indexOf(m_videos, fileId);
-    if (index < 0 || (m_videos.size() == 1 && !m_isComplete)) {
+    if (index < 0 || (!m_isComplete && (m_isAsked || m_videos.size() == 1))) {
         return nullptr;
     }
     const int next = index + step;

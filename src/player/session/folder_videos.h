@@ -1,17 +1,15 @@
 #pragma once
 
-#include <functional>
-
 #include <QList>
 #include <QObject>
 #include <QSet>
-#include <QTimer>
 
 #include "api/records/file_records.h"
 #include "db/tables/user_info.h"
 #include "net/reply_guard.h"
 
 class FileItems;
+class OpenApiClient;
 
 // The videos of one folder in the order in which people expect names ("第2集" before "第10集"), all
 // of them once the drive has told.
@@ -23,6 +21,7 @@ class FolderVideos final : public QObject
 public:
     // `videos` are those that are known from elsewhere.
     FolderVideos(UserInfo user, const QList<FileItem> &videos);
+    ~FolderVideos() override;
 
     // Takes over what was found out for another video of the folder.
     void adopt(const FolderVideos &other);
@@ -42,8 +41,8 @@ public:
     // Null when the folder is not known to have this video.
     [[nodiscard]] const FileItem *find(const QString &fileId) const;
     // The one `step` places after this video, beyond the last the first and the other way round.
-    // Null when the folder is not known to have this video, or another one while the drive has
-    // not told.
+    // Null when the folder is not known to have this video, while the drive is being asked for the
+    // first time, and where no other one is known though the drive has not told.
     [[nodiscard]] const FileItem *neighbour(const QString &fileId, int step) const;
 
 signals:
@@ -56,12 +55,10 @@ signals:
 private:
     void start();
     void requestPlace(const FileItem &file);
-    void onNoPlace(const FileItem &file, int code);
+    [[nodiscard]] OpenApiClient client() const;
     void requestVideos(const FileItem &file);
     void requestPage(const QString &marker);
     void onPage(const FileItems &page);
-    void onPageFailed(const QString &marker, const QString &error, int code);
-    void tryAgainSoon(const std::function<void()> &ask);
     void finish(bool isWhole);
 
     const UserInfo m_user;
@@ -74,8 +71,6 @@ private:
     QString m_soughtId;    // the file of locate(), until the drive has told where it is
     bool m_isLost = false; // a page did not come
     bool m_isAsked = false;
-    bool m_hasTriedAgain = false;
     bool m_isComplete = false;
-    QTimer m_secondTry;
     ReplyGuard m_replies;
 };

@@ -8,6 +8,7 @@
 #include "api/records/subtitle_records.h"
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
+#include "api/session/patient_reading.h"
 #include "app/environment/video_quality.h"
 #include "net/log_failure.h"
 #include "net/web_address.h"
@@ -28,6 +29,11 @@ PlayAddress::PlayAddress(UserInfo user, const FileItem &file)
 {
 }
 
+PlayAddress::~PlayAddress()
+{
+    m_replies.abandon();
+}
+
 void PlayAddress::fetchAhead()
 {
     request(Purpose::Ahead);
@@ -38,8 +44,8 @@ void PlayAddress::open()
     m_isOpen = true;
     if (m_answer == Answer::Known && !m_life.hasExpired()) {
         emit ready();
-    } else if (m_answer != Answer::Awaited) {
-        renew();
+    } else if (m_answer != Answer::Awaited || m_replies.isHeldBack()) {
+        renew(); // in its present turn
     }
 }
 
@@ -80,7 +86,8 @@ void PlayAddress::request(Purpose purpose)
 
 OpenApiClient PlayAddress::client()
 {
-    return OpenApiClient(m_user).whenRefused(
+    const auto turn = m_purpose == Purpose::Ahead ? RequestTurn::Ahead : RequestTurn::Now;
+    return OpenApiClient(m_user).inTurn(turn).whenRefused(
         m_replies.guard([this](const ApiRefusal &refusal) { m_refusal = refusal; }));
 }
 
@@ -94,8 +101,12 @@ void PlayAddress::requestPlayInfo()
         onFailure(QStringLiteral("getPlayInfo"), code, error);
         onAnswer(Answer::Refused);
     };
-    m_replies.limitWait(
-        client().playInfo(m_file.file_id, m_replies.guard(success), m_replies.guard(fail)));
+    const auto ask = [this, success = m_replies.guard(success)](const OpenApiClient &client,
+                                                                const ApiFailure &failed) {
+        m_refusal.reset();
+        return client.playInfo(m_file.file_id, success, failed);
+    };
+    readPatiently(m_replies, client(), ask, fail);
 }
 
 void PlayAddress::onPlayInfo(const VideoPlayInfo &reply)
@@ -128,8 +139,12 @@ void PlayAddress::requestSource()
         onFailure(QStringLiteral("getDownloadUrl"), code, error);
         onAnswer(m_purpose == Purpose::Ahead ? Answer::Refused : Answer::Known);
     };
-    m_replies.limitWait(
-        client().downloadUrl(m_file.file_id, m_replies.guard(success), m_replies.guard(fail)));
+    const auto ask = [this, success = m_replies.guard(success)](const OpenApiClient &client,
+                                                                const ApiFailure &failed) {
+        m_refusal.reset();
+        return client.downloadUrl(m_file.file_id, success, failed);
+    };
+    readPatiently(m_replies, client(), ask, fail);
 }
 
 void PlayAddress::onFailure(const QString &operation, int code, const QString &error)

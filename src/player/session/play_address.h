@@ -25,6 +25,8 @@ class PlayAddress final : public QObject
 
 public:
     PlayAddress(UserInfo user, const FileItem &file);
+    // What is under way is abandoned.
+    ~PlayAddress() override;
 
     // Asks before the video's turn has come. Nobody is told, and failures are not logged: open()
     // asks again then.

@@ -7,7 +7,7 @@
 
 #include "api/records/file_records.h"
 #include "api/records/subtitle_records.h"
-#include "api/session/open_api_client.h"
+#include "api/session/patient_reading.h"
 #include "net/http_downloader.h"
 #include "net/log_failure.h"
 #include "player/session/subtitle_files.h"
@@ -70,8 +70,12 @@ void SubtitleFetcher::requestAddress(const OfferedSubtitle &subtitle)
         addressed.url = reply.url;
         download(addressed, Address::New);
     };
-    m_replies.limitWait(OpenApiClient(m_user).downloadUrl(
-        subtitle.id, m_replies.guard(success), logged(QStringLiteral("getDownloadUrl"))));
+    const auto ask = [id = subtitle.id, success = m_replies.guard(success)](
+                         const OpenApiClient &client, const ApiFailure &failed) {
+        return client.downloadUrl(id, success, failed);
+    };
+    readPatiently(m_replies, OpenApiClient(m_user).inTurn(RequestTurn::Soon), ask,
+                  logged(QStringLiteral("getDownloadUrl")));
 }
 
 void SubtitleFetcher::requestTranscoded(const OfferedSubtitle &subtitle)
@@ -84,8 +88,12 @@ void SubtitleFetcher::requestTranscoded(const OfferedSubtitle &subtitle)
             logFailedDownload(QStringLiteral("it is not offered any more"));
         }
     };
-    m_replies.limitWait(OpenApiClient(m_user).playInfo(m_videoId, m_replies.guard(success),
-                                                       logged(QStringLiteral("getPlayInfo"))));
+    const auto ask = [id = m_videoId, success = m_replies.guard(success)](
+                         const OpenApiClient &client, const ApiFailure &failed) {
+        return client.playInfo(id, success, failed);
+    };
+    readPatiently(m_replies, OpenApiClient(m_user).inTurn(RequestTurn::Soon), ask,
+                  logged(QStringLiteral("getPlayInfo")));
 }
 
 void SubtitleFetcher::download(const OfferedSubtitle &subtitle, Address address)

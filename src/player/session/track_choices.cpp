@@ -5,7 +5,7 @@
 
 #include <QDebug>
 
-#include "api/session/open_api_client.h"
+#include "api/session/patient_reading.h"
 #include "net/log_failure.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/folder_memory.h"
@@ -150,8 +150,11 @@ void TrackChoices::requestFolderName()
     const auto fail = [](const QString &error, int code) {
         logFailure(QStringLiteral("getFile"), code, error);
     };
-    m_replies.limitWait(
-        OpenApiClient(m_user).fileDetails(m_folder.folderId(), m_replies.guard(named), fail));
+    const auto ask = [this, named = m_replies.guard(named)](const OpenApiClient &client,
+                                                            const ApiFailure &failed) {
+        return client.fileDetails(m_folder.folderId(), named, failed);
+    };
+    readPatiently(m_replies, OpenApiClient(m_user).inTurn(RequestTurn::Soon), ask, fail);
 }
 
 void TrackChoices::onFolderChanged()

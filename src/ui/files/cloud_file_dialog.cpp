@@ -8,6 +8,7 @@
 #include <QToolButton>
 
 #include "api/records/account_records.h"
+#include "api/session/refusal_note.h"
 #include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "app/environment/formatting.h"
@@ -20,7 +21,6 @@
 #include "ui/files/file_names.h"
 #include "ui/files/file_table.h"
 #include "ui/files/quality_menu.h"
-#include "ui/files/refusal_note.h"
 #include "ui/files/watch_marks.h"
 #include "ui/widgets/shortcuts.h"
 #include "ui/widgets/waiting_spinner_widget.h"

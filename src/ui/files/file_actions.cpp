@@ -5,6 +5,7 @@
 
 #include "api/records/change_records.h"
 #include "api/records/file_records.h"
+#include "api/session/refusal_note.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
 #include "ui/files/file_batches.h"

@@ -4,8 +4,8 @@
 
 #include "api/records/change_records.h"
 #include "api/session/open_api_client.h"
+#include "api/session/refusal_note.h"
 #include "net/log_failure.h"
-#include "ui/files/refusal_note.h"
 #include "ui/widgets/single_toast.h"
 
 namespace {

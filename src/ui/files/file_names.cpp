@@ -2,9 +2,9 @@
 
 #include "api/records/change_records.h"
 #include "api/session/open_api_client.h"
+#include "api/session/refusal_note.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
-#include "ui/files/refusal_note.h"
 #include "ui/widgets/single_toast.h"
 
 namespace {

@@ -6,13 +6,13 @@
 #include <QTreeWidgetItemIterator>
 
 #include "api/records/file_records.h"
+#include "api/session/refusal_note.h"
 #include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/user_info.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
 #include "ui/files/file_kinds.h"
-#include "ui/files/refusal_note.h"
 #include "ui/widgets/name_text.h"
 #include "ui/widgets/natural_order.h"
 #include "ui/widgets/questions.h"

@@ -1,9 +1,9 @@
 #include "ui/files/folder_loader.h"
 
+#include "api/session/refusal_note.h"
 #include "app/environment/app_settings.h"
 #include "net/http_client.h"
 #include "net/log_failure.h"
-#include "ui/files/refusal_note.h"
 
 FolderLoader::FolderLoader(const UserInfo &user, QObject *parent) : QObject(parent), m_client(user)
 {
