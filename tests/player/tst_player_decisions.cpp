@@ -183,6 +183,7 @@ private slots:
         QTest::newRow("31 s between") << SkipTimes{90, 120} << 241 << false;
         QTest::newRow("no intro") << SkipTimes{0, 120} << 121 << false;
         QTest::newRow("no outro") << SkipTimes{90, 0} << 91 << false;
+        QTest::newRow("no duration") << SkipTimes{90, 120} << 0 << false;
     }
     void refusesAShortSpan()
     {
@@ -268,7 +269,8 @@ private slots:
         QTest::newRow("resumes before skipping") << 40 << both << StartPlace{Kind::Resume, 40};
         QTest::newRow("skips the intro") << 0 << both << StartPlace{Kind::AfterIntro, 90};
         QTest::newRow("begins") << 0 << SkipTimes{} << StartPlace{};
-        QTest::newRow("a finished video anew") << 940 << both << StartPlace{Kind::AfterIntro, 90};
+        QTest::newRow("resumes in the outro") << 940 << both << StartPlace{Kind::Resume, 940};
+        QTest::newRow("a finished video anew") << 1000 << both << StartPlace{Kind::AfterIntro, 90};
         QTest::newRow("ignores an intro as long as the video")
             << 0 << SkipTimes{1000, 0} << StartPlace{};
     }

@@ -357,16 +357,17 @@ void MpvWidget::onStartFile(qint64 entry)
     observeProperties();
 }
 
-// A length that the file does not tell seems to end where the data ends that has been read.
+// A length that the file does not tell seems to end where the data ends that has been read. More
+// is read while libmpv is asked, so the length comes first.
 void MpvWidget::onFileLoaded()
 {
     constexpr double Tolerance = 0.5; // s
     if (!hasStarted()) {
         return;
     }
+    const double length = fileProperty(DurationName).toDouble();
     const QVariantMap cache = fileProperty(CacheName).toMap();
-    const double end = cache.value(QStringLiteral("cache-end")).toDouble();
-    m_lengthTold = fileProperty(DurationName).toDouble() > end + Tolerance;
+    m_lengthTold = length > cache.value(QStringLiteral("cache-end")).toDouble() + Tolerance;
     emit fileLoaded();
 }
 

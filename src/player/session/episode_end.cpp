@@ -15,8 +15,8 @@ constexpr int Crossing = 5;
 int boundaryOf(const OpenedVideo &video)
 {
     const int duration = video.playback.settledDuration();
-    const int outro = video.folder.skipTimes().outroStart(duration);
-    return video.playback.position() > outro + Crossing ? duration : outro;
+    const int turn = video.nextTurn();
+    return video.playback.position() > turn + Crossing ? duration : turn;
 }
 
 } // namespace
@@ -90,7 +90,7 @@ std::optional<NextUp> EpisodeEnd::findNextUp() const
     if (!next || next->file_id == video->file().file_id) {
         return std::nullopt;
     }
-    const int toGo = video->folder.skipTimes().outroStart(duration) - video->playback.position();
+    const int toGo = video->nextTurn() - video->playback.position();
     const int seconds = qCeil(toGo / speed());
     if (seconds <= 0 || seconds > ToldAhead) {
         return std::nullopt;

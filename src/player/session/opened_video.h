@@ -47,11 +47,21 @@ struct OpenedVideo
         return start == StartFrom::WhereItStopped && !isWatched ? position : 0;
     }
 
+    // The second at which the next video's turn comes: where the outro starts, or the end; 0 while
+    // the length is not known for sure.
+    [[nodiscard]] int nextTurn() const
+    {
+        const int settled = playback.settledDuration();
+        return isOutroWanted ? settled : folder.skipTimes().outroStart(settled);
+    }
+
     const UserInfo user;
     PlayState state = PlayState::Opening;
     StartFrom start = StartFrom::WhereItStopped;
     // The next video's turn has come on its own, which happens once.
     bool hasAdvanced = false;
+    // It was resumed, and not seen before its outro since: who stopped there sees the outro, too.
+    bool isOutroWanted = false;
     // It pauses before its outro or end instead.
     bool pausesAtEnd = false;
     // The user does not want to be told what comes after it.

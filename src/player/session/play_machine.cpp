@@ -12,6 +12,8 @@ namespace {
 
 // So many seconds of a new address prove that it works.
 constexpr int ProvenAfter = 10;
+// A clean end comes back at the same second, give or take so many.
+constexpr int SameSecond = 1;
 // So many seconds of a video are lost at most when the program is killed.
 constexpr int SavedEvery = 30;
 
@@ -21,6 +23,13 @@ QString cannotPlay(const OpenedVideo &video)
     const QString reason = video.address->reason();
     const bool isKnown = !video.address->isPlayable() && !reason.isEmpty();
     return isKnown ? text + QLatin1Char('\n') + reason : text;
+}
+
+// Whether the data end there, whatever is said of the length: a new address made no difference.
+bool isRealEnd(const OpenedVideo &video)
+{
+    return video.repairedAt && video.playback.isNearEnd() &&
+           std::abs(video.playback.position() - *video.repairedAt) <= SameSecond;
 }
 
 // The user reads that something is waited for before those who asked for it lose patience.
@@ -270,7 +279,11 @@ void PlayMachine::onFileLoaded()
     if (!m_loaded || m_loaded->state != PlayState::Loading) {
         return;
     }
-    m_loaded->playback.onLoaded(m_loaded->resumePosition(), m_loaded->folder.skipTimes());
+    const int resumed = m_loaded->resumePosition();
+    if (!m_loaded->playback.wasSeen()) {
+        m_loaded->isOutroWanted = resumed > 0;
+    }
+    m_loaded->playback.onLoaded(resumed, m_loaded->folder.skipTimes());
     m_loaded->tracks.onFileLoaded();
     m_mpv.setProperty(QStringLiteral("audio-delay"), m_loaded->audioDelay / 1000.0);
 }
@@ -375,15 +388,17 @@ void PlayMachine::onPlayEnd()
     OpenedVideo &video = *m_loaded;
     stop(&video); // a play list would go on with its next entry
     if (video.state == PlayState::Loading) {
-        onLoadingEnd(video);
+        onLoadingEnd(video, isFailure);
     } else if (video.state == PlayState::Playing) {
         onPlayingEnd(video, isFailure);
     }
 }
 
-void PlayMachine::onLoadingEnd(OpenedVideo &video)
+void PlayMachine::onLoadingEnd(OpenedVideo &video, bool isFailure)
 {
-    if (video.playback.wasSeen()) {
+    if (video.playback.wasSeen() && !isFailure && isRealEnd(video)) {
+        end(video);
+    } else if (video.playback.wasSeen()) {
         repair(video);
     } else if (video.address->wasFetchedAhead()) {
         renewAddress(video);
@@ -395,7 +410,7 @@ void PlayMachine::onLoadingEnd(OpenedVideo &video)
 // An address that has expired, or a connection that was cut, looks like the end of the data.
 void PlayMachine::onPlayingEnd(OpenedVideo &video, bool isFailure)
 {
-    if (isFailure || video.playback.wouldEndEarly()) {
+    if (isFailure || (video.playback.wouldEndEarly() && !isRealEnd(video))) {
         savePosition(); // whatever comes of the repair
         repair(video);
         return;
@@ -405,6 +420,11 @@ void PlayMachine::onPlayingEnd(OpenedVideo &video, bool isFailure)
         onBrokenDown(video);
         return;
     }
+    end(video);
+}
+
+void PlayMachine::end(OpenedVideo &video)
+{
     video.playback.onEnd();
     video.state = PlayState::Ended;
     savePosition();

@@ -86,6 +86,7 @@ private:
     void stop(const OpenedVideo *video);
     // The candidate takes the place of what plays, which is destroyed.
     void replaceCurrent();
+    void end(OpenedVideo &video);
     void repair(OpenedVideo &video);
     void tell(const QString &failure);
 
@@ -102,7 +103,7 @@ private:
     void onPositionChanged(int value);
     void onPositionDue();
     void onPlayEnd();
-    void onLoadingEnd(OpenedVideo &video);
+    void onLoadingEnd(OpenedVideo &video, bool isFailure);
     void onPlayingEnd(OpenedVideo &video, bool isFailure);
     void onPaused(bool isPause);
     void onSilence();

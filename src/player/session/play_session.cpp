@@ -149,7 +149,11 @@ void PlaySession::togglePause()
         m_mpv.play();
         current->hasAdvanced = true;
         const FileItem *next = current->neighbours.neighbour(current->file().file_id, 1);
-        openNeighbour(next ? *next : current->file(), StartFrom::EndOfIntro);
+        if (!next && current->neighbours.isAsked()) {
+            playRelative(1);
+        } else {
+            openNeighbour(next ? *next : current->file(), StartFrom::EndOfIntro);
+        }
         break;
     }
     case PlayState::Failed:
@@ -218,8 +222,12 @@ void PlaySession::chooseSkip(const QVariant &action)
         return;
     }
     OpenedVideo &video = *m_machine.current();
-    if (applySkipAction(static_cast<SkipAction>(action.toInt()), video.folder, m_mpv.position(),
-                        video.playback.duration())) {
+    const auto chosen = static_cast<SkipAction>(action.toInt());
+    const int settled = video.playback.settledDuration();
+    if (chosen == SkipAction::SetOutroStart && settled == 0) {
+        return; // it has no end to be counted back from
+    }
+    if (applySkipAction(chosen, video.folder, m_mpv.position(), settled)) {
         emit menusChanged();
     } else {
         emit told(QStringLiteral("片头片尾设置间隔太小,请重新设置"));
@@ -311,7 +319,9 @@ void PlaySession::showPosition()
     if (settled == 0) {
         return;
     }
-    const int toGo = video.folder.skipTimes().outroStart(settled) - position;
+    video.isOutroWanted =
+        video.isOutroWanted && video.folder.skipTimes().isInOutro(position, settled);
+    const int toGo = video.nextTurn() - position;
     const FileItem *next = video.neighbours.neighbour(video.file().file_id, 1);
     if (next && toGo <= FetchedAhead && !video.hasAdvanced) {
         m_ahead.fetch(video.user, *next);

@@ -12,6 +12,7 @@ namespace {
 constexpr int StartTimeout = 5000; // milliseconds
 // Positions stop short of the end by a frame or a segment; what ends earlier was cut off.
 constexpr int EarlyEnd = 5;
+constexpr int LongestExcess = 60;
 
 } // namespace
 
@@ -107,6 +108,20 @@ int Playback::durationToStore() const
 
 bool Playback::wouldEndEarly() const
 {
-    const int expected = m_isSettled ? m_duration : qMax(m_duration, m_driveDuration);
-    return position() + EarlyEnd < expected;
+    return left() > EarlyEnd;
+}
+
+bool Playback::isNearEnd() const
+{
+    return left() < qMin(LongestExcess, expectedDuration() / 10);
+}
+
+int Playback::left() const
+{
+    return expectedDuration() - position();
+}
+
+int Playback::expectedDuration() const
+{
+    return m_isSettled ? m_duration : qMax(m_duration, m_driveDuration);
 }

@@ -53,9 +53,13 @@ public:
 
     // Whether data that end here end too early: the connection was cut, or its address expired.
     [[nodiscard]] bool wouldEndEarly() const;
+    // Whether so little is left that the file may say too much of its length.
+    [[nodiscard]] bool isNearEnd() const;
 
 private:
     void sendTo(const StartPlace &place);
+    [[nodiscard]] int left() const;
+    [[nodiscard]] int expectedDuration() const;
 
     MpvWidget &m_mpv;
     std::optional<int> m_position;

@@ -8,7 +8,7 @@ constexpr int ShortestSpan = 31;
 
 bool SkipTimes::isTooClose(int duration) const
 {
-    return head > 0 && tail > 0 && (duration - tail) - head < ShortestSpan;
+    return duration > 0 && head > 0 && tail > 0 && (duration - tail) - head < ShortestSpan;
 }
 
 bool SkipTimes::outroTooClose(int position) const
@@ -28,7 +28,7 @@ bool SkipTimes::isInOutro(int position, int duration) const
 
 StartPlace startPlace(int resumePosition, const SkipTimes &skip, int duration)
 {
-    if (resumePosition > 0 && !skip.isInOutro(resumePosition, duration)) {
+    if (resumePosition > 0 && (duration == 0 || resumePosition < duration)) {
         return {StartPlace::Kind::Resume, resumePosition};
     }
     if (skip.head > 0 && !skip.isInOutro(skip.head, duration)) {

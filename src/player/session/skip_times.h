@@ -7,6 +7,7 @@ struct SkipTimes
     int tail = 0; // the length of the outro, counted back from the end; 0: not set
 
     // Whether less than 31 s would lie between the ends of the two; only when both are set.
+    // A duration of 0 is unknown, and judges nothing.
     [[nodiscard]] bool isTooClose(int duration) const;
 
     // The same for an outro that would start at `position`.
@@ -29,7 +30,7 @@ struct StartPlace
     int position = 0;
 };
 
-// `resumePosition` is the second to return to, 0 for none; it goes before the intro. A place from
-// which the video would be over at once is passed over. With a duration of 0, which is unknown,
-// none is.
+// `resumePosition` is the second to return to, 0 for none; it goes before the intro, and may
+// lie in the outro. One that is not before the end is passed over, as is an intro that leaves
+// nothing of the video. With a duration of 0, which is unknown, none is.
 StartPlace startPlace(int resumePosition, const SkipTimes &skip, int duration);
