@@ -442,7 +442,7 @@ private slots:
         const PlayRequest request = m_player->request(First);
         HistoryRow row(request.user, request.file, request.history);
         FolderMemory folder("elsewhere", request.user.userId.value());
-        TrackChoices next(*m_player->mpv(), row, folder, request.user, 2);
+        TrackChoices next(*m_player->mpv(), row, folder, request.user, {TrackMemory{2}, {}});
         QVERIFY(m_player->choose(Subtitle, "英语 SRT"));
         QTRY_COMPARE(property("sid").toInt(), 1);
         next.beginLoad();
