@@ -58,8 +58,10 @@ QRect pictureOf(const MpvWidget &video)
 
 } // namespace
 
-PlayerFixture::PlayerFixture()
-    : m_drive(1, ratelessRules()), m_user(m_drive.logIn()), m_host(std::make_unique<PlayerHost>())
+PlayerFixture::PlayerFixture(bool withThumbnails)
+    : m_drive(1, ratelessRules(), withThumbnails)
+    , m_user(m_drive.logIn())
+    , m_host(std::make_unique<PlayerHost>())
 {
 }
 

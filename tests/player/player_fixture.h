@@ -23,7 +23,7 @@ class PlayerFixture final
     Q_DISABLE_COPY_MOVE(PlayerFixture)
 
 public:
-    PlayerFixture();
+    explicit PlayerFixture(bool withThumbnails = false); // see DriveFixture
     ~PlayerFixture();
 
     localdrive::Server &server() { return m_drive.server(); }
