@@ -203,9 +203,9 @@ void Server::clearRequests()
     d->platform.log.clear();
 }
 
-void Server::setBackend(const std::string &address)
+void Server::setBackends(const std::vector<std::string> &addresses)
 {
-    d->platform.setBackend(address);
+    d->platform.setBackends(addresses);
 }
 
 void Server::addFault(const Fault &fault)

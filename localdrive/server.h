@@ -42,9 +42,9 @@ public:
     [[nodiscard]] std::vector<RequestRecord> requestsTo(const std::string &path) const;
     void clearRequests();
 
-    // Hands requests below /app/ on to the product backend at an address, so that they are recorded
-    // and subject to faults like all others.
-    void setBackend(const std::string &address);
+    // Hands requests below /app/ on to the product backends at these addresses, one after the
+    // other, so that they are recorded and subject to faults like all others.
+    void setBackends(const std::vector<std::string> &addresses);
 
     void addFault(const Fault &fault);
     void clearFaults();

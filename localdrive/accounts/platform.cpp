@@ -96,16 +96,16 @@ void Platform::setRules(const Rules &rules)
     urls.setLongestLife(rules.urlLifetime);
 }
 
-std::string Platform::backend() const
+std::string Platform::nextBackend()
 {
     const std::lock_guard lock(m_mutex);
-    return m_backend;
+    return m_backends.empty() ? std::string() : m_backends[m_backendTurn++ % m_backends.size()];
 }
 
-void Platform::setBackend(const std::string &address)
+void Platform::setBackends(const std::vector<std::string> &addresses)
 {
     const std::lock_guard lock(m_mutex);
-    m_backend = address;
+    m_backends = addresses;
 }
 
 } // namespace localdrive

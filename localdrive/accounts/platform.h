@@ -48,9 +48,9 @@ struct Platform
     [[nodiscard]] Rules rules() const;
     void setRules(const Rules &rules);
 
-    // Address of the product backend behind this drive; empty: there is none.
-    [[nodiscard]] std::string backend() const;
-    void setBackend(const std::string &address);
+    // The address of the product backend whose turn it is; empty: there is none behind this drive.
+    [[nodiscard]] std::string nextBackend();
+    void setBackends(const std::vector<std::string> &addresses);
 
 private:
     [[nodiscard]] std::string stateFile() const { return options.stateDir + "/state.json"; }
@@ -58,7 +58,8 @@ private:
 
     mutable std::mutex m_mutex;
     Rules m_rules;
-    std::string m_backend;
+    std::vector<std::string> m_backends;
+    std::size_t m_backendTurn = 0;
 };
 
 } // namespace localdrive

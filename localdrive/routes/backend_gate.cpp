@@ -5,9 +5,9 @@ namespace localdrive {
 namespace {
 
 // Asks the product backend what a client asks, to the letter.
-void handOn(const Platform &platform, Call &call)
+void handOn(Platform &platform, Call &call)
 {
-    const std::string backend = platform.backend();
+    const std::string backend = platform.nextBackend();
     if (backend.empty()) {
         throw ApiError(404, "NotFound.Api", "There is no product backend behind this drive");
     }

@@ -47,10 +47,14 @@ DriveFixture::DriveFixture(int accounts, const localdrive::Rules &rules, bool wi
     if (!m_server->start()) {
         qFatal("The local drive found no port");
     }
-    m_backend = std::make_unique<backend::Server>(
-        optionsFor(*m_server, m_home.filePath("backend/reports.log")));
-    m_backend->start();
-    m_server->setBackend(m_backend->baseUrl());
+    std::vector<std::string> addresses;
+    for (int number = 0; number < 2; ++number) {
+        m_backends.push_back(std::make_unique<backend::Server>(
+            optionsFor(*m_server, m_home.filePath("backend/reports.log"))));
+        m_backends.back()->start();
+        addresses.push_back(m_backends.back()->baseUrl());
+    }
+    m_server->setBackends(addresses);
     for (const char *variable : {"MORAVU_OPENAPI_BASE", "MORAVU_BACKEND_BASE", "MORAVU_WEB_BASE"}) {
         qputenv(variable, QByteArray::fromStdString(m_server->baseUrl()));
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include <QJsonObject>
 #include <QVector>
@@ -18,7 +19,7 @@ class Database;
 localdrive::Rules ratelessRules();
 
 // A home of its own with an open database, and a local drive that all addresses of the program
-// point to, with a product backend behind it. One at a time.
+// point to, with two product backends behind it. One at a time.
 class DriveFixture final
 {
     Q_DISABLE_COPY_MOVE(DriveFixture)
@@ -38,12 +39,13 @@ public:
     UserInfo logIn(int account = 0, int secondsAgo = 0);
 
     std::vector<localdrive::RequestRecord> requests(const QString &path) const;
-    // What the backend keeps of the system reports that it received, oldest first.
+    // What the backends keep of the system reports that it received, oldest first.
     QVector<QJsonObject> reports() const;
 
 private:
     TemporaryHome m_home;
-    std::unique_ptr<backend::Server> m_backend; // Goes after the drive, which ends its calls.
+    // They take turns, and go after the drive, which ends their calls.
+    std::vector<std::unique_ptr<backend::Server>> m_backends;
     std::unique_ptr<localdrive::Server> m_server;
     std::unique_ptr<Database> m_database;
 };
