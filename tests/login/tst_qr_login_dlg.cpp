@@ -500,9 +500,10 @@ private:
     localdrive::Server &server() { return m_drive->server(); }
     int asked(const std::string &path) const { return int(m_drive->requests(text(path)).size()); }
     std::size_t codes() { return server().loginSessions().size(); }
-    int polls(std::size_t code)
+    int polls(std::size_t code) // 0 for one that is not made yet
     {
-        return asked("/oauth/qrcode/" + server().loginSessions().at(code) + "/status");
+        const auto known = server().loginSessions();
+        return known.size() > code ? asked("/oauth/qrcode/" + known[code] + "/status") : 0;
     }
     template <class Widget>
     Widget *child(const char *name) const
