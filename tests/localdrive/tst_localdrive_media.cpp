@@ -177,9 +177,9 @@ private slots:
     {
         const std::string url = m_client->list().body["items"][0]["thumbnail"];
         QCOMPARE(m_client->get(url)->get_header_value("Content-Type"), std::string("image/jpeg"));
-        m_server->advanceClock(std::chrono::hours(4) - seconds(1));
+        m_server->advanceClock(std::chrono::hours(4) - std::chrono::minutes(1));
         QCOMPARE(m_client->get(url)->status, 200);
-        m_server->advanceClock(seconds(1));
+        m_server->advanceClock(std::chrono::minutes(1));
         QCOMPARE(m_client->get(url)->status, 403);
     }
     void subtitlesTellTheTime()
