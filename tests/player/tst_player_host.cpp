@@ -41,7 +41,8 @@ private slots:
             };
             const auto box = std::find_if(windows.cbegin(), windows.cend(), isBox);
             QVERIFY(box != windows.cend());
-            const std::unique_ptr<QMessageBox> shown(qobject_cast<QMessageBox *>(*box));
+            QCOMPARE(std::count_if(windows.cbegin(), windows.cend(), isBox), 1);
+            const auto *shown = qobject_cast<QMessageBox *>(*box);
             QVERIFY(!shown->isModal());
             QCOMPARE(shown->text(), "无法打开播放器");
             QCOMPARE(shown->informativeText(), reason);

@@ -9,21 +9,6 @@
 #include "player/session/subtitle_files.h"
 #include "player/window/player_window.h"
 
-namespace {
-
-// Not modal: the list behind it stays usable.
-void tellUser(const QString &reason)
-{
-    auto *box = new QMessageBox(QMessageBox::Warning, QStringLiteral("播放器"),
-                                QStringLiteral("无法打开播放器"), QMessageBox::Ok);
-    box->setInformativeText(reason);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setModal(false);
-    box->show();
-}
-
-} // namespace
-
 PlayerHost::PlayerHost(QObject *parent) : QObject(parent)
 {
     removeOldSubtitleFolders();
@@ -32,6 +17,7 @@ PlayerHost::PlayerHost(QObject *parent) : QObject(parent)
 PlayerHost::~PlayerHost()
 {
     closeAll();
+    delete m_failure;
 }
 
 void PlayerHost::open(const PlayRequest &request)
@@ -41,8 +27,20 @@ void PlayerHost::open(const PlayRequest &request)
         player->open(request);
         player->bringForward();
     } catch (const std::runtime_error &error) {
-        tellUser(QString::fromUtf8(error.what()));
+        tellFailure(QString::fromUtf8(error.what()));
     }
+}
+
+// Not modal: the list behind it stays usable. One for all the videos that are tried.
+void PlayerHost::tellFailure(const QString &reason)
+{
+    delete m_failure;
+    m_failure = new QMessageBox(QMessageBox::Warning, QStringLiteral("播放器"),
+                                QStringLiteral("无法打开播放器"), QMessageBox::Ok);
+    m_failure->setInformativeText(reason);
+    m_failure->setAttribute(Qt::WA_DeleteOnClose);
+    m_failure->setModal(false);
+    m_failure->show();
 }
 
 void PlayerHost::reloadSkipTimes()

@@ -5,6 +5,7 @@
 
 class MpvPlayerWindow;
 class PlayHistory;
+class QMessageBox;
 struct PlayRequest;
 
 // Opens videos in the one player window of the program. The window is made for the first video,
@@ -39,6 +40,8 @@ signals:
 
 private:
     MpvPlayerWindow *window();
+    void tellFailure(const QString &reason);
 
     QPointer<MpvPlayerWindow> m_window;
+    QPointer<QMessageBox> m_failure; // what the user reads when there can be none
 };
