@@ -246,6 +246,23 @@ private slots:
         QCOMPARE(idsAsked(UpdatePath), requests > 0 ? QStringList{fileId} : QStringList());
     }
 
+    // The new name stands in a page that was listed before.
+    void isListedUnderItsNewName()
+    {
+        AppSettings().setFileListOrderBy("name");
+        AppSettings().setFileOrderDirection("ASC");
+        m_drive->server().setPageCap(2);
+        make({"a", "b", "c", "d", "e", "f"});
+        const DrivePage page(m_user);
+        QTRY_COMPARE(page.count(), "6项");
+        m_drive->server().addFault(FaultOn("update").delay(300));
+        m_drive->server().addFault(FaultOn("list").after(1).delay(900));
+        page.table()->item(page.rowOf("f"), 0)->setText("0");
+        page.press("btnRefresh");
+        QTRY_COMPARE(page.count(), "6项");
+        QTRY_VERIFY(page.rowOf("0") >= 0);
+    }
+
     void theNameTypedLastWins_data()
     {
         QTest::addColumn<QStringList>("typed");

@@ -73,8 +73,8 @@ private slots:
         path.addPage({file("x", "x"), file("y", "y")}, true, "more", "name ASC");
         path.push("a", "f1");
         path.addPage({file("y", "y")}, true, QString(), "name ASC");
-        path.updateFile(file("y", "new"));
-        path.updateFile(file("f1", "b"));
+        QVERIFY(path.updateFile("root", file("y", "new")));
+        QVERIFY(!path.updateFile("root", file("f1", "b")));
         QCOMPARE(path.model()->index(1, 0).data().toString(), "b");
         QCOMPARE(path.last().files.first().name, "new");
         path.removeFile("y", "f1");

@@ -8,6 +8,7 @@
 #include <QHeaderView>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QStandardPaths>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolButton>
@@ -16,6 +17,7 @@
 #include "app/environment/app_settings.h"
 #include "files/drive_page.h"
 #include "login/qr_login_dlg.h"
+#include "net/reply_guard.h"
 #include "player/clips.h"
 #include "player/window/player_window.h"
 #include "ui/files/file_tree_dialog.h"
@@ -30,6 +32,9 @@ constexpr std::int64_t Grace = 1000; // ms
 constexpr int ClearButtonFade = 400; // ms, twice Qt's own
 // A confirmed login is through well before this.
 constexpr int Patience = 5000; // ms
+constexpr ReplyGuard::Patience ShortPatience{std::chrono::seconds(1), std::chrono::seconds(4)};
+constexpr auto LongerThanTokensLive = std::chrono::hours(3);
+constexpr int DownloadSize = 200000;
 
 struct Absence
 {
@@ -66,6 +71,7 @@ private slots:
             for (const char *name : {"甲/一.txt", "甲/二/三.txt", "乙/四.txt"}) {
                 m_drive->server().makeFile(name, "x", account);
             }
+            m_drive->server().makeFile("甲/下载.bin", std::string(DownloadSize, 'x'), account);
             for (const char *name : {"第1集.mkv", "第2集.mkv"}) {
                 QVERIFY(clips::make(rootOf(account).filePath(name)));
             }
@@ -75,6 +81,8 @@ private slots:
         AppSettings().setVideoQuality("OrgHD");
         m_window = std::make_unique<MainWindow>();
         m_window->show();
+        // Who is not answered gives up within the run.
+        ReplyGuard::setPatience(ShortPatience);
         connect(&m_answers, &QTimer::timeout, this, &TestRandomEvents::answerModalWindows);
         m_answers.start(10);
     }
@@ -96,14 +104,15 @@ private slots:
         m_random.seed(seed);
         qInfo() << "seed" << seed;
         using Here = TestRandomEvents;
-        const std::array<void (Here::*)(), 28> events{
-            &Here::open,       &Here::open,    &Here::open,         &Here::openVideo,
-            &Here::goBack,     &Here::goBack,  &Here::goBack,       &Here::closePlayer,
-            &Here::sort,       &Here::search,  &Here::search,       &Here::chooseType,
-            &Here::refresh,    &Here::refresh, &Here::scroll,       &Here::scroll,
-            &Here::switchUser, &Here::logOut,  &Here::logIn,        &Here::rename,
-            &Here::rename,     &Here::remove,  &Here::remove,       &Here::move,
-            &Here::makeFolder, &Here::cancel,  &Here::switchFaults, &Here::switchFaults};
+        const std::array<void (Here::*)(), 32> events{
+            &Here::open,       &Here::open,     &Here::open,         &Here::openVideo,
+            &Here::goBack,     &Here::goBack,   &Here::goBack,       &Here::closePlayer,
+            &Here::sort,       &Here::search,   &Here::search,       &Here::chooseType,
+            &Here::refresh,    &Here::refresh,  &Here::scroll,       &Here::scroll,
+            &Here::switchUser, &Here::logOut,   &Here::logIn,        &Here::rename,
+            &Here::rename,     &Here::remove,   &Here::remove,       &Here::move,
+            &Here::makeFolder, &Here::cancel,   &Here::switchFaults, &Here::switchFaults,
+            &Here::download,   &Here::download, &Here::copyLink,     &Here::expireTokens};
         const int count = qEnvironmentVariableIsSet("MORAVU_LONG") ? 2000 : 100;
         for (int number = 0; number < count; ++number) {
             (this->*events.at(random(int(events.size()))))();
@@ -111,8 +120,10 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(page(), 20000);
         }
         m_drive->server().clearFaults();
+        ReplyGuard::setPatience({});
         QTRY_VERIFY_WITH_TIMEOUT(!cancelButton()->isVisible(), 60000);
         checkTables();
+        checkDownloads();
         checkAbsences();
     }
 
@@ -301,13 +312,35 @@ private:
     QWidget *cancelButton() const { return m_window->findChild<QToolButton *>("btnCancelBatch"); }
     void cancel() { QTest::mouseClick(cancelButton(), Qt::LeftButton); }
 
+    void download()
+    {
+        const int account = accountShown();
+        const std::string url =
+            m_drive->server().downloadUrl("甲/下载.bin", std::chrono::minutes(15), account);
+        emit page()->startDownload(QString("下载%1.bin").arg(++m_downloads), text(url));
+    }
+    void copyLink()
+    {
+        if (selectTexts()) {
+            table()->findChild<QMenu *>()->actions().at(4)->trigger();
+        }
+    }
+    // The next call of each user renews the tokens.
+    void expireTokens() { m_drive->server().advanceClock(LongerThanTokensLive); }
+
     localdrive::Fault randomFault(int times)
     {
-        const QStringList paths{"list",        "update", "recyclebin|delete",
+        const QStringList paths{"list",        "update", "recyclebin|delete", "/download/",
                                 "move|create", "/user/", "openFile"};
+        // A refresh token whose answer is lost is spent: nothing but a login helps then.
+        if (random(6) == 0) {
+            FaultOn renewal("/app/oauth/accessToken");
+            renewal.times(times).status(500).delay(random(300));
+            return random(2) == 0 ? renewal.freezes() : renewal;
+        }
         FaultOn fault(paths.at(random(paths.size())).toStdString());
         fault.times(times);
-        switch (random(5)) {
+        switch (random(7)) {
         case 0:
             return fault.status(500);
         case 1:
@@ -316,6 +349,10 @@ private:
             return fault.cuts();
         case 3:
             return fault.wire(localdrive::Break::BrokenJson);
+        case 4:
+            return fault.freezes();
+        case 5:
+            return fault.wire(localdrive::Break::FreezeInsideBody);
         default:
             return fault.delay(random(300));
         }
@@ -378,6 +415,13 @@ private:
             }
         }
     }
+    void checkDownloads() const
+    {
+        const QDir folder(QStandardPaths::writableLocation(QStandardPaths::DownloadLocation));
+        for (const QFileInfo &file : folder.entryInfoList(QDir::Files | QDir::Hidden)) {
+            QVERIFY2(file.size() == DownloadSize, qPrintable(file.fileName()));
+        }
+    }
     void checkAbsences() const
     {
         for (const localdrive::RequestRecord &request : m_drive->server().requests()) {
@@ -396,6 +440,7 @@ private:
     QDeadlineTimer m_patience;
     QList<Absence> m_absences;
     int m_renamed = 0;
+    int m_downloads = 0;
     bool m_isFaulty = false;
 };
 

@@ -10,12 +10,11 @@
 
 #include "app/environment/endpoints.h"
 #include "net/http_reply.h"
+#include "net/reply_guard.h"
 #include "net/unrepeated_body.h"
 #include "net/web_address.h"
 
 namespace {
-
-constexpr std::chrono::seconds LongestWait(15); // trickling included
 
 QNetworkRequest tokenRequest(const QString &refreshToken)
 {
@@ -38,9 +37,10 @@ TokenReply tokensOf(QNetworkReply *reply)
     return {recordFromText<AccessTokenResp>(QString::fromUtf8(reply->readAll())), false};
 }
 
+// Nobody quits as long as a renewal runs: a trickle gets no more time than silence.
 void cutOff(QNetworkReply *reply)
 {
-    QTimer::singleShot(LongestWait, reply, &QNetworkReply::abort);
+    QTimer::singleShot(ReplyGuard::patience().silent, reply, &QNetworkReply::abort);
     QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply] {
         if (reply->bytesAvailable() > LongestReply) {
             reply->abort();

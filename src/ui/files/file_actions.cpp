@@ -116,10 +116,11 @@ void FileActions::onFolderCreated(const QString &userId, const QString &parentId
     }
 }
 
-void FileActions::onNameSettled(const QString &userId, const FileItem &file)
+void FileActions::onNameSettled(const QString &userId, const QString &folderId,
+                                const FileItem &file)
 {
     if (userId == m_user.userId.value()) {
-        m_browser->updateFile(file);
+        m_browser->updateFile(folderId, file);
     }
 }
 

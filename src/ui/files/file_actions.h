@@ -54,7 +54,7 @@ private:
     void makeMenu();
     void updateMenu();
     void onFolderCreated(const QString &userId, const QString &parentId, const QString &fileId);
-    void onNameSettled(const QString &userId, const FileItem &file);
+    void onNameSettled(const QString &userId, const QString &folderId, const FileItem &file);
     void onListingNeeded(const QString &userId, const QString &folderId);
     void onLinkFailed(const QString &error, int code);
     [[nodiscard]] BatchOrder orderForSelection(FileOperation operation) const;

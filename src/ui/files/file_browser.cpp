@@ -346,11 +346,15 @@ void FileBrowser::removeFile(const QString &fileId, const QString &newFolderId)
     tellState();
 }
 
-void FileBrowser::updateFile(const FileItem &file)
+void FileBrowser::updateFile(const QString &folderId, const FileItem &file)
 {
     m_updatedMeanwhile.insert(file.file_id, file);
-    m_path.updateFile(file);
     m_table->updateFile(file);
+    // A change puts an entry elsewhere in the drive's order: between the pages of a listing that
+    // was begun meanwhile it is in none.
+    if (!m_path.updateFile(folderId, file)) {
+        listAnew(folderId);
+    }
 }
 
 void FileBrowser::rememberRow(int row)

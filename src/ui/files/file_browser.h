@@ -67,8 +67,8 @@ public:
     // The file is gone from where it was: its row and records go as well. The folder that it was
     // moved into, if any, has more than what is held of it.
     void removeFile(const QString &fileId, const QString &newFolderId);
-    // The record is the drive's newest; the row follows.
-    void updateFile(const FileItem &file);
+    // The record is the drive's newest, of an entry of that folder; the row follows.
+    void updateFile(const QString &folderId, const FileItem &file);
 
 signals:
     // Loading began, ended or failed, or entries came or went.

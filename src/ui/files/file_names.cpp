@@ -141,7 +141,7 @@ void FileNames::settle(const QString &key)
 {
     const Naming naming = m_namings.take(key);
     const QString userId = naming.user.userId.value();
-    emit nameSettled(userId, naming.file);
+    emit nameSettled(userId, naming.folderId, naming.file);
     if (naming.isOpen) {
         emit listingNeeded(userId, naming.folderId);
     }

@@ -38,7 +38,7 @@ signals:
     void folderCreated(const QString &userId, const QString &parentId, const QString &fileId);
     // No request of the entry is under way any more. The record has the last name that the drive
     // took, which is the old one where it took none.
-    void nameSettled(const QString &userId, const FileItem &file);
+    void nameSettled(const QString &userId, const QString &folderId, const FileItem &file);
     // No answer says what is true in the folder now.
     void listingNeeded(const QString &userId, const QString &folderId);
 

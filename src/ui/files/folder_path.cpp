@@ -105,20 +105,25 @@ int FolderPath::indexOf(const QString &folderId) const
     return found == m_items.end() ? -1 : int(found - m_items.begin());
 }
 
-void FolderPath::updateFile(const FileItem &file)
+bool FolderPath::updateFile(const QString &folderId, const FileItem &file)
 {
+    bool isHeld = true;
     for (int index = 0; index < count(); ++index) {
         PathItem &item = m_items[index];
         if (item.fileId == file.file_id) {
             item.name = file.name;
             showRow(index);
         }
+        bool isKnown = false;
         for (FileItem &known : item.files) {
             if (known.file_id == file.file_id) {
                 known = file;
+                isKnown = true;
             }
         }
+        isHeld = isHeld && (isKnown || item.fileId != folderId);
     }
+    return isHeld;
 }
 
 void FolderPath::forget(const QString &folderId)

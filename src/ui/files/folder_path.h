@@ -52,8 +52,9 @@ public:
     void removeFile(const QString &fileId, const QString &newFolderId = QString());
     // Counted from the root; -1 where the folder is not in the path.
     [[nodiscard]] int indexOf(const QString &folderId) const;
-    // In every folder held, and where the entry is one of the path's folders itself.
-    void updateFile(const FileItem &file);
+    // In every folder held, and where the entry is one of the path's folders itself. False when the
+    // folder in which it lies is held without it.
+    bool updateFile(const QString &folderId, const FileItem &file);
     // The entries held of the folder, where it is in the path, are no longer all of them.
     void forget(const QString &folderId);
 
