@@ -76,6 +76,7 @@ void TestFullScreen::open()
 {
     m_player->open(Film);
     QVERIFY(QTest::qWaitForWindowExposed(m_player->window()));
+    QTRY_VERIFY(m_player->isOn("seekBar")); // until then the screen may show the window before
     QTRY_VERIFY(m_player->secondShown() >= 0);
 }
 

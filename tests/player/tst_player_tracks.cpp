@@ -119,8 +119,8 @@ private slots:
         QVERIFY(m_player->choose(Subtitle, "英语 SRT"));
         QVERIFY(m_player->choose(Audio, "中文 AAC 单声道"));
         QVERIFY(m_player->step("next", "Ep03.mkv"));
+        QTRY_COMPARE(property("sid").toInt(), 2);
         QTRY_COMPARE(words(), "embedded eng");
-        QCOMPARE(property("sid").toInt(), 2);
         QTRY_COMPARE(property("aid").toInt(), 1);
     }
 
