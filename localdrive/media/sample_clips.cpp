@@ -116,9 +116,9 @@ void addLanguages(std::vector<std::string> &command, const Clip &clip, const fs:
 const std::vector<Clip> &sampleClips()
 {
     static const std::vector<Clip> clips = {
-        {"1/示例剧集/第01集 启程.mkv", 1920, 1080, 25, 62, "0x24503c", Tracks::Languages, true},
-        {"1/示例剧集/第02集 远山.mkv", 1920, 1080, 25, 61, "0x4f4a22", Tracks::Languages, true},
-        {"1/示例剧集/第03集 归途.mkv", 1920, 1080, 25, 60, "0x4b2a50", Tracks::Languages, true},
+        {"1/示例剧集/第01集 启程.mkv", 1920, 1080, 12, 62, "0x24503c", Tracks::Languages, true},
+        {"1/示例剧集/第02集 远山.mkv", 1920, 1080, 12, 61, "0x4f4a22", Tracks::Languages, true},
+        {"1/示例剧集/第03集 归途.mkv", 1920, 1080, 12, 60, "0x4b2a50", Tracks::Languages, true},
         {"1/电影/二十分钟长片.mp4", 960, 540, 4, 1200, "0x303a46"},
         {"1/4K 样片/4K 演示.mkv", 3840, 2160, 25, 4, "0x2a4a5f"},
         {"1/短片/两秒.mp4", 640, 360, 25, 2, "0x5a3a2a"},
