@@ -209,6 +209,13 @@ private slots:
                 for (int i = 0; i < Rows; ++i) {
                     PlayHistory history = store(played(prefix + QString::number(i)));
                     saved = saved && !history.id.isNull();
+                    FolderSetting setting;
+                    changeFolderSetting(
+                        "f",
+                        [&](FolderSetting &row) {
+                            (prefix == "a" ? row.skipHeadPos : row.skipTailPos) = i + 1;
+                        },
+                        setting);
                 }
                 return saved;
             };
@@ -219,6 +226,8 @@ private slots:
         m_database->open();
         QCOMPARE(firstValue("PRAGMA integrity_check"), "ok");
         QCOMPARE(firstValue("SELECT count(DISTINCT updateTime) FROM PlayHistory").toInt(),
+                 2 * Rows);
+        QCOMPARE(firstValue("SELECT skipHeadPos + skipTailPos FROM VideoFolderSetting").toInt(),
                  2 * Rows);
     }
 
@@ -301,6 +310,64 @@ private slots:
         QCOMPARE(listedFiles(), "b c d undone renamed other");
         QCOMPARE(firstValue("SELECT name FROM PlayHistory WHERE fileId = 'b'"), "later");
         QCOMPARE(firstValue("SELECT fileId FROM PlayHistory WHERE id = 7"), "other");
+    }
+
+    void whatNobodyChangedInMemoryStaysInTheFile()
+    {
+        const QString columns[] = {"VideoFolderSetting (folderId, skipHeadPos, audioTrackId, ",
+                                   "PlayHistory (fileId, playPosition, subTitle, ",
+                                   "UserInfo (userId, status, nickname, "};
+        const auto insert = [&](QSqlDatabase to, const char *key) {
+            for (const QString &table : columns) {
+                to.exec("INSERT INTO " + table + "createTime, updateTime) VALUES ('" + key +
+                        "', 50, 'held', '" + LongAgo + "', '" + LongAgo + "')");
+            }
+        };
+        insert(QSqlDatabase::database(), "read");
+        insert(QSqlDatabase::database(), "anew");
+        {
+            QSqlDatabase other = QSqlDatabase::cloneDatabase(QSqlDatabase::database(), "other");
+            QVERIFY(other.open());
+            other.exec("BEGIN IMMEDIATE TRANSACTION");
+            insert(other, "unread");
+            other.exec("UPDATE VideoFolderSetting SET skipTailPos = 60");
+            const LogCapture log;
+            FolderSetting setting;
+            removePlayHistory("anew");
+            for (const char *key : {"read", "unread", "anew"}) {
+                changeFolderSetting(
+                    key,
+                    [](FolderSetting &row) {
+                        row.lastPlayFileId = QString("v");
+                        row.audioTrackId.clear();
+                    },
+                    setting);
+                QVERIFY(changePlayHistory(key, [](PlayHistory &row) { row.duration = 70; }));
+                UserInfo info;
+                info.userId = QString(key);
+                info.accessToken = QString("new");
+                info.status = 50;
+                saveUserInfo(info);
+            }
+            QCOMPARE(database()->state(), Database::State::InMemory);
+            other.exec("COMMIT TRANSACTION");
+        }
+        QSqlDatabase::removeDatabase("other");
+        QVERIFY(database()->tryAgain());
+        const auto rows = [](const QString &table, const QStringList &shown) {
+            QString sql = "SELECT group_concat(%2, '; ') FROM (SELECT * FROM %1 ORDER BY %3 DESC)";
+            sql = sql.arg(table, "ifnull(" + shown.join(", '-') || ' ' || ifnull(") + ", '-')");
+            return firstValue(sql.arg(shown.first()));
+        };
+        const QString isOld = "createTime = '" + LongAgo + "'";
+        QCOMPARE(rows("VideoFolderSetting", {"folderId", "skipHeadPos", "skipTailPos",
+                                             "audioTrackId", "lastPlayFileId", isOld}),
+                 "unread 50 60 held v 1; read 50 60 - v 1; anew 50 60 - v 1");
+        // The place of a video that was not read is not known, only that it was begun.
+        QCOMPARE(rows("PlayHistory", {"fileId", "playPosition", "duration", "subTitle", isOld}),
+                 "unread 50 70 held 1; read 50 70 held 1; anew 0 70 - 0");
+        QCOMPARE(rows("UserInfo", {"userId", "status", "nickname", "accessToken", isOld}),
+                 "unread 50 held new 1; read 50 - new 1; anew 50 - new 1");
     }
 
     void theFirstBusyWriteIsKeptWhateverItWrites_data()

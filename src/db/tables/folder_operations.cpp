@@ -13,6 +13,15 @@ LookUp findSetting(const QString &folderId, FolderSetting &setting)
     return lookUp(setting, dqColumn(&FolderSetting::folderId) == folderId);
 }
 
+// `found` is what looking for the folder's row has come to.
+bool save(FolderSetting &setting, LookUp found, DQTransaction &transaction)
+{
+    if (found == LookUp::Found) {
+        setting.updateTime = QDateTime::currentDateTime();
+    }
+    return found != LookUp::Failed && saveAndCommit(setting, found == LookUp::NoRow, transaction);
+}
+
 } // namespace
 
 void loadFolderSetting(const QString &folderId, FolderSetting &setting)
@@ -28,15 +37,26 @@ void saveFolderSetting(FolderSetting &setting)
         FolderSetting stored;
         const LookUp found =
             transaction.isActive() ? findSetting(setting.folderId.value(), stored) : LookUp::Failed;
-        if (found == LookUp::Failed) {
-            return false;
-        }
-        const bool isNew = found == LookUp::NoRow;
         takeKey(setting, stored);
-        if (!isNew) {
-            setting.updateTime = QDateTime::currentDateTime();
+        return save(setting, found, transaction);
+    });
+}
+
+void changeFolderSetting(const QString &folderId, const FolderChange &change,
+                         FolderSetting &changed)
+{
+    withRecovery([&] {
+        FolderSetting setting;
+        DQTransaction transaction(setting.metaInfo()->connection());
+        const LookUp found =
+            transaction.isActive() ? findSetting(folderId, setting) : LookUp::Failed;
+        setting.folderId = folderId;
+        change(setting);
+        const bool isSaved = save(setting, found, transaction);
+        if (isSaved) {
+            changed = setting;
         }
-        return saveAndCommit(setting, isNew, transaction);
+        return isSaved;
     });
 }
 
@@ -52,8 +72,7 @@ void clearSkipPositions(const QString &folderId)
         }
         setting.skipHeadPos = 0;
         setting.skipTailPos = 0;
-        setting.updateTime = QDateTime::currentDateTime();
-        return saveAndCommit(setting, false, transaction);
+        return save(setting, found, transaction);
     });
 }
 

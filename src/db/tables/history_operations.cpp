@@ -68,9 +68,8 @@ bool putBack(PlayHistory history)
            (found == LookUp::NoRow && history.save(loadRowById(history.id.value(), present)));
 }
 
-} // namespace
-
-void savePlayHistory(PlayHistory &history)
+// Fills in what each saved row has, and what follows from it.
+void settlePosition(PlayHistory &history)
 {
     if (history.playPosition.isNull()) {
         history.playPosition = 0;
@@ -79,19 +78,52 @@ void savePlayHistory(PlayHistory &history)
         history.duration = 0;
     }
     history.playPercentage = watchedShare(history.playPosition.value(), history.duration.value());
+}
 
+// `found` is what looking for the video's row has come to.
+bool saveAsNewest(PlayHistory &history, LookUp found, DQTransaction &transaction)
+{
+    if (found == LookUp::Failed) {
+        return false;
+    }
+    history.updateTime = newestUpdateTime();
+    return saveAndCommit(history, found == LookUp::NoRow, transaction);
+}
+
+} // namespace
+
+void savePlayHistory(PlayHistory &history)
+{
+    settlePosition(history);
     withRecovery([&history] {
         DQTransaction transaction(history.metaInfo()->connection());
         if (!transaction.isActive()) {
             return false;
         }
-        history.updateTime = newestUpdateTime();
         PlayHistory stored;
         const LookUp found = findHistory(history.fileId.value(), stored);
         takeKey(history, stored);
-        return found != LookUp::Failed &&
-               saveAndCommit(history, found == LookUp::NoRow, transaction);
+        return saveAsNewest(history, found, transaction);
     });
+}
+
+std::optional<PlayHistory> changePlayHistory(const QString &fileId, const HistoryChange &change)
+{
+    std::optional<PlayHistory> changed;
+    withRecovery([&] {
+        PlayHistory history;
+        DQTransaction transaction(history.metaInfo()->connection());
+        const LookUp found = transaction.isActive() ? findHistory(fileId, history) : LookUp::Failed;
+        history.fileId = fileId;
+        change(history);
+        settlePosition(history);
+        const bool isSaved = saveAsNewest(history, found, transaction);
+        if (isSaved) {
+            changed = history;
+        }
+        return isSaved;
+    });
+    return changed;
 }
 
 LookUp lookUpPlayHistory(const QString &fileId, PlayHistory &history)

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <optional>
+
 #include <QHash>
 #include <QList>
 #include <QString>
@@ -58,11 +61,19 @@ void removeUser(const QString &userId);
 
 // --- folders
 
+using FolderChange = std::function<void(FolderSetting &setting)>;
+
 // An empty record with a null `id` when the folder is not stored.
 void loadFolderSetting(const QString &folderId, FolderSetting &setting);
 
 // A row that is not new gets the current time as `updateTime`.
 void saveFolderSetting(FolderSetting &setting);
+
+// Changes the folder's row as it is stored at that moment, or an empty one, and saves it; `changed`
+// is that row then. What other processes write to the row meanwhile is not lost. `change` may be
+// called twice, each time with a row that was read anew.
+void changeFolderSetting(const QString &folderId, const FolderChange &change,
+                         FolderSetting &changed);
 
 // Sets both skip positions of a stored folder to 0, and `updateTime` to the current time.
 void clearSkipPositions(const QString &folderId);
@@ -75,6 +86,12 @@ void clearFolderSettings();
 // Makes the row the newest of the list, sets `playPercentage` from position and duration (0 to 1,
 // 0 without a duration), and a null position or duration to 0.
 void savePlayHistory(PlayHistory &history);
+
+// The same for the video's row as it is stored at that moment, or an empty one, after a change. The
+// row as it was saved; nothing when it could not be. `change` may be called twice, each time with a
+// row that was read anew.
+using HistoryChange = std::function<void(PlayHistory &history)>;
+std::optional<PlayHistory> changePlayHistory(const QString &fileId, const HistoryChange &change);
 
 // False, and the record stays as it is, when the video is not in the history.
 bool loadPlayHistory(const QString &fileId, PlayHistory &history);

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "db/tables/operations.h"
-
 FolderMemory::FolderMemory(const QString &folderId, QString userId) : m_userId(std::move(userId))
 {
     open(folderId);
@@ -97,18 +95,20 @@ void FolderMemory::setAudioTrack(const TrackMemory &track)
 }
 
 // What others wrote to the row since it was read stays; the skip times may have been cleared.
-void FolderMemory::save(const std::function<void(FolderSetting &)> &change)
+void FolderMemory::save(const FolderChange &change)
 {
     FolderSetting row;
-    loadFolderSetting(m_folderId, row);
-    row.folderId = m_folderId;
-    row.userId = m_userId;
-    if (!m_folderName.isEmpty()) {
-        row.folderName = m_folderName;
-    }
-    if (change) {
-        change(row);
-    }
-    saveFolderSetting(row);
+    changeFolderSetting(
+        m_folderId,
+        [this, &change](FolderSetting &stored) {
+            stored.userId = m_userId;
+            if (!m_folderName.isEmpty()) {
+                stored.folderName = m_folderName;
+            }
+            if (change) {
+                change(stored);
+            }
+        },
+        row);
     m_setting.id = row.id;
 }

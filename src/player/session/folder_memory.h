@@ -1,9 +1,8 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 
-#include "db/tables/folder_setting.h"
+#include "db/tables/operations.h"
 #include "player/session/skip_times.h"
 #include "player/session/track_memory.h"
 
@@ -44,7 +43,7 @@ public:
     void setAudioTrack(const TrackMemory &track);
 
 private:
-    void save(const std::function<void(FolderSetting &)> &change);
+    void save(const FolderChange &change);
 
     FolderSetting m_setting;
     QString m_folderId;

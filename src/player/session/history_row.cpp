@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "db/tables/operations.h"
-
 HistoryRow::HistoryRow(const UserInfo &user, FileItem file, const PlayHistory &handedOver)
     : m_userId(user.userId.value()), m_file(std::move(file))
 {
@@ -11,7 +9,7 @@ HistoryRow::HistoryRow(const UserInfo &user, FileItem file, const PlayHistory &h
     // Its id may have gone to another video's row meanwhile.
     if (!isKnown || m_values.fileId.value() != m_file.file_id) {
         m_values = PlayHistory();
-        m_values = stored();
+        loadPlayHistory(m_file.file_id, m_values);
     }
 }
 
@@ -20,42 +18,38 @@ void HistoryRow::setFile(const FileItem &file)
     m_file = file;
 }
 
-PlayHistory HistoryRow::stored() const
-{
-    PlayHistory row;
-    // What cannot be read now is what it was before; a new row would begin at 0.
-    return lookUpPlayHistory(m_file.file_id, row) == LookUp::Failed ? m_values : row;
-}
-
 void HistoryRow::savePosition(int position, int duration)
 {
-    PlayHistory row = stored();
-    row.playPosition = position;
-    row.duration = duration;
-    write(row);
+    save([position, duration](PlayHistory &row) {
+        row.playPosition = position;
+        row.duration = duration;
+    });
 }
 
 void HistoryRow::saveSubtitle(int type, const QString &fileId)
 {
-    PlayHistory row = stored();
-    row.subTitleType = type;
-    row.subTitle = fileId;
-    write(row);
+    save([type, &fileId](PlayHistory &row) {
+        row.subTitleType = type;
+        row.subTitle = fileId;
+    });
 }
 
-void HistoryRow::save()
+void HistoryRow::save(const HistoryChange &change)
 {
-    PlayHistory row = stored();
-    write(row);
-}
-
-void HistoryRow::write(PlayHistory &row)
-{
-    row.fileId = m_file.file_id;
-    row.parentFileId = m_file.parent_file_id;
-    row.userId = m_userId;
-    row.name = m_file.name;
-    savePlayHistory(row);
-    m_values = row;
+    const auto fill = [this, &change](PlayHistory &row) {
+        row.fileId = m_file.file_id;
+        row.parentFileId = m_file.parent_file_id;
+        row.userId = m_userId;
+        row.name = m_file.name;
+        if (change) {
+            change(row);
+        }
+    };
+    if (const std::optional<PlayHistory> row = changePlayHistory(m_file.file_id, fill)) {
+        m_values = *row;
+    } else {
+        fill(m_values); // for this session
+    }
+    PlayHistory row = m_values;
     emit saved(row);
 }

@@ -3,12 +3,11 @@
 #include <QObject>
 
 #include "api/records/file_records.h"
-#include "db/tables/play_history.h"
-#include "db/tables/user_info.h"
+#include "db/tables/operations.h"
 
-// The row of one video in the watch history. Each save reads the stored row anew and changes what
-// it means to change, with the video's owner, name and folder: a copy that was read earlier never
-// wins over the table.
+// The row of one video in the watch history. Each save changes the stored row, as it is then, in
+// what it means to change, with the video's owner, name and folder: a copy that was read earlier
+// never wins over the table.
 class HistoryRow final : public QObject
 {
     Q_OBJECT
@@ -29,15 +28,12 @@ public:
     void savePosition(int position, int duration);
     // `fileId` is that of a subtitle file, empty for none.
     void saveSubtitle(int type, const QString &fileId);
-    void save();
+    void save(const HistoryChange &change = {});
 
 signals:
     void saved(PlayHistory &row);
 
 private:
-    [[nodiscard]] PlayHistory stored() const;
-    void write(PlayHistory &row);
-
     const QString m_userId;
     FileItem m_file;
     PlayHistory m_values;
