@@ -24,7 +24,7 @@ QString textOf(const QDateTime &time)
 
 } // namespace
 
-FileCells makeFileCells(const FileItem &file, FileKind kind, int watchedPercent)
+FileCells makeFileCells(const FileItem &file, FileKind kind)
 {
     const bool isFolder = kind == FileKind::Folder;
     const QDateTime updated = timeOf(file.updated_at);
@@ -42,9 +42,6 @@ FileCells makeFileCells(const FileItem &file, FileKind kind, int watchedPercent)
     name->setFlags(name->flags() | Qt::ItemIsEditable);
     name->setIcon(iconOf(kind));
     name->setData(FileTable::FileIdRole, file.file_id);
-    if (watchedPercent > 0) {
-        name->setData(FileTable::WatchedRole, watchedPercent);
-    }
     cells[FileTable::SizeColumn]->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
     speak(cells);
     return cells;

@@ -10,8 +10,8 @@ enum class FileKind;
 // The cells of one entry in the file table, one for each column.
 using FileCells = std::array<SortTableWidgetItem *, 4>;
 
-// New ones, the caller's. `watchedPercent` as in WatchedVideos.
-[[nodiscard]] FileCells makeFileCells(const FileItem &file, FileKind kind, int watchedPercent);
+// New ones, the caller's, without a sign of what was watched.
+[[nodiscard]] FileCells makeFileCells(const FileItem &file, FileKind kind);
 
 // What the drive has changed of the entry; its size and sort place stay.
 void showRecord(const FileCells &cells, const FileItem &file, FileKind kind);

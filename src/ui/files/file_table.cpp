@@ -103,29 +103,34 @@ void FileTable::setFiles(const QList<FileItem> &files)
     setRowCount(0);
     m_entries.clear();
     m_passing.clear();
+    emit emptied();
     fillRows(0, files);
 }
 
 void FileTable::fillRows(int firstRow, const QList<FileItem> &files)
 {
+    QStringList videos;
     {
-        const QHash<QString, int> watched = watchedOf(files);
         const QSignalBlocker quiet(this);
         setRowCount(firstRow + files.size());
         m_entries.reserve(rowCount());
         int row = firstRow;
         for (const FileItem &file : files) {
-            fillRow(row++, file, watched.value(file.file_id));
+            const FileKind kind = kindOf(file);
+            fillRow(row++, file, kind);
+            if (kind == FileKind::Video) {
+                videos << file.file_id;
+            }
         }
         sortByHeader();
     }
+    emit videosAdded(videos);
     emit viewChanged();
 }
 
-void FileTable::fillRow(int row, const FileItem &file, int watchedPercent)
+void FileTable::fillRow(int row, const FileItem &file, FileKind kind)
 {
-    const FileKind kind = kindOf(file);
-    const FileCells cells = makeFileCells(file, kind, watchedPercent);
+    const FileCells cells = makeFileCells(file, kind);
     const SortTableWidgetItem *name = cells[NameColumn];
     m_entries.insert(file.file_id, {cells[NameColumn], kind});
     if (passesFilter(*name, kind)) {
@@ -136,35 +141,20 @@ void FileTable::fillRow(int row, const FileItem &file, int watchedPercent)
     }
 }
 
-QHash<QString, int> FileTable::watchedOf(const QList<FileItem> &files) const
+QStringList FileTable::videoIds() const
 {
-    QStringList videoIds;
-    for (const FileItem &file : files) {
-        if (kindOf(file) == FileKind::Video) {
-            videoIds.append(file.file_id);
+    QStringList ids;
+    for (auto entry = m_entries.cbegin(); entry != m_entries.cend(); ++entry) {
+        if (entry->kind == FileKind::Video) {
+            ids << entry.key();
         }
     }
-    return m_watchedSource && !files.isEmpty() ? m_watchedSource(videoIds) : QHash<QString, int>();
+    return ids;
 }
 
 void FileTable::setWatched(const QString &fileId, int percent)
 {
     setSign(m_entries.value(fileId).nameCell, WatchedRole, percent);
-}
-
-void FileTable::reloadWatched()
-{
-    QStringList videoIds;
-    for (auto entry = m_entries.cbegin(); entry != m_entries.cend(); ++entry) {
-        if (entry->kind == FileKind::Video) {
-            videoIds.append(entry.key());
-        }
-    }
-    const QHash<QString, int> watched =
-        m_watchedSource ? m_watchedSource(videoIds) : QHash<QString, int>();
-    for (const QString &id : qAsConst(videoIds)) {
-        setWatched(id, watched.value(id));
-    }
 }
 
 void FileTable::setLastPlayed(const QString &fileId)
@@ -219,10 +209,15 @@ void FileTable::updateFile(const FileItem &file)
     if (row < 0) {
         return;
     }
-    const QSignalBlocker quiet(this);
     const FileKind kind = kindOf(file);
-    m_entries[file.file_id].kind = kind;
-    showRecord(cellsAt(row), file, kind);
+    const FileKind former = std::exchange(m_entries[file.file_id].kind, kind);
+    {
+        const QSignalBlocker quiet(this);
+        showRecord(cellsAt(row), file, kind);
+    }
+    if (kind == FileKind::Video && former != kind) {
+        emit videosAdded({file.file_id});
+    }
 }
 
 void FileTable::setFilter(const QString &text, std::optional<FileKind> kind)
@@ -458,8 +453,8 @@ void FileTable::keyboardSearch(const QString &typed)
 
 int FileTable::nextRowNamed(const QString &start, int from) const
 {
-    for (int step = 0; step < rowCount(); ++step) {
-        const int row = (from + step) % rowCount();
+    for (int further = 0; further < rowCount(); ++further) {
+        const int row = (from + further) % rowCount();
         if (!isRowHidden(row) &&
             item(row, NameColumn)->text().startsWith(start, Qt::CaseInsensitive)) {
             return row;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 
 #include <QElapsedTimer>
@@ -58,13 +57,10 @@ public:
     // The row shows the record from now on, name, icon, type and time; it stays where it is.
     void updateFile(const FileItem &file);
 
-    // How far the user has come in the videos of these ids; those that were not begun may be left
-    // out. Asked once for all rows that are filled in together.
-    using WatchedSource = std::function<QHash<QString, int>(const QStringList &videoIds)>;
-    void setWatchedSource(const WatchedSource &source) { m_watchedSource = source; }
-    // One video, or all rows anew.
+    [[nodiscard]] QStringList videoIds() const;
+    // How far the user has come in a video; 0 for one that was not begun. Does nothing for one that
+    // is not in the table.
     void setWatched(const QString &fileId, int percent);
-    void reloadWatched();
     // Marks this entry, and no other one any more.
     void setLastPlayed(const QString &fileId);
     [[nodiscard]] SignColours signColours() const { return {m_signColour, m_onSignColour}; }
@@ -110,6 +106,11 @@ public:
 signals:
     // The user sorted or resized a column.
     void headerChanged();
+    // All rows went; others are filled in at once, or later.
+    void emptied();
+    // Videos came that have no sign yet of how far they were watched. Told after they were filled
+    // in.
+    void videosAdded(const QStringList &fileIds);
     // Rows came, went or were hidden, there is another part of them to see, or an editor was
     // closed.
     void viewChanged();
@@ -137,8 +138,7 @@ private:
     };
 
     void setUpHeader();
-    void fillRow(int row, const FileItem &file, int watchedPercent);
-    [[nodiscard]] QHash<QString, int> watchedOf(const QList<FileItem> &files) const;
+    void fillRow(int row, const FileItem &file, FileKind kind);
     [[nodiscard]] FileCells cellsAt(int row) const;
     void setSign(QTableWidgetItem *name, int role, const QVariant &value);
     void fillRows(int firstRow, const QList<FileItem> &files);
@@ -154,7 +154,6 @@ private:
     QHash<QString, Entry> m_entries; // by file id
     // The name cells that pass the filter, so that a sort need not look at 10,000 names again.
     QSet<const QTableWidgetItem *> m_passing;
-    WatchedSource m_watchedSource;
     QString m_lastPlayedId;
     QColor m_signColour = Qt::darkGreen;
     QColor m_onSignColour = Qt::white;
