@@ -225,19 +225,27 @@ private slots:
     void whatIsNotAnsweredIsListed_data()
     {
         QTest::addColumn<bool>("happened");
-        QTest::newRow("it was trashed") << true;
-        QTest::newRow("it was not") << false;
+        QTest::addColumn<int>("failedLists"); // times, before the page is right
+        QTest::addColumn<QString>("result");
+        const QString failed = "已删除到回收站 0 个，1 个失败";
+        QTest::newRow("it was trashed") << true << 0 << "已删除到回收站 1 个";
+        QTest::newRow("it was not") << false << 0 << failed;
+        QTest::newRow("nobody could look whether it was") << true << 1 << failed;
     }
     void whatIsNotAnsweredIsListed()
     {
         QFETCH(bool, happened);
+        QFETCH(int, failedLists);
+        QFETCH(QString, result);
         orderFor(3);
         m_drive->server().addFault(happened ? FaultOn(Trash).cuts() : FaultOn(Trash).status(500));
         const DrivePage page(m_user, m_batches.get());
         QTRY_COMPARE(page.count(), "4项");
         page.select({"101"});
+        m_drive->server().addFault(FaultOn("openFile/list").times(failedLists).status(403));
         page.press("btnDelete");
-        QTRY_COMPARE(m_status->text(), "已删除到回收站 0 个，1 个失败");
+        QTRY_COMPARE(m_status->text(), result);
+        QCOMPARE(toasts().join(""), result.contains("失败") ? "删除到回收站失败" : "");
         const auto shown = [&page] {
             QStringList names = page.names();
             names.sort();

@@ -15,6 +15,7 @@
 #include "support/fault_on.h"
 #include "support/test_main.h"
 #include "ui/files/file_batches.h"
+#include "ui/files/file_names.h"
 #include "ui/shell/file_dialog.h"
 
 namespace {
@@ -219,14 +220,18 @@ private slots:
         QCOMPARE(switched.first().first().toString(), Red);
     }
 
-    void loggingOutAsksWhileABatchRuns_data()
+    void loggingOutAsksWhileFilesAreUnderWay_data()
     {
+        QTest::addColumn<bool>("isName");
         QTest::addColumn<bool>("leaves");
-        QTest::newRow("yes") << true;
-        QTest::newRow("no") << false;
+        QTest::newRow("a batch, yes") << false << true;
+        QTest::newRow("a batch, no") << false << false;
+        QTest::newRow("a name that waits for its turn, yes") << true << true;
+        QTest::newRow("a name that waits for its turn, no") << true << false;
     }
-    void loggingOutAsksWhileABatchRuns()
+    void loggingOutAsksWhileFilesAreUnderWay()
     {
+        QFETCH(bool, isName);
         QFETCH(bool, leaves);
         logInAs(*m_drive, Red, 1);
         m_drive->server().addFault(FaultOn("trash").holds());
@@ -235,7 +240,14 @@ private slots:
         BatchOrder order;
         order.user = m_ming;
         order.files = {{"f1", "f1"}};
-        batches.start(order);
+        const QSignalSpy named(dialog.names(), &FileNames::finished);
+        if (isName) {
+            const std::chrono::seconds pause(2);
+            Session::instance().pacing().hold(m_ming.userId.value(), "", pause);
+            dialog.names()->createFolder(m_ming, "root", "新");
+        } else {
+            batches.start(order);
+        }
         whenModal([leaves](QWidget *modal) {
             auto *box = qobject_cast<QMessageBox *>(modal);
             QVERIFY(box->text().startsWith("还有 1 个文件"));
@@ -244,6 +256,9 @@ private slots:
         press(dialog, 0, "btnUserLogout");
         QCOMPARE(tabTexts(dialog).contains(Ming), !leaves);
         m_drive->server().clearFaults();
+        QTRY_COMPARE(named.size(), isName ? 1 : 0);
+        QCOMPARE(namesIn(*m_drive), isName && !leaves ? "新" : "");
+        QVERIFY(toasts().isEmpty()); // the user knows
     }
 
     void aNewLoginMakesTheTabsAnew()

@@ -14,6 +14,8 @@
 #include "support/keyboard.h"
 #include "support/test_main.h"
 #include "ui/files/batch_status.h"
+#include "ui/files/file_names.h"
+#include "ui/shell/file_dialog.h"
 #include "ui/shell/main_window.h"
 #include "ui/widgets/mu_item_delegate.h"
 
@@ -293,6 +295,39 @@ private slots:
         QTRY_COMPARE(int(m_drive->requests(trash).size()), 6 - left);
         settle(*m_drive);
         QTEST(!window || !window->isVisible(), "closesAtTheEnd");
+    }
+
+    void aNameIsWaitedForBeforeTheEnd_data()
+    {
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("and the drive takes it") << true;
+        QTest::newRow("and the user sees that it failed") << false;
+    }
+    void aNameIsWaitedForBeforeTheEnd()
+    {
+        QFETCH(bool, isTaken);
+        m_drive->server().addFault(FaultOn("openFile/create").holds());
+        MainWindow window;
+        window.show();
+        window.findChild<FileDialog *>()->names()->createFolder(m_user, isTaken ? "root" : "gone",
+                                                                "新");
+        whenModal([](QWidget *modal) {
+            auto *box = qobject_cast<QMessageBox *>(modal);
+            QCOMPARE(box->text(), QString("还有 1 个文件没有处理完。"));
+            for (QAbstractButton *button : box->buttons()) {
+                if (button->text() == "处理完再退出(&W)") {
+                    button->click();
+                }
+            }
+        });
+        window.close();
+        QVERIFY(window.isVisible());
+        m_drive->server().clearFaults();
+        QTRY_VERIFY(isTaken ? !window.isVisible() : toasts().join("").contains("新建文件夹失败"));
+        settle(*m_drive);
+        QCOMPARE(window.isVisible(), !isTaken);
+        closeToasts();
+        QCOMPARE(namesIn(*m_drive), isTaken ? "新" : "");
     }
 
     void thePlayerIsJoinedToThePages()

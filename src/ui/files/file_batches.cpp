@@ -1,11 +1,14 @@
 #include "ui/files/file_batches.h"
 
+#include <QNetworkReply>
+#include <QPointer>
 #include <QQueue>
 
 #include "api/records/change_records.h"
 #include "api/session/open_api_client.h"
 #include "api/session/refusal_note.h"
 #include "net/log_failure.h"
+#include "ui/files/folder_search.h"
 #include "ui/widgets/single_toast.h"
 
 namespace {
@@ -61,6 +64,13 @@ struct FileBatches::Running
         queue.append(started.order.files);
     }
 
+    // Sent, without an answer that says whether it was done.
+    struct Open
+    {
+        BatchFile file;
+        QString text; // that tells the user of the failure, if it is one
+    };
+
     FileBatch batch;
     const OpenApiClient client;
     const QString userId;
@@ -68,6 +78,8 @@ struct FileBatches::Running
     QHash<QString, BatchFile> sent;       // by file id
     QHash<QString, PendingReply> replies; // to what was sent, by file id
     QHash<QString, int> attempts;         // by file id
+    QList<Open> open;
+    QPointer<FolderSearch> search; // for the open ones
 };
 
 BatchOrder FileBatch::again() const
@@ -109,7 +121,7 @@ int FileBatches::remaining(const QString &userId) const
     int files = 0;
     for (const auto &running : m_running) {
         if (userId.isEmpty() || running->userId == userId) {
-            files += running->queue.size() + running->sent.size();
+            files += running->queue.size() + running->sent.size() + running->open.size();
         }
     }
     return files;
@@ -156,11 +168,15 @@ void FileBatches::stop(Running &running)
     }
     running.queue.clear();
     if (wasCancelled) {
+        if (running.search) {
+            running.search->disconnect(this);
+            running.search->deleteLater();
+        }
         for (const QString &fileId : running.sent.keys()) {
             running.replies.value(fileId).abandon();
-            batch.failed << takeAnswered(running, fileId);
-            batch.needsListing = true;
+            running.open.append({takeSent(running, fileId), QString()});
         }
+        giveUpOpen(running);
     }
 }
 
@@ -220,10 +236,25 @@ void FileBatches::onDone(int number, const QString &fileId)
     if (!running || !running->sent.contains(fileId)) {
         return;
     }
-    const BatchFile file = takeAnswered(*running, fileId);
-    ++running->batch.done;
-    emit fileDone(FileBatch(running->batch), file);
+    addDone(*running, takeSent(*running, fileId));
     goOn(number);
+}
+
+void FileBatches::addDone(Running &running, const BatchFile &file)
+{
+    m_onTheWay[running.userId].remove(file.id);
+    ++running.batch.done;
+    emit fileDone(FileBatch(running.batch), file);
+}
+
+// `text` is what the user is told; empty for one who does not want to wait for more.
+void FileBatches::addFailed(Running &running, const BatchFile &file, const QString &text)
+{
+    m_onTheWay[running.userId].remove(file.id);
+    running.batch.failed << file;
+    if (!text.isEmpty()) {
+        showSingleToast(text);
+    }
 }
 
 void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote &refusal,
@@ -242,17 +273,65 @@ void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote 
     }
     const FileOperation operation = batch.order.operation;
     logFailure(logWord(operation), code, error);
-    BatchFile file = takeAnswered(*running, fileId);
+    BatchFile file = takeSent(*running, fileId);
     file.reason = troubleText(troubleOf(code, refusal.refusal()));
-    batch.failed << file;
-    batch.needsListing = batch.needsListing || leavesOpenWhatIsTrue(code);
-    showSingleToast(failureText(operation, code, refusal));
+    const QString text = failureText(operation, code, refusal);
+    // That the file is not there is an answer, though the list does not know it yet.
+    const bool isGone =
+        code == QNetworkReply::ContentNotFoundError || code == QNetworkReply::ContentGoneError;
+    if (leavesOpenWhatIsTrue(code) && !isGone) {
+        running->open.append({file, text});
+    } else {
+        batch.needsListing = batch.needsListing || isGone;
+        addFailed(*running, file, text);
+    }
     goOn(number);
 }
 
-BatchFile FileBatches::takeAnswered(Running &running, const QString &fileId)
+void FileBatches::searchOpen(Running &running)
 {
-    m_onTheWay[running.userId].remove(fileId);
+    QSet<QString> ids;
+    for (const Running::Open &open : qAsConst(running.open)) {
+        ids.insert(open.file.id);
+    }
+    const BatchOrder &order = running.batch.order;
+    running.search = new FolderSearch(order.user, order.sourceFolderId, ids, this);
+    const int number = running.batch.number;
+    connect(running.search, &FolderSearch::finished, this,
+            [this, number](const QSet<QString> &missingIds) { onSearched(number, missingIds); });
+    connect(running.search, &FolderSearch::failed, this, [this, number] {
+        if (Running *found = find(number)) {
+            giveUpOpen(*found);
+        }
+        goOn(number);
+    });
+}
+
+void FileBatches::onSearched(int number, const QSet<QString> &missingIds)
+{
+    for (Running *running = find(number); running && !running->open.isEmpty();
+         running = find(number)) {
+        const Running::Open open = running->open.takeFirst();
+        if (missingIds.contains(open.file.id)) {
+            addDone(*running, open.file);
+        } else {
+            addFailed(*running, open.file, open.text);
+        }
+    }
+    goOn(number);
+}
+
+void FileBatches::giveUpOpen(Running &running)
+{
+    const QList<Running::Open> open = std::exchange(running.open, {});
+    for (const Running::Open &one : open) {
+        addFailed(running, one.file, one.text);
+        running.batch.needsListing = true;
+    }
+}
+
+BatchFile FileBatches::takeSent(Running &running, const QString &fileId)
+{
     running.replies.remove(fileId);
     return running.sent.take(fileId);
 }
@@ -268,8 +347,14 @@ void FileBatches::goOn(int number)
 
 void FileBatches::finishWhenAnswered(int number)
 {
-    const Running *running = find(number);
+    Running *running = find(number);
     if (!running || !running->queue.isEmpty() || !running->sent.isEmpty()) {
+        return;
+    }
+    if (!running->open.isEmpty()) {
+        if (!running->search) {
+            searchOpen(*running);
+        }
         return;
     }
     const FileBatch batch = running->batch;

@@ -41,7 +41,7 @@ struct FileBatch
     QList<BatchFile> failed;
     int skipped = 0;           // never sent, since the batch was cancelled before
     bool cancelled = false;    // sends nothing more
-    bool needsListing = false; // for some file no answer says what is true in the drive now
+    bool needsListing = false; // of some file nothing says what is true in the drive now
 
     [[nodiscard]] int total() const { return order.files.size(); }
     [[nodiscard]] int answered() const { return done + failed.size() + skipped; }
@@ -52,6 +52,9 @@ struct FileBatch
 // Moves, trashes and deletes many files, a few requests of each user at a time, so that neither the
 // window nor the drive is flooded. Belongs to the program, not to a page: a batch goes on when its
 // page is made anew, another user is shown or the folder is left. Works on the interface thread.
+//
+// Files whose answers were lost are looked for in their folder, when all others are answered: what
+// is not there any more has been done.
 class FileBatches final : public QObject
 {
     Q_OBJECT
@@ -97,7 +100,12 @@ private:
     void onFailed(int number, const QString &fileId, const RefusalNote &refusal,
                   const QString &error, int code);
     void stop(Running &running);
-    BatchFile takeAnswered(Running &running, const QString &fileId);
+    void searchOpen(Running &running);
+    void onSearched(int number, const QSet<QString> &missingIds);
+    void giveUpOpen(Running &running);
+    void addDone(Running &running, const BatchFile &file);
+    void addFailed(Running &running, const BatchFile &file, const QString &text);
+    BatchFile takeSent(Running &running, const QString &fileId);
     void goOn(int number);
     void finishWhenAnswered(int number);
 

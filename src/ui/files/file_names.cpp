@@ -1,5 +1,7 @@
 #include "ui/files/file_names.h"
 
+#include <algorithm>
+
 #include "api/records/change_records.h"
 #include "api/session/open_api_client.h"
 #include "api/session/refusal_note.h"
@@ -37,6 +39,8 @@ QString FileNames::keyOf(const UserInfo &user, const QString &fileId)
 void FileNames::createFolder(const UserInfo &user, const QString &parentId, const QString &name)
 {
     const QString userId = user.userId.value();
+    m_creating << userId;
+    m_left.remove(userId);
     const QString step = QStringLiteral("createFolder");
     const RefusalNote refusal;
     const auto failed =
@@ -49,6 +53,7 @@ void FileNames::createFolder(const UserInfo &user, const QString &parentId, cons
                 failed(QStringLiteral("no file_id"), HttpClient::LocalFailure);
             } else {
                 emit folderCreated(userId, parentId, folder.file_id);
+                endCreation(userId, true);
             }
         });
     const OpenApiClient client = OpenApiClient(user).whenRefused(refusal.handler());
@@ -59,10 +64,41 @@ void FileNames::onCreateFailed(const QString &userId, const QString &parentId,
                                const RefusalNote &refusal, const QString &error, int code)
 {
     logFailure(QStringLiteral("createFolder"), code, error);
-    showSingleToast(withReason(QStringLiteral("新建文件夹失败"), code, refusal.refusal()));
+    tell(userId, withReason(QStringLiteral("新建文件夹失败"), code, refusal.refusal()));
     if (code == HttpClient::LocalFailure || leavesOpenWhatIsTrue(code)) {
         emit listingNeeded(userId, parentId);
     }
+    endCreation(userId, false);
+}
+
+void FileNames::endCreation(const QString &userId, bool done)
+{
+    m_creating.removeOne(userId);
+    emit finished(done);
+}
+
+void FileNames::tell(const QString &userId, const QString &failure) const
+{
+    if (!m_left.contains(userId)) {
+        showSingleToast(failure);
+    }
+}
+
+int FileNames::remaining(const QString &userId) const
+{
+    if (userId.isEmpty()) {
+        return m_creating.size() + m_namings.size();
+    }
+    const auto renamed =
+        std::count_if(m_namings.cbegin(), m_namings.cend(), [&userId](const Naming &naming) {
+            return naming.user.userId.value() == userId;
+        });
+    return int(m_creating.count(userId) + renamed);
+}
+
+void FileNames::forget(const QString &userId)
+{
+    m_left.insert(userId);
 }
 
 QString FileNames::nameToBe(const UserInfo &user, const FileItem &file) const
@@ -82,7 +118,8 @@ void FileNames::rename(const UserInfo &user, const QString &folderId, const File
         m_namings[key].wanted = name;
         return;
     }
-    m_namings.insert(key, {user, folderId, file, QString(), name, false});
+    m_left.remove(user.userId.value());
+    m_namings.insert(key, {user, folderId, file, QString(), name});
     send(key);
 }
 
@@ -106,6 +143,7 @@ void FileNames::onRenamed(const QString &key, const FileUpdateResp &reply)
     Naming &naming = m_namings[key];
     naming.file = renamed(naming.file, naming.sent, reply);
     naming.isOpen = false;
+    naming.hasFailed = false;
     if (!sendNext(key)) {
         settle(key);
     }
@@ -117,11 +155,13 @@ void FileNames::onRenameFailed(const QString &key, const RefusalNote &refusal, c
     logFailure(QStringLiteral("fileUpdate"), code, error);
     Naming &naming = m_namings[key];
     naming.isOpen = naming.isOpen || leavesOpenWhatIsTrue(code);
+    naming.hasFailed = true;
     if (sendNext(key)) {
         return;
     }
     if (naming.wanted == naming.sent) {
-        showSingleToast(withReason(QStringLiteral("重命名失败"), code, refusal.refusal()));
+        tell(naming.user.userId.value(),
+             withReason(QStringLiteral("重命名失败"), code, refusal.refusal()));
     }
     settle(key);
 }
@@ -145,4 +185,5 @@ void FileNames::settle(const QString &key)
     if (naming.isOpen) {
         emit listingNeeded(userId, naming.folderId);
     }
+    emit finished(!naming.hasFailed);
 }

@@ -2,6 +2,8 @@
 
 #include <QHash>
 #include <QObject>
+#include <QSet>
+#include <QStringList>
 
 #include "api/records/file_records.h"
 #include "db/tables/user_info.h"
@@ -34,6 +36,12 @@ public:
     // The one typed last while it is under way, otherwise the record's.
     [[nodiscard]] QString nameToBe(const UserInfo &user, const FileItem &file) const;
 
+    // The entries whose name, or which, the drive has not taken or refused yet; of all users where
+    // none is named.
+    [[nodiscard]] int remaining(const QString &userId = QString()) const;
+    // The user leaves and knows that what was not sent is lost: nobody is told of its failure.
+    void forget(const QString &userId);
+
 signals:
     void folderCreated(const QString &userId, const QString &parentId, const QString &fileId);
     // No request of the entry is under way any more. The record has the last name that the drive
@@ -41,6 +49,8 @@ signals:
     void nameSettled(const QString &userId, const QString &folderId, const FileItem &file);
     // No answer says what is true in the folder now.
     void listingNeeded(const QString &userId, const QString &folderId);
+    // A name was taken, or was not; the last signal of each.
+    void finished(bool done);
 
 private:
     // Of one entry.
@@ -51,7 +61,8 @@ private:
         FileItem file; // as the drive answered last
         QString sent;
         QString wanted;
-        bool isOpen = false; // an answer was lost, so that the drive may have another name
+        bool hasFailed = false; // what was sent last
+        bool isOpen = false;    // an answer was lost, so that the drive may have another name
     };
 
     [[nodiscard]] static QString keyOf(const UserInfo &user, const QString &fileId);
@@ -64,7 +75,11 @@ private:
     void settle(const QString &key);
     void onCreateFailed(const QString &userId, const QString &parentId, const RefusalNote &refusal,
                         const QString &error, int code);
+    void endCreation(const QString &userId, bool done);
+    void tell(const QString &userId, const QString &failure) const;
 
+    QStringList m_creating;           // the users of the folders that are under way
+    QSet<QString> m_left;             // users who asked for nothing since they were forgotten
     QHash<QString, Naming> m_namings; // by user and file id
     ReplyGuard m_replies;
 };

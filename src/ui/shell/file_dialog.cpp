@@ -216,7 +216,7 @@ void FileDialog::logInAnother(CloudFileDialog *page)
 
 bool FileDialog::mayStopBatches(const QString &userId)
 {
-    const int files = m_batches->remaining(userId);
+    const int files = m_batches->remaining(userId) + m_names->remaining(userId);
     return files == 0 ||
            askYesNo(this, QStringLiteral("退出登录"),
                     QStringLiteral("还有 %1 个文件没有处理完，退出登录后不再处理。要退出吗?")
@@ -234,6 +234,7 @@ void FileDialog::logOut(CloudFileDialog *page)
     const int pos = storedPlaceOf(userId);
     // Without the user's tokens nothing more can be sent.
     m_batches->cancel(userId);
+    m_names->forget(userId);
     removeUser(userId);
     const QList<UserInfo> users = listUsers();
     if (users.isEmpty()) {

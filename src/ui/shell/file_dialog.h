@@ -35,6 +35,9 @@ public:
     // See listStatusChanged().
     [[nodiscard]] QString listStatus() const;
 
+    // Of all users and pages; goes with the batches.
+    [[nodiscard]] FileNames *names() const { return m_names; }
+
     // Gives the keyboard to the files of the page that is shown.
     void focusList();
 
@@ -75,7 +78,7 @@ private:
     const std::unique_ptr<Ui::FileDialog> m_ui;
     const std::unique_ptr<TransDialog> m_transfers;
     FileBatches *const m_batches;
-    FileNames *const m_names; // go with the batches, after all pages
+    FileNames *const m_names; // go after all pages
     QList<UserInfo> m_users;  // in the order of the tabs
     QString m_nickname;
 };

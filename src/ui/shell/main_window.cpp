@@ -12,6 +12,7 @@
 #include "player/session/play_request.h"
 #include "player/window/player_host.h"
 #include "ui/files/batch_status.h"
+#include "ui/files/file_names.h"
 #include "ui/history/history_dialog.h"
 #include "ui/shell/file_dialog.h"
 #include "ui/shell/help_dialog.h"
@@ -143,6 +144,11 @@ void MainWindow::fillStatusBar()
     m_batchStatus->hide();                                // the bar has shown it
     connect(m_filePage, &FileDialog::listStatusChanged, this, &MainWindow::showListStatus);
     connect(&m_batches, &FileBatches::finished, this, &MainWindow::onBatchFinished);
+    connect(m_filePage->names(), &FileNames::finished, this, [this](bool done) {
+        m_closesAfterBatches =
+            m_closesAfterBatches && done; // else it is seen before the window goes
+        onBatchFinished();
+    });
     showListStatus();
 }
 
@@ -245,20 +251,25 @@ void MainWindow::mouseReleaseEvent(QMouseEvent * /*event*/)
     m_dragging = false;
 }
 
+int MainWindow::remaining() const
+{
+    return m_batches.remaining() + m_filePage->names()->remaining();
+}
+
 bool MainWindow::mayStopBatches()
 {
-    const QString text = QStringLiteral("还有 %1 个文件没有处理完。").arg(m_batches.remaining());
+    const QString text = QStringLiteral("还有 %1 个文件没有处理完。").arg(remaining());
     const std::optional<int> choice =
         askChoice(this, QStringLiteral("退出"), text,
                   {QStringLiteral("处理完再退出(&W)"), QStringLiteral("就此停止(&S)")});
     // They may have ended while the user thought; then no end is to come that could close.
-    m_closesAfterBatches = choice == 0 && m_batches.hasPending();
-    return choice == 1 || (choice == 0 && !m_batches.hasPending() && !m_batchStatus->hasFailures());
+    m_closesAfterBatches = choice == 0 && remaining() > 0;
+    return choice == 1 || (choice == 0 && remaining() == 0 && !m_batchStatus->hasFailures());
 }
 
 void MainWindow::onBatchFinished()
 {
-    if (!m_closesAfterBatches || m_batches.hasPending()) {
+    if (!m_closesAfterBatches || remaining() > 0) {
         return;
     }
     m_closesAfterBatches = false;
@@ -270,7 +281,7 @@ void MainWindow::onBatchFinished()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    if (m_batches.hasPending() && !mayStopBatches()) {
+    if (remaining() > 0 && !mayStopBatches()) {
         event->ignore();
         return;
     }

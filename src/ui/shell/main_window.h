@@ -60,6 +60,8 @@ private:
     void onPageTurned(int index);
     void onBatchFinished();
     void showListStatus();
+    // Files that are being moved, deleted or named.
+    [[nodiscard]] int remaining() const;
     // False: the user goes on with what is under way.
     bool mayStopBatches();
 
