@@ -1,4 +1,5 @@
 #include <clocale>
+#include <csignal>
 #include <stdexcept>
 
 #include <QSignalSpy>
@@ -37,6 +38,7 @@ private slots:
     void failsWithoutTheLocale();
     void isTornDownInEveryState_data();
     void isTornDownInEveryState();
+    void leavesSignalsAsTheyWere();
 
 private:
     QTemporaryDir m_folder;
@@ -335,6 +337,20 @@ void TestMpvWidget::isTornDownInEveryState()
         widget.loadFile(m_clip);
         widget.setVisible(shown);
         QTRY_VERIFY(!playing || positions.size() > 2);
+    }
+}
+
+// With the default handling, which libmpv leaves behind, the end of a session would kill the
+// program.
+void TestMpvWidget::leavesSignalsAsTheyWere()
+{
+    const auto ignore = [](int /*signal*/) {};
+    for (const int signal : {SIGINT, SIGTERM}) {
+        std::signal(signal, ignore);
+        {
+            MpvWidget widget;
+        }
+        QVERIFY(std::signal(signal, SIG_DFL) == static_cast<void (*)(int)>(ignore));
     }
 }
 

@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QOpenGLContext>
 
+#include "player/mpv/kept_signals.h"
 #include "player/mpv/mpv_library.h"
 #include "player/mpv/mpv_node.h"
 #include "player/mpv/mpv_picture.h"
@@ -139,6 +140,7 @@ void MpvWidget::release()
         m_picture.reset();
         doneCurrent();
     }
+    const KeptSignals kept;
     m_library->terminate_destroy(m_mpv);
     m_mpv = nullptr;
 }
