@@ -1,13 +1,10 @@
 #include <QtTest>
 
-#include "db/tables/operations.h"
-#include "net/reply_guard.h"
 #include "player/mpv/mpv_widget.h"
-#include "player/player_fixture.h"
+#include "player/player_test.h"
 #include "player/window/player_window.h"
 #include "support/fault_on.h"
 #include "support/test_main.h"
-#include "support/toasts.h"
 
 namespace {
 
@@ -34,24 +31,11 @@ Q_DECLARE_METATYPE(localdrive::PlayAnswer)
 
 // What the player does when it has to wait, for answers, for data, for the folder's list, and what
 // is left when it is killed meanwhile.
-class TestPlayWaits final : public QObject
+class TestPlayWaits final : public PlayerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_player = std::make_unique<PlayerFixture>();
-        m_log = std::make_unique<LogCapture>();
-    }
-    void cleanup()
-    {
-        ReplyGuard::setPatience({});
-        m_player.reset();
-        m_log.reset();
-        closeToasts();
-    }
-
     void saysWhyNothingPlays_data()
     {
         QTest::addColumn<localdrive::Fault>("fault");
@@ -436,11 +420,6 @@ private:
 
     QString notice() const { return m_player->part("videoNotice")->accessibleName(); }
     PlayHistory stored(const QString &path) const { return m_player->storedHistory(path); }
-    // How often libmpv was given an address.
-    int loads() const { return m_log->lines().filter("已经获取到播放链接").size(); }
-
-    std::unique_ptr<PlayerFixture> m_player;
-    std::unique_ptr<LogCapture> m_log;
 };
 
 MORAVU_TEST(TestPlayWaits)

@@ -5,13 +5,11 @@
 #include <QtTest>
 
 #include "app/environment/app_settings.h"
-#include "db/tables/operations.h"
 #include "player/mpv/mpv_widget.h"
-#include "player/player_fixture.h"
+#include "player/player_test.h"
 #include "player/window/player_window.h"
 #include "support/fault_on.h"
 #include "support/test_main.h"
-#include "support/toasts.h"
 
 namespace {
 
@@ -50,23 +48,11 @@ bool isLong()
 } // namespace
 
 // What happens when videos open, end, fail or freeze, with the real libmpv and the local drive.
-class TestPlayback final : public QObject
+class TestPlayback final : public PlayerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_player = std::make_unique<PlayerFixture>();
-        m_log = std::make_unique<LogCapture>();
-    }
-    void cleanup()
-    {
-        m_player.reset();
-        m_log.reset();
-        closeToasts();
-    }
-
     void aFailedOpeningLeavesWhatPlays_data()
     {
         QTest::addColumn<QString>("failing");
@@ -158,7 +144,7 @@ private slots:
     {
         QFETCH(int, tail);
         addEpisodes(60);
-        skipTail(tail);
+        skipTail(First, tail);
         m_player->open(First);
         QVERIFY(m_player->waitFor(1));
         QTRY_COMPARE(asked().size(), 2); // the second one's, ahead
@@ -379,7 +365,7 @@ private slots:
     void whoStoppedInTheOutroSeesIt()
     {
         addEpisodes(60);
-        skipTail(20);
+        skipTail(First, 20);
         m_player->storePosition(First, 45, 60);
         m_player->open(First);
         QVERIFY(m_player->waitFor(48));
@@ -563,14 +549,6 @@ private:
         }
     }
 
-    void skipTail(int tail)
-    {
-        FolderSetting setting;
-        setting.folderId = m_player->item(First).parent_file_id;
-        setting.skipTailPos = tail;
-        saveFolderSetting(setting);
-    }
-
     // The ids of the videos whose play information was asked for, or their address, in order.
     QStringList asked(const std::string &operation = PlayInfo) const
     {
@@ -582,8 +560,6 @@ private:
         return ids;
     }
 
-    // How often libmpv was given an address.
-    int loads() const { return m_log->lines().filter("已经获取到播放链接").size(); }
     static bool isRefused(const QString &name)
     {
         return !toasts().filter("视频无法播放：" + name).isEmpty();
@@ -597,9 +573,6 @@ private:
     {
         m_player->server().addFault(FaultOn(path).always().status(403));
     }
-
-    std::unique_ptr<PlayerFixture> m_player;
-    std::unique_ptr<LogCapture> m_log;
 };
 MORAVU_TEST(TestPlayback)
 

@@ -7,13 +7,11 @@
 #include <QToolTip>
 #include <QtTest>
 
-#include "db/tables/operations.h"
 #include "player/mpv/mpv_widget.h"
-#include "player/player_fixture.h"
+#include "player/player_test.h"
 #include "player/window/player_window.h"
 #include "support/fault_on.h"
 #include "support/test_main.h"
-#include "support/toasts.h"
 
 namespace {
 
@@ -23,23 +21,11 @@ const QString Second = "show/2.mkv";
 } // namespace
 
 // What a player offers beyond playing, with the real libmpv and the local drive.
-class TestPlayerExtras final : public QObject
+class TestPlayerExtras final : public PlayerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_player = std::make_unique<PlayerFixture>();
-        m_log = std::make_unique<LogCapture>();
-    }
-    void cleanup()
-    {
-        m_player.reset();
-        m_log.reset();
-        closeToasts();
-    }
-
     void speedStaysAndSoundDelayGoesWithTheVideo()
     {
         play(true);
@@ -266,10 +252,7 @@ private:
         for (const QString &path : {First, Second}) {
             m_player->addClip(path, {60});
         }
-        FolderSetting setting;
-        setting.folderId = m_player->item(First).parent_file_id;
-        setting.skipTailPos = tail;
-        saveFolderSetting(setting);
+        skipTail(First, tail);
         m_player->open(First);
         QVERIFY(m_player->waitFor(1));
         if (pause) {
@@ -295,8 +278,6 @@ private:
         return label->isVisible() ? label->text() : QString();
     }
     int audioDelay() const { return qRound(property("audio-delay").toDouble() * 1000); }
-    // How often libmpv was given an address.
-    int loads() const { return m_log->lines().filter("已经获取到播放链接").size(); }
 
     // An entry of the menu over the video, or of a part of it; triggered where that is wanted.
     Entry entry(const QString &text, bool trigger = false)
@@ -321,8 +302,6 @@ private:
     }
     bool choose(const QString &text) { return entry(text, true).isEnabled; }
 
-    std::unique_ptr<PlayerFixture> m_player;
-    std::unique_ptr<LogCapture> m_log;
     QTemporaryDir m_folder;
 };
 
