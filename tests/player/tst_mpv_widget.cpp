@@ -62,6 +62,7 @@ void TestMpvWidget::loadsWhatWasAskedForBeforeTheContext()
     QSignalSpy durations(&widget, &MpvWidget::durationChanged);
     widget.loadFile(m_clip);
     QVERIFY(widget.getProperty("idle-active").toBool());
+    QVERIFY(widget.getProperty("options/terminal").toBool());
     widget.show();
     QTRY_COMPARE(durations.value(0).value(0).toInt(), 20);
     QCOMPARE(widget.duration(), 20);

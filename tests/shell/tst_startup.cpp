@@ -1,6 +1,8 @@
 #include <QApplication>
+#include <QLabel>
 #include <QLineEdit>
 #include <QLoggingCategory>
+#include <QMainWindow>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -14,7 +16,9 @@
 
 #include "app/appearance.h"
 #include "app/arguments.h"
+#include "app/data_notices.h"
 #include "app/toolkit_texts.h"
+#include "db/application_database.h"
 #include "ui/widgets/base_window.h"
 #include "ui/widgets/questions.h"
 
@@ -124,6 +128,26 @@ private slots:
         showSplash();
         QVERIFY(shown);
         QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    }
+
+    void theStatusBarTellsThatChangesAreNotWritten()
+    {
+        const ApplicationDatabase home;
+        QMainWindow window;
+        watchDatabase(window, QString());
+        window.show();
+        const auto *sign = window.findChild<QLabel *>("unwrittenSign");
+        QVERIFY(!sign->isVisible());
+        {
+            QSqlDatabase other = QSqlDatabase::cloneDatabase(QSqlDatabase::database(), "other");
+            QVERIFY(other.open());
+            other.exec("BEGIN IMMEDIATE TRANSACTION");
+            store(user("u1"));
+            QVERIFY(sign->isVisible());
+        }
+        QSqlDatabase::removeDatabase("other");
+        QVERIFY(database()->tryAgain());
+        QVERIFY(!sign->isVisible());
     }
 
     void speaksChineseForTheToolkit()
