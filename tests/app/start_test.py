@@ -3,13 +3,16 @@
 
 Each case is a process of its own with a home folder of its own, run inside a display.
 """
+import os
 import shutil
 import signal
+import socket
 import sqlite3
 import sys
 import tempfile
 import unittest
 from pathlib import Path
+from unittest import mock
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
@@ -77,6 +80,21 @@ class Start(unittest.TestCase):
         self.assertTrue(self.data.is_dir())
         self.assertNotIn("geometry", program.settings())
         self.assertNotIn("state=", program.settings())
+
+    def test_says_its_version_and_its_options(self):
+        for option, words in ("--version", "moravu "), ("--help", "--new-instance"):
+            program = self.start(arguments=[option])
+            program.wait_said(words)
+            self.assertEqual(program.end(), 0)
+
+    def test_services_are_asked_through_the_systems_proxy(self):
+        with socket.create_server(("127.0.0.1", 0)) as proxy, mock.patch.dict(
+                os.environ, http_proxy=f"http://127.0.0.1:{proxy.getsockname()[1]}"):
+            program = self.start(Addresses("http://drive.invalid", "http://backend.invalid"))
+            proxy.settimeout(60)
+            with proxy.accept()[0] as asked:
+                self.assertIn(b" http://backend.invalid/", asked.recv(1000))
+            self.assert_asks_for_login(program)
 
     def test_current_user_without_stored_users_must_log_in(self):
         self.data.mkdir(parents=True)
