@@ -1,4 +1,5 @@
 #include <QElapsedTimer>
+#include <QLockFile>
 #include <QSqlQuery>
 #include <QTest>
 #include <QTimer>
@@ -7,6 +8,7 @@
 #include "api/session/open_api_client.h"
 #include "api/session/session.h"
 #include "app/environment/app_settings.h"
+#include "app/environment/data_dir.h"
 #include "db/tables/operations.h"
 #include "net/reply_guard.h"
 #include "session/drive_fixture.h"
@@ -374,6 +376,39 @@ private slots:
         QVERIFY(accessToken.isEmpty() || after.accessToken.value() == accessToken);
         // What failed is the renewal of "r9", if any.
         QCOMPARE(m_shown.size(), accessToken == "a9" ? 1 : 0);
+    }
+    void thePairOfAnotherProcessIsTaken_data()
+    {
+        QTest::addColumn<bool>("isRenewing"); // or it stores its pair after ours has failed
+        QTest::newRow("while it renews") << true;
+        QTest::newRow("after the renewal has failed here") << false;
+    }
+    void thePairOfAnotherProcessIsTaken()
+    {
+        QFETCH(bool, isRenewing);
+        const UserInfo user = m_drive->logIn(0, LongAgo);
+        QLockFile other(dataDir() + "/renewal.lock");
+        if (isRenewing) {
+            QVERIFY(other.lock());
+            QTimer::singleShot(500, this, [&] {
+                m_drive->logIn(0);
+                other.unlock();
+            });
+        } else {
+            add(FaultOn(TokenPath).status(500));
+            add(FaultOn(DrivePath).holds());
+        }
+        Outcome outcome;
+        ask(user, outcome);
+        if (!isRenewing) {
+            QTRY_COMPARE(asked(DrivePath), 1);
+            m_drive->server().revokeTokens(0);
+            m_drive->logIn(0);
+            m_drive->server().clearFaults();
+        }
+        QTRY_COMPARE(outcome.userId, user.userId.value());
+        QCOMPARE(asked(TokenPath), isRenewing ? 0 : 1);
+        QCOMPARE(m_shown.size(), isRenewing ? 0 : 1);
     }
     void usersRenewOneAfterTheOther()
     {

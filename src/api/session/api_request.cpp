@@ -129,8 +129,7 @@ void ApiRequest::onFailed(const Rejection &rejection)
     if (troubleOf(rejection.code) == ApiTrouble::Unreachable) {
         Session::instance().reachability().onLost(QUrl(endpoints().openApi));
     }
-    if (rejection.code == QNetworkReply::AuthenticationRequiredError && m_mayRenew) {
-        m_mayRenew = false;
+    if (rejection.code == QNetworkReply::AuthenticationRequiredError && m_mayRepeat) {
         renewAndRepeat(rejection);
     } else {
         fail(rejection.error, rejection.code);
@@ -140,9 +139,14 @@ void ApiRequest::onFailed(const Rejection &rejection)
 void ApiRequest::renewAndRepeat(const Rejection &rejection)
 {
     UserInfo user;
-    const bool stored = loadUserInfo(m_call.userId, user);
-    if (stored && user.accessToken.value() != rejection.token) {
+    const bool isStored = !m_call.userId.isEmpty() && loadUserInfo(m_call.userId, user);
+    m_mayRepeat = false;
+    if (isStored && user.accessToken.value() != rejection.token) {
         repeatOrFail(rejection, true);
+        return;
+    }
+    if (!m_mayRenew) {
+        fail(rejection.error, rejection.code);
         return;
     }
     Session::instance().renewTokens(m_call.userId,

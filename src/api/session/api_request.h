@@ -29,7 +29,8 @@ struct ApiCall
 };
 
 // One call on its way: renews the user's tokens if they have run out, waits for its turn where the
-// server is asked too fast, sends, and repeats once with renewed tokens what was rejected for them.
+// server is asked too fast, sends, and repeats once with newer tokens what was rejected for them:
+// those that another process has stored meanwhile, or renewed ones.
 // One of `success` and `fail` runs, once and later. Lives as long as something of this is pending.
 class ApiRequest final
     : public Exchange
@@ -71,5 +72,6 @@ private:
     PendingReply m_sent;
     std::optional<ApiRefusal> m_refusal;
     bool m_mayRenew = false;
+    bool m_mayRepeat = true;
     bool m_pending = true;
 };

@@ -2,9 +2,11 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QLockFile>
 #include <QTimer>
 
 #include "app/environment/app_settings.h"
+#include "app/environment/data_dir.h"
 #include "db/tables/operations.h"
 #include "db/tables/user_info.h"
 
@@ -12,6 +14,8 @@ namespace {
 
 constexpr std::chrono::milliseconds TimeBetweenLooks(200);
 constexpr int MostLooks = 10;
+// While another process asks and stores, which takes it 20 s at the most.
+constexpr int MostLooksAtOthers = 100;
 
 // What the reply lacks stays as it was. False without a pair, or when it could not be stored.
 bool storePair(const UserInfo &user, const AccessTokenResp &pair)
@@ -24,6 +28,10 @@ bool storePair(const UserInfo &user, const AccessTokenResp &pair)
 }
 
 } // namespace
+
+Session::Session() = default;
+
+Session::~Session() = default;
 
 Session &Session::instance()
 {
@@ -65,10 +73,20 @@ void Session::renewTokens(const QString &userId, const Continuation &next)
 void Session::startRenewal()
 {
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [this] { runRenewal(); }, Qt::QueuedConnection);
+        QCoreApplication::instance(), [this] { runRenewal({}, MostLooksAtOthers); },
+        Qt::QueuedConnection);
 }
 
-void Session::runRenewal()
+// Where the folder takes no lock, nobody waits for anybody.
+bool Session::isOthersTurn()
+{
+    m_turn = std::make_unique<QLockFile>(dataDir() + QStringLiteral("/renewal.lock"));
+    m_turn->setStaleLockTime(0); // that of a process that is gone is stale all the same
+    return !m_turn->tryLock(0) && m_turn->error() == QLockFile::LockFailedError;
+}
+
+// `tokenBefore` is the refresh token before the wait for another process.
+void Session::runRenewal(const QString &tokenBefore, int looks)
 {
     const QString userId = m_renewals.head();
     UserInfo user;
@@ -77,6 +95,15 @@ void Session::runRenewal()
         return;
     }
     const QString usedToken = user.refreshToken.value();
+    if (!tokenBefore.isNull() && usedToken != tokenBefore) {
+        finishRenewal(userId, true);
+        return;
+    }
+    if (isOthersTurn() && looks > 0) {
+        QTimer::singleShot(TimeBetweenLooks, QCoreApplication::instance(),
+                           [this, usedToken, looks] { runRenewal(usedToken, looks - 1); });
+        return;
+    }
     const auto unstored = m_unstored.find(userId);
     if (unstored != m_unstored.end() && unstored->second.usedToken == usedToken) {
         settle(userId, usedToken, TokenReply(unstored->second.reply), MostLooks);
@@ -121,6 +148,7 @@ void Session::settle(const QString &userId, const QString &usedToken, const Toke
 
 void Session::finishRenewal(const QString &userId, bool renewed)
 {
+    m_turn.reset();
     m_renewals.dequeue();
     if (!m_renewals.isEmpty()) {
         startRenewal();

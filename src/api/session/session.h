@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include <QElapsedTimer>
@@ -13,6 +14,7 @@
 #include "api/session/token_request.h"
 #include "net/reachability.h"
 
+class QLockFile;
 class UserInfo;
 
 // The program's one session: who the current user is, the renewal of access tokens, and how fast
@@ -45,6 +47,9 @@ public:
     // renewal of the same user is under way shares it; all are called in the order of asking.
     // Several users' renewals follow each other. A renewal waits while events go on, so it starts
     // from the event loop: no caller is on the stack that the user might close meanwhile.
+    //
+    // A refresh token works once: while another process of the program renews, its pair is waited
+    // for.
     void renewTokens(const QString &userId, const Continuation &next);
 
     RequestPacing &pacing() { return m_pacing; }
@@ -52,11 +57,12 @@ public:
     Reachability &reachability() { return m_reachability; }
 
 private:
-    Session() = default;
-    ~Session() = default;
+    Session();
+    ~Session();
 
     void startRenewal();
-    void runRenewal();
+    void runRenewal(const QString &tokenBefore, int looks);
+    [[nodiscard]] bool isOthersTurn();
     void settle(const QString &userId, const QString &usedToken, const TokenReply &reply,
                 int looks);
     void finishRenewal(const QString &userId, bool renewed);
@@ -71,8 +77,9 @@ private:
 
     Notifier m_notifier;
     std::chrono::milliseconds m_quietTime{0};
-    QElapsedTimer m_sinceShown; // not valid before the first failure
-    QQueue<QString> m_renewals; // the users whose turn it is, and comes
+    QElapsedTimer m_sinceShown;        // not valid before the first failure
+    std::unique_ptr<QLockFile> m_turn; // to renew, among the program's processes
+    QQueue<QString> m_renewals;        // the users whose turn it is, and comes
     std::map<QString, std::vector<Continuation>> m_waiting;
     std::map<QString, UnstoredPair> m_unstored; // by user
     RequestPacing m_pacing;
