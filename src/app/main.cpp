@@ -10,7 +10,7 @@
 #include "api/session/session.h"
 #include "app/appearance.h"
 #include "app/arguments.h"
-#include "app/bring_forward.h"
+#include "app/bring_program_forward.h"
 #include "app/data_notices.h"
 #include "app/environment/app_settings.h"
 #include "app/single_instance.h"

@@ -8,6 +8,7 @@
 #include "player/session/play_request.h"
 #include "player/session/subtitle_files.h"
 #include "player/window/player_window.h"
+#include "ui/widgets/bring_forward.h"
 
 PlayerHost::PlayerHost(QObject *parent) : QObject(parent)
 {
@@ -25,7 +26,7 @@ void PlayerHost::open(const PlayRequest &request)
     try {
         MpvPlayerWindow *player = window();
         player->open(request);
-        player->bringForward();
+        bringForward(*player);
     } catch (const std::runtime_error &error) {
         tellFailure(QString::fromUtf8(error.what()));
     }

@@ -28,6 +28,7 @@
 #include "player/window/video_list_panel.h"
 #include "player/window/video_menu.h"
 #include "player/window/video_notice.h"
+#include "ui/widgets/bring_forward.h"
 #include "ui/widgets/toast.h"
 
 namespace {
@@ -159,8 +160,9 @@ void MpvPlayerWindow::connectDesktop()
     m_desktop = new DesktopServices(*m_session, *m_mpvWidget, this);
     addAction(m_desktop->controlsAction());
     const MediaPlayer *player = &m_desktop->player();
-    connect(player, &MediaPlayer::raiseRequested, this, &MpvPlayerWindow::bringForward,
-            Qt::QueuedConnection);
+    connect(
+        player, &MediaPlayer::raiseRequested, this, [this] { bringForward(*this); },
+        Qt::QueuedConnection);
     connect(player, &MediaPlayer::closeRequested, this, &QWidget::close, Qt::QueuedConnection);
     connect(
         player, &MediaPlayer::fullScreenRequested, this,
@@ -254,13 +256,6 @@ void MpvPlayerWindow::prepareVideo()
 void MpvPlayerWindow::open(const PlayRequest &request)
 {
     m_session->open(request);
-}
-
-void MpvPlayerWindow::bringForward()
-{
-    setWindowState(windowState() & ~Qt::WindowMinimized);
-    raise();
-    activateWindow();
 }
 
 void MpvPlayerWindow::reloadSkipTimes()

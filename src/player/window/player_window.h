@@ -34,8 +34,6 @@ public:
 
     // Plays the request's video in place of what plays; that one's position is saved first.
     void open(const PlayRequest &request);
-    // Before all other windows, also when it was minimised.
-    void bringForward();
     // The stored skip times were changed elsewhere.
     void reloadSkipTimes();
 

@@ -1,18 +1,9 @@
-#include "app/bring_forward.h"
+#include "app/bring_program_forward.h"
 
 #include <QApplication>
 #include <QMainWindow>
 
-namespace {
-
-void bringForward(QWidget &window)
-{
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.raise();
-    window.activateWindow();
-}
-
-} // namespace
+#include "ui/widgets/bring_forward.h"
 
 bool bringProgramForward()
 {
