@@ -102,7 +102,6 @@ void FileTable::setFiles(const QList<FileItem> &files)
 {
     setRowCount(0);
     m_entries.clear();
-    m_passing.clear();
     emit emptied();
     fillRows(0, files);
 }
@@ -131,11 +130,9 @@ void FileTable::fillRows(int firstRow, const QList<FileItem> &files)
 void FileTable::fillRow(int row, const FileItem &file, FileKind kind)
 {
     const FileCells cells = makeFileCells(file, kind);
-    const SortTableWidgetItem *name = cells[NameColumn];
-    m_entries.insert(file.file_id, {cells[NameColumn], kind});
-    if (passesFilter(*name, kind)) {
-        m_passing.insert(name);
-    }
+    SortTableWidgetItem *name = cells[NameColumn];
+    m_entries.insert(file.file_id, {name, kind});
+    name->setPassing(passesFilter(*name, kind));
     for (int column = 0; column < ColumnCount; ++column) {
         setItem(row, column, cells.at(column));
     }
@@ -189,7 +186,7 @@ FileCells FileTable::cellsAt(int row) const
 void FileTable::removeFile(const QString &fileId)
 {
     const int row = rowOf(fileId);
-    m_passing.remove(m_entries.take(fileId).nameCell);
+    m_entries.remove(fileId);
     if (row < 0) {
         return;
     }
@@ -227,8 +224,6 @@ void FileTable::setFilter(const QString &text, std::optional<FileKind> kind)
     }
     m_filterText = text;
     m_filterKind = kind;
-    m_passing.clear();
-    m_passing.reserve(rowCount());
     applyFilter(Names::LookedAt);
 }
 
@@ -275,8 +270,11 @@ void FileTable::applyFilter(Names names)
         const QSignalBlocker quiet(rows);
         rows->setUpdatesEnabled(false);
         for (int row = 0; row < rowCount(); ++row) {
-            const bool hidden = !(names == Names::Known ? m_passing.contains(item(row, NameColumn))
-                                                        : lookAtName(row));
+            SortTableWidgetItem *name = nameCellAt(row);
+            if (names == Names::LookedAt) {
+                name->setPassing(passesFilter(*name, kindOfCell(*name)));
+            }
+            const bool hidden = !name->isPassing();
             if (rows->isSectionHidden(row) != hidden) {
                 rows->setSectionHidden(row, hidden);
             }
@@ -287,15 +285,15 @@ void FileTable::applyFilter(Names names)
     viewport()->update();
 }
 
-bool FileTable::lookAtName(int row)
+SortTableWidgetItem *FileTable::nameCellAt(int row) const
 {
-    const QTableWidgetItem *name = item(row, NameColumn);
-    const FileKind kind = m_filterKind ? m_entries.value(fileIdAt(row)).kind : FileKind::Other;
-    const bool passes = passesFilter(*name, kind);
-    if (passes) {
-        m_passing.insert(name);
-    }
-    return passes;
+    return static_cast<SortTableWidgetItem *>(item(row, NameColumn));
+}
+
+// As far as the filter needs it.
+FileKind FileTable::kindOfCell(const QTableWidgetItem &name) const
+{
+    return m_filterKind ? m_entries.value(name.data(FileIdRole).toString()).kind : FileKind::Other;
 }
 
 bool FileTable::passesFilter(const QTableWidgetItem &name, FileKind kind) const

@@ -145,15 +145,14 @@ private:
     // Whether it is known which names pass.
     enum class Names { Known, LookedAt };
     void applyFilter(Names names);
-    bool lookAtName(int row);
+    [[nodiscard]] SortTableWidgetItem *nameCellAt(int row) const;
+    [[nodiscard]] FileKind kindOfCell(const QTableWidgetItem &name) const;
     void sortUntold();
     [[nodiscard]] bool passesFilter(const QTableWidgetItem &name, FileKind kind) const;
     [[nodiscard]] int nearestShownRow(int row) const;
     [[nodiscard]] int nextRowNamed(const QString &start, int from) const;
 
     QHash<QString, Entry> m_entries; // by file id
-    // The name cells that pass the filter, so that a sort need not look at 10,000 names again.
-    QSet<const QTableWidgetItem *> m_passing;
     QString m_lastPlayedId;
     QColor m_signColour = Qt::darkGreen;
     QColor m_onSignColour = Qt::white;
