@@ -136,14 +136,14 @@ void QRLoginDlg::on_btnCancle_clicked()
 
 void QRLoginDlg::refreshQRCode()
 {
-    const QString step = QStringLiteral("refreshQRCode");
+    const QString logWord = QStringLiteral("refreshQRCode");
     const auto done = [this](const QString &reply) { onQrCode(reply); };
     const auto failed = [this, request = ++m_codeRequests](
                             const QString & /*error*/, int /*code*/) { onQrCodeFailed(request); };
     m_code = HttpClient(endpoints().backend + QStringLiteral("/app/oauth/authorize/qrcode"))
                  .param(QStringLiteral("alphaTestNum"), EmptyValue)
-                 .success(m_replies.guard(step, done))
-                 .fail(m_replies.guard(step, failed))
+                 .success(m_replies.guard(logWord, done))
+                 .fail(m_replies.guard(logWord, failed))
                  .post();
     m_replies.limitWait(m_code);
 }
@@ -258,7 +258,7 @@ void QRLoginDlg::onStatus(int poll, const QString &reply)
 
 void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
 {
-    const QString step = QStringLiteral("getAccessToken");
+    const QString logWord = QStringLiteral("getAccessToken");
     const auto done = [this](const QString &reply) { onAccessToken(reply); };
     const auto failed = [this](const QString &error, int /*code*/) {
         qDebug() << "getAccessToken请求失败:" << error;
@@ -268,8 +268,8 @@ void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
                           percentEncoded(scan.authCode);
     m_replies.limitWait(HttpClient(endpoints().backend + query)
                             .once() // the code works once
-                            .success(m_replies.guard(step, done))
-                            .fail(m_replies.guard(step, failed))
+                            .success(m_replies.guard(logWord, done))
+                            .fail(m_replies.guard(logWord, failed))
                             .get());
 }
 
@@ -292,7 +292,7 @@ void QRLoginDlg::onAccessToken(const QString &reply)
 
 void QRLoginDlg::getDriveInfo(const AccessTokenResp &token)
 {
-    const QString step = QStringLiteral("getDriveInfo");
+    const QString logWord = QStringLiteral("getDriveInfo");
     const auto done = [this, token](const QString &reply) { onDriveInfo(reply, token); };
     const auto failed = [this](const QString &error, int /*code*/) {
         qDebug() << "getDriveInfo fail" << error;
@@ -300,7 +300,7 @@ void QRLoginDlg::getDriveInfo(const AccessTokenResp &token)
     };
     m_replies.limitWait(
         OpenApiClient::forAccessToken(token.accessToken)
-            .driveInfoText(m_replies.guard(step, done), m_replies.guard(step, failed)));
+            .driveInfoText(m_replies.guard(logWord, done), m_replies.guard(logWord, failed)));
 }
 
 void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
@@ -325,18 +325,19 @@ void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
 // The login does not fail for want of a name.
 void QRLoginDlg::askForName(const UserInfo &user, const QString &accessToken)
 {
-    const QString step = QStringLiteral("getUserInfo");
+    const QString logWord = QStringLiteral("getUserInfo");
     const auto done = [this, user](const UserInfoResp &reply) {
         UserInfo named = user;
         named.nickname = reply.name;
         finishLogin(named, QString());
     };
-    const auto failed = [this, user, step](const QString &error, int code) {
-        logFailure(step, code, error);
+    const auto failed = [this, user, logWord](const QString &error, int code) {
+        logFailure(logWord, code, error);
         finishLogin(user, QString());
     };
-    m_replies.limitWait(OpenApiClient::forAccessToken(accessToken)
-                            .userInfo(m_replies.guard(step, done), m_replies.guard(step, failed)));
+    m_replies.limitWait(
+        OpenApiClient::forAccessToken(accessToken)
+            .userInfo(m_replies.guard(logWord, done), m_replies.guard(logWord, failed)));
 }
 
 // A refused account is stored and becomes the current one all the same.

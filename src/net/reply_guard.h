@@ -14,8 +14,8 @@
 // wants them no longer. Make it the asker's last member, so that it is the first to go. All of it
 // belongs to the interface thread.
 //
-//     const auto done = m_replies.guard(step, [this](const FileItems &page) { ... });
-//     const auto failed = m_replies.guard(step, [this](const QString &error, int code) { ... });
+//     const auto done = m_replies.guard(logWord, [this](const FileItems &page) { ... });
+//     const auto failed = m_replies.guard(logWord, [this](const QString &error, int code) { ... });
 //     m_replies.limitWait(m_client.listFiles(folder, limit, marker, done, failed));
 //
 // Requests carry no time-out. Who awaits one has patience for 15 s without a byte, 60 s in all;
@@ -44,14 +44,15 @@ public:
     void dismiss() { *m_dismissed = true; }
     [[nodiscard]] bool isDismissed() const { return *m_dismissed; }
 
-    // Wraps a reply handler; a late reply is logged with the step that it belongs to, and dropped.
+    // Wraps a reply handler; a late reply is logged with the word that stands in the log for what
+    // was asked, and dropped.
     template <class Handler>
-    [[nodiscard]] auto guard(const QString &step, Handler handler) const
+    [[nodiscard]] auto guard(const QString &logWord, Handler handler) const
     {
-        return [dismissed = m_dismissed, step, handler = std::move(handler)](auto &&...reply) {
+        return [dismissed = m_dismissed, logWord, handler = std::move(handler)](auto &&...reply) {
             if (*dismissed) {
                 qDebug().noquote()
-                    << QStringLiteral("dialog is destoryed, exit ") + step + QLatin1Char('.');
+                    << QStringLiteral("dialog is destoryed, exit ") + logWord + QLatin1Char('.');
                 return;
             }
             handler(std::forward<decltype(reply)>(reply)...);

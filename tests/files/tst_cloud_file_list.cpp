@@ -558,6 +558,8 @@ private slots:
                 });
         page.doubleClick("说明.txt");
         QCOMPARE(opened, 0);
+        QCOMPARE(toasts(), QStringList{"这个文件不是视频，无法播放"});
+        closeToasts();
         page.doubleClick("第2集.mkv");
         QCOMPARE(request.file.file_id, watched);
         QCOMPARE(request.history.playPosition.value(), 70);

@@ -421,12 +421,12 @@ private slots:
         QTest::addColumn<QString>("path");
         QTest::addColumn<bool>("fails");
         QTest::addColumn<bool>("isOnlyClosed");
-        QTest::addColumn<QString>("step");
+        QTest::addColumn<QString>("logWord");
         for (const bool fails : {false, true}) {
             const auto row = [fails](const char *name, const std::string &path,
-                                     const QString &step) {
+                                     const QString &logWord) {
                 QTest::addRow("%s, %s", name, fails ? "failure" : "success")
-                    << text(path) << fails << !fails << step;
+                    << text(path) << fails << !fails << logWord;
             };
             row("code", QrPath, "refreshQRCode");
             row("token", TokenPath, "getAccessToken");
@@ -439,7 +439,7 @@ private slots:
         QFETCH(QString, path);
         QFETCH(bool, fails);
         QFETCH(bool, isOnlyClosed);
-        QFETCH(QString, step);
+        QFETCH(QString, logWord);
         server().addFault(FaultOn(path.toStdString()).delay(200).status(fails ? 500 : 0));
         LogCapture log;
         open();
@@ -455,7 +455,7 @@ private slots:
         } else {
             m_dialog.reset();
         }
-        const QString line = QString("dialog is destoryed, exit %1.").arg(step);
+        const QString line = QString("dialog is destoryed, exit %1.").arg(logWord);
         QTRY_COMPARE(log.lines().filter("dialog is destoryed"), QStringList{line});
         QVERIFY(toasts().isEmpty() && success.isEmpty());
         QCOMPARE(countUsers(), 0);

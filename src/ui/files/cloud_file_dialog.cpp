@@ -23,6 +23,7 @@
 #include "ui/files/quality_menu.h"
 #include "ui/files/watch_marks.h"
 #include "ui/widgets/shortcuts.h"
+#include "ui/widgets/single_toast.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 #include "ui_cloud_file_dialog.h"
 
@@ -277,6 +278,8 @@ void CloudFileDialog::openRow(int row)
         m_ui->pathNavList->scrollTo(m_browser->pathModel()->index(m_browser->depth() - 1, 0));
     } else if (isVideo(*file)) {
         openVideo(*file);
+    } else {
+        showSingleToast(QStringLiteral("这个文件不是视频，无法播放"));
     }
 }
 
@@ -432,19 +435,20 @@ void CloudFileDialog::requestDiskSpace()
 {
     m_lacksDiskSpace = false;
     m_spaceReplies.abandon(); // an earlier answer that comes later knows less
-    const QString step = QStringLiteral("getSpaceInfo");
+    const QString logWord = QStringLiteral("getSpaceInfo");
     const RefusalNote refusal;
-    const auto failed = m_spaceReplies.guard(step, [this](const QString &error, int /*code*/) {
+    const auto failed = m_spaceReplies.guard(logWord, [this](const QString &error, int /*code*/) {
         qDebug() << "getSpaceInfo erro:" << error;
         m_lacksDiskSpace = true;
     });
-    const auto done = m_spaceReplies.guard(step, [this, refusal, failed](const SpaceInfo &space) {
-        if (refusal.saysNotJson()) {
-            failed(QStringLiteral("no JSON"), HttpClient::LocalFailure);
-        } else {
-            onDiskSpace(space);
-        }
-    });
+    const auto done =
+        m_spaceReplies.guard(logWord, [this, refusal, failed](const SpaceInfo &space) {
+            if (refusal.saysNotJson()) {
+                failed(QStringLiteral("no JSON"), HttpClient::LocalFailure);
+            } else {
+                onDiskSpace(space);
+            }
+        });
     m_spaceReplies.limitWait(m_client.whenRefused(refusal.handler()).spaceInfo(done, failed));
 }
 

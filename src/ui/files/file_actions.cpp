@@ -202,8 +202,8 @@ void FileActions::copyLink()
         Toast::showTip(QStringLiteral("请选择文件进行复制"));
         return;
     }
-    const QString step = QStringLiteral("getDownloadUrl");
-    const auto done = m_replies.guard(step, [this](const GetDownloadUrlResp &reply) {
+    const QString logWord = QStringLiteral("getDownloadUrl");
+    const auto done = m_replies.guard(logWord, [this](const GetDownloadUrlResp &reply) {
         if (reply.url.isEmpty()) {
             onLinkFailed(QStringLiteral("no url"), HttpClient::LocalFailure);
             return;
@@ -212,7 +212,7 @@ void FileActions::copyLink()
         Toast::showTip(QStringLiteral("复制下载链接成功"));
     });
     const auto failed = m_replies.guard(
-        step, [this](const QString &error, int code) { onLinkFailed(error, code); });
+        logWord, [this](const QString &error, int code) { onLinkFailed(error, code); });
     m_replies.limitWait(m_client.downloadUrl(fileId, done, failed));
 }
 

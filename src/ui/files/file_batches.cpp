@@ -13,7 +13,7 @@
 
 namespace {
 
-QString logWord(FileOperation operation)
+QString logWordOf(FileOperation operation)
 {
     switch (operation) {
     case FileOperation::Trash:
@@ -214,12 +214,12 @@ void FileBatches::send(Running &running)
     running.sent.insert(file.id, file);
     const BatchOrder &order = running.batch.order;
     const int number = running.batch.number;
-    const QString step = logWord(order.operation);
+    const QString logWord = logWordOf(order.operation);
     const auto done = m_replies.guard(
-        step, [this, number, id = file.id](const auto & /*reply*/) { onDone(number, id); });
+        logWord, [this, number, id = file.id](const auto & /*reply*/) { onDone(number, id); });
     const RefusalNote refusal;
     const auto fail = m_replies.guard(
-        step, [this, number, refusal, id = file.id](const QString &error, int code) {
+        logWord, [this, number, refusal, id = file.id](const QString &error, int code) {
             onFailed(number, id, refusal, error, code);
         });
     const OpenApiClient client = running.client.whenRefused(refusal.handler());
@@ -272,7 +272,7 @@ void FileBatches::onFailed(int number, const QString &fileId, const RefusalNote 
         return;
     }
     const FileOperation operation = batch.order.operation;
-    logFailure(logWord(operation), code, error);
+    logFailure(logWordOf(operation), code, error);
     BatchFile file = takeSent(*running, fileId);
     file.reason = troubleText(troubleOf(code, refusal.refusal()));
     const QString text = failureText(operation, code, refusal);

@@ -41,14 +41,14 @@ void FileNames::createFolder(const UserInfo &user, const QString &parentId, cons
     const QString userId = user.userId.value();
     m_creating << userId;
     m_left.remove(userId);
-    const QString step = QStringLiteral("createFolder");
+    const QString logWord = QStringLiteral("createFolder");
     const RefusalNote refusal;
     const auto failed =
-        m_replies.guard(step, [this, userId, parentId, refusal](const QString &error, int code) {
+        m_replies.guard(logWord, [this, userId, parentId, refusal](const QString &error, int code) {
             onCreateFailed(userId, parentId, refusal, error, code);
         });
     const auto done =
-        m_replies.guard(step, [this, userId, parentId, failed](const CreateFileResp &folder) {
+        m_replies.guard(logWord, [this, userId, parentId, failed](const CreateFileResp &folder) {
             if (folder.file_id.isEmpty()) {
                 failed(QStringLiteral("no file_id"), HttpClient::LocalFailure);
             } else {
@@ -127,13 +127,14 @@ void FileNames::send(const QString &key)
 {
     Naming &naming = m_namings[key];
     naming.sent = naming.wanted;
-    const QString step = QStringLiteral("fileUpdate");
+    const QString logWord = QStringLiteral("fileUpdate");
     const RefusalNote refusal;
-    const auto done =
-        m_replies.guard(step, [this, key](const FileUpdateResp &reply) { onRenamed(key, reply); });
-    const auto failed = m_replies.guard(step, [this, key, refusal](const QString &error, int code) {
-        onRenameFailed(key, refusal, error, code);
-    });
+    const auto done = m_replies.guard(
+        logWord, [this, key](const FileUpdateResp &reply) { onRenamed(key, reply); });
+    const auto failed =
+        m_replies.guard(logWord, [this, key, refusal](const QString &error, int code) {
+            onRenameFailed(key, refusal, error, code);
+        });
     const OpenApiClient client = OpenApiClient(naming.user).whenRefused(refusal.handler());
     m_replies.limitWait(client.rename(naming.file.file_id, naming.sent, done, failed));
 }

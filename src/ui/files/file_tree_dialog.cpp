@@ -119,17 +119,18 @@ void FileTreeDialog::listChildren(QTreeWidgetItem *folder)
 void FileTreeDialog::requestChildren(const QString &folderId, const QString &marker, int attempt)
 {
     countLoading(1);
-    const QString step = QStringLiteral("getFileList");
+    const QString logWord = QStringLiteral("getFileList");
     const RefusalNote refusal;
-    const auto done = m_replies.guard(step, [this, folderId, refusal](const FileItems &children) {
-        if (refusal.saysNotJson()) {
-            onListFailed(folderId, QStringLiteral("no JSON"), HttpClient::LocalFailure);
-        } else {
-            onChildren(folderId, children);
-        }
-    });
+    const auto done =
+        m_replies.guard(logWord, [this, folderId, refusal](const FileItems &children) {
+            if (refusal.saysNotJson()) {
+                onListFailed(folderId, QStringLiteral("no JSON"), HttpClient::LocalFailure);
+            } else {
+                onChildren(folderId, children);
+            }
+        });
     const auto failed = m_replies.guard(
-        step, [this, folderId, marker, refusal, attempt](const QString &error, int code) {
+        logWord, [this, folderId, marker, refusal, attempt](const QString &error, int code) {
             if (refusal.mayAskAgain(CallKind::Reading, code, attempt)) {
                 countLoading(-1);
                 requestChildren(folderId, marker, attempt + 1);

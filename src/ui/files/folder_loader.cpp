@@ -32,9 +32,9 @@ void FolderLoader::send(const FolderRequest &wanted, int attempt)
     if (request.order != wanted.order) {
         request.marker.clear();
     }
-    const QString step = QStringLiteral("getFileList");
+    const QString logWord = QStringLiteral("getFileList");
     const RefusalNote refusal;
-    const auto done = m_replies.guard(step, [this, request, refusal](const FileItems &page) {
+    const auto done = m_replies.guard(logWord, [this, request, refusal](const FileItems &page) {
         if (refusal.saysNotJson()) {
             onFailed(QStringLiteral("no JSON"), HttpClient::LocalFailure);
             return;
@@ -43,7 +43,7 @@ void FolderLoader::send(const FolderRequest &wanted, int attempt)
         emit pageLoaded(request, page);
     });
     const auto failed =
-        m_replies.guard(step, [this, request, refusal, attempt](const QString &error, int code) {
+        m_replies.guard(logWord, [this, request, refusal, attempt](const QString &error, int code) {
             if (refusal.mayAskAgain(CallKind::Reading, code, attempt)) {
                 send(request, attempt + 1);
             } else {
