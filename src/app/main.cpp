@@ -4,7 +4,6 @@
 #include <QIcon>
 #include <QNetworkProxyFactory>
 #include <QPixmap>
-#include <QScreen>
 #include <QStyle>
 
 #include "api/session/session.h"
@@ -21,6 +20,7 @@
 #include "login/qr_login_dlg.h"
 #include "ui/shell/main_window.h"
 #include "ui/widgets/toast.h"
+#include "ui/widgets/window_place.h"
 
 namespace {
 
@@ -75,24 +75,6 @@ bool logIn()
     return dialog.exec() == QDialog::Accepted;
 }
 
-// At a larger scale, or on a smaller screen than where it was left, a window would hang over the
-// edge with its status bar.
-void fitToScreen(QWidget &window)
-{
-    constexpr int Border = 8; // of the window manager's frame, which is not there yet
-    const int title = window.style()->pixelMetric(QStyle::PM_TitleBarHeight) + Border;
-    const QRect free = window.screen()->availableGeometry();
-    const QRect room = free.adjusted(Border, title, -Border, -Border);
-    const QSize size = window.size().boundedTo(room.size());
-    if (size == window.size() || window.isMaximized()) {
-        return;
-    }
-    window.resize(size);
-    if (window.testAttribute(Qt::WA_Moved)) {
-        window.move(qMin(window.x(), room.right() - size.width()), free.top());
-    }
-}
-
 void restoreWindow(MainWindow &window, const AppSettings &settings)
 {
     QByteArray geometry;
@@ -100,7 +82,9 @@ void restoreWindow(MainWindow &window, const AppSettings &settings)
     settings.readWindowState(geometry, state);
     window.restoreGeometry(geometry);
     window.restoreState(state, 0);
-    fitToScreen(window);
+    constexpr int Border = 8; // of the window manager's frame, which is not there yet
+    const int title = window.style()->pixelMetric(QStyle::PM_TitleBarHeight) + Border;
+    fitToScreen(window, {Border, title, Border, Border});
 }
 
 void closeDatabase()

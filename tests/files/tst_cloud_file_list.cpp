@@ -164,15 +164,19 @@ private slots:
 
     void tellsTheRestInTheStatus()
     {
-        make({"a1.txt", "a2.txt", "b.txt"});
+        make({"a1.txt", "b.txt"});
+        m_drive->server().makeFile("a2.txt", std::string(2048, 'x'));
+        m_drive->server().makeFolder("folder");
         const DrivePage page(m_user);
         QSignalSpy told(&page.dialog, &CloudFileDialog::listStatusChanged);
         QCOMPARE(page.dialog.listStatus(), "正在加载…");
         QTRY_COMPARE(page.dialog.listStatus(), "");
         page.table()->selectAll();
-        QCOMPARE(page.dialog.listStatus(), "已选 3 项");
+        QCOMPARE(page.dialog.listStatus(), "已选 4 项（文件 2.00 KB）");
         page.search("a");
-        QCOMPARE(page.dialog.listStatus(), "显示 2 / 3 项，已选 2 项");
+        QCOMPARE(page.dialog.listStatus(), "显示 2 / 4 项，已选 2 项（2.00 KB）");
+        page.search("r");
+        QCOMPARE(page.dialog.listStatus(), "显示 1 / 4 项");
         QCOMPARE(told.last().first().toString(), page.dialog.listStatus());
     }
 

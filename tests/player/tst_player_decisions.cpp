@@ -112,9 +112,9 @@ private slots:
     {
         using Action = PlayerKeys::Action;
         const auto last = static_cast<int>(Action::ShowKeys);
-        const QList<PlayerKeys::Line> page = PlayerKeys::page();
+        const QList<KeyLine> page = PlayerKeys::page();
         QCOMPARE(page.size(), last + 3); // and three steps
-        for (const PlayerKeys::Line &line : page) {
+        for (const KeyLine &line : page) {
             QVERIFY2(!line.keys.isEmpty() && !line.text.isEmpty(), qPrintable(line.text));
         }
         for (int action = 1; action <= last; ++action) {

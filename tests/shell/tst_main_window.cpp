@@ -1,4 +1,3 @@
-#include <QAccessible>
 #include <QListView>
 #include <QMessageBox>
 #include <QPushButton>
@@ -11,12 +10,12 @@
 #include "files/drive_page.h"
 #include "player/window/player_host.h"
 #include "support/fault_on.h"
-#include "support/keyboard.h"
 #include "support/test_main.h"
 #include "ui/files/batch_status.h"
 #include "ui/files/file_names.h"
 #include "ui/shell/file_dialog.h"
 #include "ui/shell/main_window.h"
+#include "ui/shell/space_bar.h"
 #include "ui/widgets/mu_item_delegate.h"
 
 namespace {
@@ -139,6 +138,7 @@ private slots:
         window.show();
         QCOMPARE(window.windowTitle(), QString("青柚云盘[小明]"));
         QTRY_COMPARE(status(window), QString("0.00 B / 1.00 TB"));
+        QVERIFY(window.statusBar()->findChild<SpaceBar *>()->isVisible());
         auto *users = window.findChild<QTabWidget *>("userTab");
         auto *other = qobject_cast<CloudFileDialog *>(users->widget(1));
         QTRY_COMPARE(other->diskSpace(), QString("2.00 KB / 1.00 TB"));
@@ -154,37 +154,6 @@ private slots:
         QTRY_COMPARE(status(window), QString("0.00 B / 1.00 TB"));
         removeUser(m_user.userId.value());
         QCOMPARE(MainWindow().windowTitle(), QString("青柚云盘[]"));
-    }
-
-    void tabGoesWhereTheEyeGoes_data()
-    {
-        QTest::addColumn<int>("page");
-        QTest::addColumn<QString>("stops");
-        QTest::newRow("files") << 0
-                               << "fileList navListView qt_tabwidget_tabbar btnRefresh pathNavList "
-                                  "btnVideoQuality btnNewUser btnUserLogout btnCreateFolder "
-                                  "btnDelete checkDelToRecycle fileNameSearch fileTypeList";
-        QTest::newRow("history")
-            << 1
-            << "navListView btnRemovePlayHistory btnClearPlayHistory btnClearSkipCutHistory "
-               "btnRefresh historyList";
-        QTest::newRow("about")
-            << 2 << "navListView btnDownloadTV btnDownloadPc btnReportBug btnKeys licenceLabel";
-    }
-    void tabGoesWhereTheEyeGoes()
-    {
-        QFETCH(int, page);
-        MainWindow window;
-        window.resize(1000, 700);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        if (page > 0) {
-            navigation(window)->setFocus();
-            stack(window)->setCurrentIndex(page);
-        }
-        QCOMPARE(unspoken(window), QStringList());
-        QTEST(tabStops(Qt::Key_Tab), "stops");
-        QTEST(tabStops(Qt::Key_Backtab), "stops");
     }
 
     void theKeyboardStaysInTheList()
@@ -208,26 +177,6 @@ private slots:
         QTest::keyClick(logout, Qt::Key_Space);
         QCOMPARE(users->count(), 1);
         QCOMPARE(QApplication::focusWidget(), listAt(0));
-    }
-
-    void saysWhatIsSeen()
-    {
-        m_drive->server().makeFile("第1集.mkv", "");
-        AppSettings().setVideoQuality("HD");
-        const MainWindow window;
-        auto *table = window.findChild<FileTable *>();
-        QTRY_COMPARE(table->rowCount(), 1);
-        const auto *rows = QAccessible::queryAccessibleInterface(table)->tableInterface();
-        QCOMPARE(rows->cellAt(0, 0)->text(QAccessible::Name), QString("第1集.mkv，视频"));
-        QStringList names;
-        for (const char *name : {"countLabel", "btnVideoQuality", "btnUserLogout"}) {
-            names << spokenName(window.findChild<QWidget *>(name));
-        }
-        QCOMPARE(names.join(' '), QString("1项 视频清晰度：高清720p 退出登录"));
-        auto *types = window.findChild<QWidget *>("fileTypeList");
-        const auto labels =
-            QAccessible::queryAccessibleInterface(types)->relations(QAccessible::Label);
-        QCOMPARE(labels.first().first->text(QAccessible::Name), QString("文件类型"));
     }
 
     void asksBeforeABatchIsLeft_data()

@@ -1,30 +1,21 @@
 // The small dialogs and pages around the file manager.
 
-#include <functional>
-
 #include <QDesktopServices>
 #include <QDir>
 #include <QPushButton>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTimer>
 
 #include "app/environment/data_dir.h"
 #include "db/tables/operations.h"
 #include "files/drive_page.h"
-#include "login/qr_login_dlg.h"
-#include "support/keyboard.h"
 #include "support/test_main.h"
-#include "ui/files/failed_files_dialog.h"
-#include "ui/files/file_tree_dialog.h"
 #include "ui/shell/fav_dialog.h"
 #include "ui/shell/file_dialog.h"
 #include "ui/shell/help_dialog.h"
 #include "ui/shell/recycle_dialog.h"
+#include "ui/shell/space_bar.h"
 #include "ui/shell/trans_dialog.h"
-#include "ui/widgets/questions.h"
-
-Q_DECLARE_METATYPE(std::function<void()>)
 
 class TestSideDialogs final : public QObject
 {
@@ -41,59 +32,6 @@ private slots:
         QCOMPARE(recycle.findChild<QLabel *>("label")->text(), QString("回收站"));
         QCOMPARE(FavDialog().objectName() + TransDialog().objectName(),
                  QString("FavDialogTrasnDialog"));
-    }
-
-    void theKeyboardGoesRoundADialog_data()
-    {
-        QTest::addColumn<std::function<void()>>("ask");
-        QTest::addColumn<QString>("stops");
-        const auto run = [](auto make) -> std::function<void()> {
-            return [make] { make()->exec(); };
-        };
-        QTest::newRow("folders") << run([] {
-            return std::make_unique<FileTreeDialog>(listUsers().first());
-        }) << "fileTree 取消";
-        QTest::newRow("login") << run([] { return std::make_unique<QRLoginDlg>(); })
-                               << "btnRefreshQrcode btnCancle";
-        QTest::newRow("failed files") << run([] {
-            return std::make_unique<FailedFilesDialog>(
-                "2 个失败", QList<BatchFile>{{"f1", "a", ""}, {"f2", "b", "没有权限"}});
-        }) << "failedFiles 重试 关闭";
-        const auto none = nullptr;
-        QTest::newRow("yes or no")
-            << std::function<void()>([=] { askYesNo(none, "警告", "删?"); }) << "否(N) 是(Y)";
-        QTest::newRow("choice") << std::function<void()>([=] {
-            askChoice(none, "退出", "还有 2 个", {"等(&W)", "停(&S)"});
-        }) << "取消 等(W) 停(S)";
-        QTest::newRow("text") << std::function<void()>([=] {
-            askText(none, "新建文件夹", "请输入新文件夹名称", "新建文件夹");
-        }) << "请输入新文件夹名称 确定 取消";
-    }
-    void theKeyboardGoesRoundADialog()
-    {
-        QFETCH(std::function<void()>, ask);
-        DriveFixture drive;
-        logInAs(drive, "小明");
-        QString forward;
-        QString backward;
-        QStringList silent{"never seen"};
-        QTimer seen;
-        seen.callOnTimeout([&] {
-            QWidget *dialog = QApplication::activeModalWidget();
-            if (!dialog || !dialog->isActiveWindow() || !QApplication::focusWidget()) {
-                return;
-            }
-            seen.stop();
-            silent = unspoken(*dialog);
-            forward = tabStops(Qt::Key_Tab);
-            backward = tabStops(Qt::Key_Backtab);
-            QTest::keyClick(dialog, Qt::Key_Escape);
-        });
-        seen.start(10);
-        ask();
-        QCOMPARE(silent, QStringList());
-        QTEST(forward, "stops");
-        QCOMPARE(backward, forward);
     }
 
     void theHelpPageOpensThreePages()
@@ -113,6 +51,25 @@ private slots:
         }
         QDesktopServices::unsetUrlHandler("https");
         QCOMPARE(m_opened, pages);
+    }
+
+    void showsHowFullTheDriveIs_data()
+    {
+        QTest::addColumn<double>("share");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("not known") << -1.0 << "";
+        QTest::newRow("in part") << 0.425 << "已用 43%";
+        QTest::newRow("nearly full") << 0.9 << "已用 90% nearly full";
+        QTest::newRow("more than there is") << 1.2 << "已用 100% nearly full";
+    }
+    void showsHowFullTheDriveIs()
+    {
+        QFETCH(double, share);
+        QWidget window;
+        auto *bar = new SpaceBar(&window);
+        bar->setShare(share);
+        const QString sign = bar->property("nearlyFull").toBool() ? " nearly full" : "";
+        QTEST(bar->isVisibleTo(&window) ? bar->toolTip() + sign : QString(), "shown");
     }
 
     void numbersATakenName_data()

@@ -6,11 +6,12 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
 
 #include "player/window/player_keys.h"
+#include "ui/widgets/list_keys.h"
+#include "ui/widgets/window_place.h"
 
 namespace {
 
@@ -19,8 +20,9 @@ constexpr int GroupGap = 16;
 constexpr int LineGap = 8;
 constexpr int TextGap = 24;
 constexpr int ColumnGap = 48;
+constexpr int SectionGap = 64;
 
-void addLine(QGridLayout &column, const PlayerKeys::Line &line)
+void addLine(QGridLayout &column, const KeyLine &line)
 {
     int row = column.count() == 0 ? 0 : column.rowCount();
     if (line.beginsGroup && column.count() > 0) {
@@ -32,15 +34,24 @@ void addLine(QGridLayout &column, const PlayerKeys::Line &line)
     column.addWidget(new QLabel(line.text), row, 1);
 }
 
-// In two columns, parted where the group ends that has the middle line.
-QHBoxLayout *pageOfKeys()
+QLabel *hintLabel(const QString &text)
+{
+    auto *hint = new QLabel(text);
+    hint->setObjectName(QStringLiteral("hint"));
+    return hint;
+}
+
+enum class Columns { One, Two };
+
+// Two columns are parted where the group ends that has the middle line.
+QHBoxLayout *columnsOf(const QList<KeyLine> &page, Columns wanted)
 {
     auto *columns = new QHBoxLayout;
     columns->setSpacing(ColumnGap);
     QGridLayout *column = nullptr;
-    const QList<PlayerKeys::Line> page = PlayerKeys::page();
     for (int i = 0; i < page.size(); ++i) {
-        const bool isSecond = columns->count() == 1 && i >= page.size() / 2 - 1;
+        const bool isSecond =
+            wanted == Columns::Two && columns->count() == 1 && i >= page.size() / 2 - 1;
         if (!column || (isSecond && page.at(i).beginsGroup)) {
             column = new QGridLayout;
             column->setHorizontalSpacing(TextGap);
@@ -53,14 +64,18 @@ QHBoxLayout *pageOfKeys()
     return columns;
 }
 
-void centreOver(QWidget *dialog, const QWidget &window)
+QVBoxLayout *section(const QString &title, const QList<KeyLine> &page, Columns columns,
+                     const QString &hint)
 {
-    const QRect screen = window.screen()->availableGeometry();
-    QRect place(QPoint(0, 0), dialog->sizeHint());
-    place.moveCenter(window.frameGeometry().center());
-    place.moveLeft(qBound(screen.left(), place.left(), screen.right() + 1 - place.width()));
-    place.moveTop(qBound(screen.top(), place.top(), screen.bottom() + 1 - place.height()));
-    dialog->move(place.topLeft());
+    auto *heading = new QLabel(title);
+    heading->setObjectName(QStringLiteral("heading"));
+    auto *layout = new QVBoxLayout;
+    layout->setSpacing(GroupGap);
+    layout->addWidget(heading);
+    layout->addLayout(columnsOf(page, columns));
+    layout->addStretch();
+    layout->addWidget(hintLabel(hint));
+    return layout;
 }
 
 } // namespace
@@ -68,16 +83,19 @@ void centreOver(QWidget *dialog, const QWidget &window)
 KeysDialog::KeysDialog()
 {
     setObjectName(QStringLiteral("keysDialog"));
-    setWindowTitle(QStringLiteral("播放器快捷键"));
+    setWindowTitle(QStringLiteral("快捷键"));
     setAttribute(Qt::WA_DeleteOnClose);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(Margin, Margin, Margin, Margin);
     layout->setSpacing(GroupGap);
-    layout->addLayout(pageOfKeys());
-    auto *hint = new QLabel(QStringLiteral("按过方向键以后，其他按键也会再跳转同样的秒数。\n"
-                                           "这些功能在视频的右键菜单里也有。"));
-    hint->setObjectName(QStringLiteral("hint"));
-    layout->addWidget(hint);
+    auto *sections = new QHBoxLayout;
+    sections->setSpacing(SectionGap);
+    sections->addLayout(section(QStringLiteral("播放器"), PlayerKeys::page(), Columns::Two,
+                                QStringLiteral("按过方向键以后，其他按键也会再跳转同样的秒数。\n"
+                                               "这些功能在视频的右键菜单里也有。")));
+    sections->addLayout(section(QStringLiteral("文件列表和观看历史"), list_keys::page(),
+                                Columns::One, QStringLiteral("按钮和输入框用 Tab 依次到达。")));
+    layout->addLayout(sections);
     auto *buttons = new QDialogButtonBox;
     buttons->addButton(QStringLiteral("关闭"), QDialogButtonBox::RejectRole);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -105,7 +123,7 @@ void KeysDialog::open(QWidget *opener)
     dialog->winId();
     dialog->windowHandle()->setTransientParent(window->windowHandle());
     if (!dialog->isVisible()) {
-        centreOver(dialog, *window);
+        dialog->move(placeOver(*window, dialog->sizeHint()).topLeft());
     }
     dialog->show();
     dialog->raise();

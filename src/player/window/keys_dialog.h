@@ -2,7 +2,7 @@
 
 #include "ui/widgets/base_dialog.h"
 
-// The page of all keys of the player.
+// The page of all keys: of the player and of the lists.
 class KeysDialog final : public BaseDialog
 {
     Q_OBJECT

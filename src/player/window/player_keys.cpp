@@ -139,9 +139,9 @@ QString PlayerKeys::nameOfStep(int increment)
         [increment](const Binding &binding) { return binding.increment == increment; });
 }
 
-QList<PlayerKeys::Line> PlayerKeys::page()
+QList<KeyLine> PlayerKeys::page()
 {
-    QList<Line> lines;
+    QList<KeyLine> lines;
     for (const Binding &binding : Bindings) {
         if (binding.increment != 0) {
             lines.append({QString::fromUtf8(binding.name), textOfStep(binding.increment)});

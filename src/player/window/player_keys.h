@@ -4,6 +4,8 @@
 #include <QString>
 #include <Qt>
 
+#include "ui/widgets/key_line.h"
+
 // What the keys of the player do. The seek step is remembered: once an arrow key has set it, every
 // later key seeks by it again.
 class PlayerKeys final
@@ -31,14 +33,6 @@ public:
         ShowKeys,
     };
 
-    // A line of the page of keys.
-    struct Line
-    {
-        QString keys;
-        QString text; // what they do
-        bool beginsGroup = false;
-    };
-
     // Takes one key press and returns what it asks for, besides a seek by increment().
     Action press(int key, Qt::KeyboardModifiers modifiers);
 
@@ -52,7 +46,7 @@ public:
     [[nodiscard]] static QString names(Action action);
     [[nodiscard]] static QString nameOfStep(int increment);
     // Everything that a key asks for.
-    [[nodiscard]] static QList<Line> page();
+    [[nodiscard]] static QList<KeyLine> page();
 
     // Whether the key ends here: the window must not hand it on.
     [[nodiscard]] static bool isSwallowed(int key);

@@ -20,12 +20,42 @@
 #include "ui/files/file_browser.h"
 #include "ui/files/file_names.h"
 #include "ui/files/file_table.h"
+#include "ui/files/path_delegate.h"
 #include "ui/files/quality_menu.h"
 #include "ui/files/watch_marks.h"
-#include "ui/widgets/shortcuts.h"
+#include "ui/widgets/list_keys.h"
 #include "ui/widgets/single_toast.h"
+#include "ui/widgets/sort_table_widget_item.h"
 #include "ui/widgets/waiting_spinner_widget.h"
 #include "ui_cloud_file_dialog.h"
+
+namespace {
+
+// Of one entry the row says everything. Folders have no size.
+QString selectionText(const FileTable &table)
+{
+    const int count = table.selectedCount();
+    if (count < 2) {
+        return {};
+    }
+    qint64 bytes = 0;
+    bool hasFolder = false;
+    const QModelIndexList sizes = table.selectionModel()->selectedRows(FileTable::SizeColumn);
+    for (const QModelIndex &size : sizes) {
+        if (!table.isRowHidden(size.row())) {
+            bytes += size.data(SortTableWidgetItem::SortValueRole).toLongLong();
+            hasFolder = hasFolder || table.isFolderAt(size.row());
+        }
+    }
+    const QString text = QStringLiteral("已选 %1 项").arg(count);
+    if (bytes == 0) {
+        return text;
+    }
+    return text + (hasFolder ? QStringLiteral("（文件 %1）") : QStringLiteral("（%1）"))
+                      .arg(formatSize(QString::number(bytes)));
+}
+
+} // namespace
 
 CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, FileNames *names,
                                  QWidget *parent)
@@ -97,6 +127,7 @@ void CloudFileDialog::setUpPath()
 {
     QAbstractItemModel *path = m_browser->pathModel();
     m_ui->pathNavList->setModel(path);
+    m_ui->pathNavList->setItemDelegate(new PathDelegate(m_ui->pathNavList));
     // The folder that is shown stays in sight, also in a window that becomes narrow.
     QScrollBar *pathBar = m_ui->pathNavList->horizontalScrollBar();
     connect(pathBar, &QScrollBar::rangeChanged, pathBar,
@@ -120,8 +151,10 @@ void CloudFileDialog::setUpActions(FileBatches *batches, FileNames *names)
 
 void CloudFileDialog::setUpShortcuts()
 {
-    const auto add = [this](const QKeySequence &keys, QWidget *place, Qt::ShortcutContext context,
-                            auto action) { addShortcut(keys, place, context, this, action); };
+    using list_keys::Action;
+    const auto add = [this](Action action, QWidget *place, Qt::ShortcutContext context, auto deed) {
+        addShortcuts(action, place, context, this, deed);
+    };
     const auto openCurrent = [this] { openRow(m_ui->fileList->currentRow()); };
     const auto openPath = [this] { goTo(m_ui->pathNavList->currentIndex().row()); };
     const auto search = [this] {
@@ -130,20 +163,15 @@ void CloudFileDialog::setUpShortcuts()
     };
     const Qt::ShortcutContext page = Qt::WidgetWithChildrenShortcut;
     const Qt::ShortcutContext window = Qt::WindowShortcut; // while the page is the one shown
-    add(Qt::Key_F2, this, page, [this] { m_actions->editName(); });
-    add(Qt::Key_F5, this, window, &CloudFileDialog::on_btnRefresh_clicked);
-    add(Qt::Key_Delete, m_ui->fileList, Qt::WidgetShortcut, &CloudFileDialog::on_btnDelete_clicked);
-    add(Qt::Key_Backspace, this, page, &CloudFileDialog::on_btnBack_clicked);
-    add(Qt::ALT + Qt::Key_Up, this, page, &CloudFileDialog::on_btnBack_clicked);
-    add(QKeySequence::Find, this, window, search);
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
-        add(key, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
-        add(key, m_ui->pathNavList, Qt::WidgetShortcut, openPath);
-    }
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Down}) {
-        add(key, m_ui->fileNameSearch, Qt::WidgetShortcut, &CloudFileDialog::enterList);
-    }
-    add(Qt::Key_Escape, m_ui->fileNameSearch, Qt::WidgetShortcut, [this] {
+    add(Action::Rename, this, page, [this] { m_actions->editName(); });
+    add(Action::Refresh, this, window, &CloudFileDialog::on_btnRefresh_clicked);
+    add(Action::Remove, m_ui->fileList, Qt::WidgetShortcut, &CloudFileDialog::on_btnDelete_clicked);
+    add(Action::GoBack, this, page, &CloudFileDialog::on_btnBack_clicked);
+    add(Action::Search, this, window, search);
+    add(Action::Open, m_ui->fileList, Qt::WidgetShortcut, openCurrent);
+    add(Action::Open, m_ui->pathNavList, Qt::WidgetShortcut, openPath);
+    add(Action::LeaveSearch, m_ui->fileNameSearch, Qt::WidgetShortcut, &CloudFileDialog::enterList);
+    add(Action::ClearSearch, m_ui->fileNameSearch, Qt::WidgetShortcut, [this] {
         m_ui->fileNameSearch->clear();
         enterList();
     });
@@ -218,9 +246,8 @@ void CloudFileDialog::showStatus()
     } else if (m_browser->hasMore()) {
         parts << QStringLiteral("还有更多");
     }
-    const int selected = table->selectedCount();
-    if (selected > 1) {
-        parts << QStringLiteral("已选 %1 项").arg(selected);
+    if (const QString selection = selectionText(*table); !selection.isEmpty()) {
+        parts << selection;
     }
     const QString status = parts.join(QStringLiteral("，"));
     if (std::exchange(m_listStatus, status) != status) {
@@ -462,6 +489,7 @@ void CloudFileDialog::onServerReturned()
 void CloudFileDialog::onDiskSpace(const SpaceInfo &space)
 {
     const SpaceInfoItem &drive = space.personal_space_info;
+    m_usedShare = drive.total_size > 0 ? double(drive.used_size) / double(drive.total_size) : -1;
     m_diskSpace = formatSize(QString::number(drive.used_size)) + QStringLiteral(" / ") +
                   formatSize(QString::number(drive.total_size));
     if (AppSettings().curUserId() == userId()) {

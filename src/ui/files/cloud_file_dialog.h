@@ -45,6 +45,8 @@ public:
     [[nodiscard]] QString userId() const { return m_user.userId.value(); }
     // "used / total" as of the last reply; empty before the first.
     [[nodiscard]] QString diskSpace() const { return m_diskSpace; }
+    // How much of it is used, 0 to 1; negative while that is not known.
+    [[nodiscard]] double usedShare() const { return m_usedShare; }
     // What is shown, loaded and selected, beyond the count of entries; empty when that says it all.
     [[nodiscard]] QString listStatus() const { return m_listStatus; }
 
@@ -127,6 +129,7 @@ private:
     QualityMenu *m_qualityMenu = nullptr;
     WaitingSpinnerWidget *m_spinner = nullptr;
     QString m_diskSpace;
+    double m_usedShare = -1;
     bool m_lacksDiskSpace = false; // it could not be had
     QString m_listStatus;
     ReplyGuard m_spaceReplies;

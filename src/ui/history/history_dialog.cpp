@@ -15,7 +15,7 @@
 #include "ui/history/watch_progress_delegate.h"
 #include "ui/pictures/picture.h"
 #include "ui/pictures/pictures_in_sight.h"
-#include "ui/widgets/shortcuts.h"
+#include "ui/widgets/list_keys.h"
 #include "ui/widgets/sort_table_widget_item.h"
 #include "ui/widgets/toast.h"
 #include "ui_history_dialog.h"
@@ -95,11 +95,12 @@ void HistoryDialog::setUpShortcuts()
 {
     QTableWidget *table = m_ui->historyList;
     const auto openCurrent = [this, table] { onItemDoubleClicked(table->currentItem()); };
-    addShortcut(Qt::Key_Return, table, Qt::WidgetShortcut, this, openCurrent);
-    addShortcut(Qt::Key_Enter, table, Qt::WidgetShortcut, this, openCurrent);
-    addShortcut(Qt::Key_Delete, table, Qt::WidgetShortcut, this,
-                &HistoryDialog::on_btnRemovePlayHistory_clicked);
-    addShortcut(Qt::Key_F5, this, Qt::WindowShortcut, this, &HistoryDialog::on_btnRefresh_clicked);
+    using list_keys::Action;
+    addShortcuts(Action::Open, table, Qt::WidgetShortcut, this, openCurrent);
+    addShortcuts(Action::Remove, table, Qt::WidgetShortcut, this,
+                 &HistoryDialog::on_btnRemovePlayHistory_clicked);
+    addShortcuts(Action::Refresh, this, Qt::WindowShortcut, this,
+                 &HistoryDialog::on_btnRefresh_clicked);
 }
 
 void HistoryDialog::loadHistory()

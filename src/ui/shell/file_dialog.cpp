@@ -288,6 +288,12 @@ void FileDialog::focusList()
     }
 }
 
+double FileDialog::usedShare() const
+{
+    const CloudFileDialog *page = pageAt(m_ui->userTab->currentIndex());
+    return page ? page->usedShare() : -1;
+}
+
 QString FileDialog::listStatus() const
 {
     const CloudFileDialog *page = pageAt(m_ui->userTab->currentIndex());

@@ -32,6 +32,8 @@ public:
     ~FileDialog() override;
 
     [[nodiscard]] QString nickname() const { return m_nickname; }
+    // Of the page that is shown; see CloudFileDialog.
+    [[nodiscard]] double usedShare() const;
     // See listStatusChanged().
     [[nodiscard]] QString listStatus() const;
 

@@ -10,12 +10,15 @@
 
 #include "api/session/system_report.h"
 #include "player/session/play_request.h"
+#include "player/window/keys_dialog.h"
 #include "player/window/player_host.h"
 #include "ui/files/batch_status.h"
 #include "ui/files/file_names.h"
 #include "ui/history/history_dialog.h"
 #include "ui/shell/file_dialog.h"
 #include "ui/shell/help_dialog.h"
+#include "ui/shell/space_bar.h"
+#include "ui/widgets/list_keys.h"
 #include "ui/widgets/mu_item_delegate.h"
 #include "ui/widgets/questions.h"
 #include "ui_main_window.h"
@@ -59,6 +62,8 @@ MainWindow::MainWindow(QWidget *parent)
     buildPages();
     connectPlayer();
     fillStatusBar();
+    addShortcuts(list_keys::Action::ShowKeys, this, Qt::WindowShortcut, this,
+                 [this] { KeysDialog::open(this); });
     // Once the window is on its way to the screen: encryption has a library to set up.
     QTimer::singleShot(0, this, &reportSystemInfo);
 }
@@ -136,6 +141,9 @@ void MainWindow::buildPages()
 void MainWindow::fillStatusBar()
 {
     m_statusLabel.setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    m_spaceBar = new SpaceBar;
+    statusBar()->addPermanentWidget(m_spaceBar, 0);
+    m_spaceBar->setShare(-1);
     statusBar()->addPermanentWidget(&m_statusLabel, 0);
     m_listStatus.setTextFormat(Qt::PlainText);
     statusBar()->addWidget(&m_listStatus, 1);
@@ -176,6 +184,7 @@ void MainWindow::closePlayers()
 void MainWindow::setStatusbarInfo(const QString &text)
 {
     m_statusLabel.setText(text);
+    m_spaceBar->setShare(m_filePage->usedShare());
 }
 
 void MainWindow::onUserSwitched(const QString &nickname, const QString &spaceInfo)

@@ -14,6 +14,7 @@ class FileDialog;
 class HelpDialog;
 class HistoryDialog;
 class PlayerHost;
+class SpaceBar;
 
 namespace Ui {
 class MainWindow;
@@ -66,6 +67,7 @@ private:
     bool mayStopBatches();
 
     QLabel m_statusLabel;
+    SpaceBar *m_spaceBar = nullptr;
     QLabel m_listStatus;
     FileBatches m_batches;
     QStandardItemModel m_navigation;

@@ -6,9 +6,9 @@
 #include <QScrollBar>
 #include <QToolTip>
 
+#include "ui/widgets/list_keys.h"
 #include "ui/widgets/name_text.h"
 #include "ui/widgets/row_delegate.h"
-#include "ui/widgets/shortcuts.h"
 
 namespace {
 
@@ -46,10 +46,11 @@ void RowTable::setNotice(const Notice &notice)
 
 void RowTable::setColumns(const QStringList &labels)
 {
+    const QList<QKeySequence> keys = list_keys::sequences(list_keys::Action::Sort);
     setColumnCount(labels.size());
     setHorizontalHeaderLabels(labels);
-    for (int column = 0; column < labels.size(); ++column) {
-        const QKeySequence key(Qt::CTRL + Qt::Key_1 + column);
+    for (int column = 0; column < labels.size() && column < keys.size(); ++column) {
+        const QKeySequence &key = keys.at(column);
         addShortcut(key, this, Qt::WidgetShortcut, this, [this, column] { clickHeader(column); });
         horizontalHeaderItem(column)->setToolTip(
             QStringLiteral("按%1排序 (%2)").arg(labels.at(column), key.toString()));

@@ -25,7 +25,11 @@ SortTableWidgetItem *SortTableWidgetItem::forValue(const QString &text, qint64 v
 
 QVariant SortTableWidgetItem::data(int role) const
 {
-    return role == FolderRole ? QVariant(m_folder) : QTableWidgetItem::data(role);
+    if (role == FolderRole) {
+        return m_folder;
+    }
+    const bool isNumber = role == SortValueRole && !m_key;
+    return isNumber ? QVariant(m_number) : QTableWidgetItem::data(role);
 }
 
 void SortTableWidgetItem::setData(int role, const QVariant &value)
