@@ -221,8 +221,11 @@ private slots:
         QTRY_COMPARE(playerctl({"position"}), "30.000000");
         playerctl({"position", "5+"});
         QTRY_COMPARE(m_player->secondLabelled(), 35);
+        m_player->press("volume");
+        QVERIFY(m_player->mpv()->isMute());
         playerctl({"volume", "0.5"});
         QTRY_COMPARE(m_player->mpv()->volume(), 50);
+        QVERIFY(!m_player->mpv()->isMute());
         QCOMPARE(playerctl({"volume"}), "0.500000");
         playerctl({"next"});
         QTRY_COMPARE(playerctl({"metadata", "title"}), "2.mkv");

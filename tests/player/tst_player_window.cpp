@@ -1,5 +1,4 @@
 #include <QAbstractItemView>
-#include <QAccessible>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QMenu>
@@ -62,7 +61,7 @@ private slots:
         const QObject scope;
         connect(&m_player->host(), &PlayerHost::historyUpdated, &scope, [&saved] { ++saved; });
         m_player->open(First);
-        QVERIFY(m_player->window());
+        QCOMPARE(m_player->window()->windowTitle(), "Ep01.mkv");
         QCOMPARE(m_player->timeText(), "00:00:00/00:00:00");
         QVERIFY(!m_player->part("seekBar")->isEnabled());
         QVERIFY(m_player->waitFor(2));
@@ -149,16 +148,6 @@ private slots:
     {
         play(First, true);
         QVERIFY(QTest::qWaitForWindowActive(m_player->window()));
-        m_player->mpv()->setFocus();
-        QStringList stops;
-        const auto stop = [] { return QApplication::focusWidget()->objectName(); };
-        for (int tab = 0; tab < 30 && (stops.isEmpty() || stop() != "mpvWidget"); ++tab) {
-            stops.append(stop());
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        }
-        QCOMPARE(stops,
-                 (QStringList{"mpvWidget", "seekBar", "previous", "playPause", "next", "volume",
-                              "quality", "subtitle", "skip", "videoList", "pin", "fullScreen"}));
         QWidget *bar = m_player->part("seekBar");
         bar->setFocus();
         m_player->mpv()->seekAbsolute(40);
@@ -168,34 +157,9 @@ private slots:
         QTest::keyClick(m_player->part("playPause"), Qt::Key_Space);
         QTRY_VERIFY(!m_player->mpv()->isPaused());
         QTest::keyClick(m_player->part("playPause"), Qt::Key_Escape);
-        QCOMPARE(stop(), "mpvWidget");
+        QCOMPARE(QApplication::focusWidget(), m_player->mpv());
         QTest::keyClick(m_player->mpv(), Qt::Key_F);
         QTRY_VERIFY(m_player->window()->isFullScreen());
-    }
-
-    void controlsHaveNames()
-    {
-        play(First);
-        QStringList names;
-        for (auto *control : m_player->part("controlBar")->findChildren<QWidget *>()) {
-            const auto *button = qobject_cast<QToolButton *>(control);
-            if (!button && !control->inherits("QSlider")) {
-                continue;
-            }
-            const QString name =
-                QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name);
-            QVERIFY(!button || button->toolTip().startsWith(name));
-            names.append(name);
-        }
-        names.sort();
-        QStringList expected{"播放进度", "音量",     "暂停", "上一个", "下一个",
-                             "音量 100", "画质",     "音轨", "字幕",   "片头片尾",
-                             "播放列表", "窗口置顶", "全屏"};
-        expected.sort();
-        QCOMPARE(names, expected);
-        QCOMPARE(m_player->part("fullScreen")->toolTip(), "全屏 (双击、F)");
-        QCOMPARE(m_player->part("quality")->accessibleDescription(),
-                 m_player->checkedText("quality"));
     }
 
     void aMenuHasWhatTheBarHas()
@@ -331,8 +295,12 @@ private slots:
         mpv->setVolume(0);
         QTest::keyClick(mpv, Qt::Key_Down);
         QCOMPARE(mpv->volume(), 0);
-        const auto *button = qobject_cast<QToolButton *>(m_player->part("volume"));
-        QTRY_COMPARE(button->toolTip(), "音量 0 (↑、↓)");
+        auto *slider = qobject_cast<QSlider *>(m_player->part("volumeSlider"));
+        QTRY_COMPARE(slider->toolTip(), "音量 0 (↑、↓)");
+        QTest::mouseClick(slider, Qt::LeftButton, {}, slider->rect().center());
+        QCOMPARE(mpv->volume(), 55);
+        m_player->press("volume");
+        QVERIFY(mpv->isMute());
     }
 
     void seekBarGoesWhereThePointerIs()

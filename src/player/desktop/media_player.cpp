@@ -201,7 +201,8 @@ void MediaPlayer::setVolume(double volume)
 {
     constexpr double PerCent = 100;
     if (!std::isnan(volume)) {
-        m_mpv.setVolume(int(std::lround(qBound(0.0, volume * PerCent, double(LoudestVolume)))));
+        emit volumeRequested(
+            int(std::lround(qBound(0.0, volume * PerCent, double(LoudestVolume)))));
     }
 }
 

@@ -54,6 +54,7 @@ signals:
     // The position is not where it would be by itself.
     void jumped(qlonglong position);
     // For the window.
+    void volumeRequested(int volume);
     void raiseRequested();
     void closeRequested();
     void fullScreenRequested(bool isFullScreen);

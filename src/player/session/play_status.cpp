@@ -23,13 +23,12 @@ PlayStatus statusOf(const OpenedVideo *current, const OpenedVideo *candidate)
     }
     status.state = chosen->state;
     status.chosenId = chosen->file().file_id;
-    // A candidate gives its name once libmpv has it.
-    const OpenedVideo *named = chosen->state == PlayState::Loading ? chosen : current;
-    if (named) {
-        status.title = named->file().name;
-        status.titledId = named->file().file_id;
-        status.thumbnail = thumbnailOf(*named);
-    }
+    // A candidate gives its name once libmpv has it; the first has nothing to take it from.
+    const bool isNamed = chosen->state == PlayState::Loading || !current;
+    const OpenedVideo *named = isNamed ? chosen : current;
+    status.title = named->file().name;
+    status.titledId = named->file().file_id;
+    status.thumbnail = thumbnailOf(*named);
     status.isUnderWay = current && current->playback.wasSeen() && chosen->isAlive();
     if (!candidate && (current->state == PlayState::Playing || current->playback.wasSeen())) {
         status.position = current->playback.position();

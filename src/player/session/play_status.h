@@ -18,9 +18,9 @@ struct PlayStatus
 {
     PlayState state = PlayState::Idle; // of the video that was chosen last
     QString chosenId;                  // its file's id
-    QString title;                     // the name of what libmpv has; empty before the first
-    QString titledId;                  // the id of the file that has this name
-    QString thumbnail;                 // the address of its picture; empty: none is known
+    QString title;     // the name of what libmpv has, or is to have first; empty before that
+    QString titledId;  // the id of the file that has this name
+    QString thumbnail; // the address of its picture; empty: none is known
     // A picture was there, and the video goes on, or the one that follows it is being opened.
     bool isUnderWay = false;
     int position = 0; // 0 while another video is being opened

@@ -6,10 +6,8 @@
 #include <QMenu>
 #include <QPainter>
 #include <QSignalBlocker>
-#include <QSlider>
 #include <QStyleOption>
 #include <QToolButton>
-#include <QWidgetAction>
 
 #include "app/environment/file_name.h"
 #include "app/environment/formatting.h"
@@ -89,9 +87,11 @@ void fillMenu(QMenu &menu, const QList<MenuEntry> &entries,
             fillMenu(*part, entry.children, chosen);
             continue;
         }
-        const QAction *action = addEntry(menu, entry);
-        QObject::connect(action, &QAction::triggered, &menu,
-                         [chosen, data = entry.data] { chosen(data); });
+        QAction *action = addEntry(menu, entry);
+        QObject::connect(action, &QAction::triggered, &menu, [chosen, action, entry] {
+            action->setChecked(entry.checked); // a click on what is chosen changes nothing
+            chosen(entry.data);
+        });
     }
 }
 
@@ -135,12 +135,11 @@ ControlBar::ControlBar(QWidget *parent) : QWidget(parent), m_ui(std::make_unique
         dimWhenDisabled(button);
         button->setEnabled(false);
     }
-    makeVolumeMenu();
     nameControls();
     forwardClicks();
     setDuration(0);
     setSeekable(false);
-    setPaused(true);
+    setPress(Press::Plays);
     setFullScreen(false);
 }
 
@@ -153,6 +152,8 @@ void ControlBar::forwardClicks()
     connect(m_ui->pin, &QToolButton::clicked, this, &ControlBar::pinToggled);
     connect(m_ui->videoList, &QToolButton::clicked, this, &ControlBar::listToggled);
     connect(m_ui->fullScreen, &QToolButton::clicked, this, &ControlBar::fullScreenToggled);
+    connect(m_ui->volume, &QToolButton::clicked, this, &ControlBar::muteToggled);
+    connect(m_ui->volumeSlider, &QSlider::valueChanged, this, &ControlBar::volumeRequested);
     connect(m_ui->seekBar, &SeekBar::seekRequested, this, &ControlBar::seekRequested);
     connect(m_ui->seekBar, &SeekBar::wheelTurned, this, &ControlBar::wheelTurned);
 }
@@ -168,21 +169,8 @@ void ControlBar::nameControls()
     describe(m_ui->videoList, QStringLiteral("播放列表"));
     describe(m_ui->pin, QStringLiteral("窗口置顶"));
     m_ui->seekBar->setAccessibleName(QStringLiteral("播放进度"));
-    m_volumeSlider->setAccessibleName(QStringLiteral("音量"));
-}
-
-void ControlBar::makeVolumeMenu()
-{
-    auto *menu = new CustomPopUpMenu(m_ui->volume);
-    m_volumeSlider = new QSlider(Qt::Horizontal);
-    m_volumeSlider->setObjectName(QStringLiteral("volumeSlider"));
-    m_volumeSlider->setRange(0, HighestVolume);
-    m_volumeSlider->setMinimumSize(160, 32);
-    connect(m_volumeSlider, &QSlider::valueChanged, this, &ControlBar::volumeRequested);
-    auto *action = new QWidgetAction(menu);
-    action->setDefaultWidget(m_volumeSlider);
-    menu->addAction(action);
-    m_ui->volume->setMenu(menu);
+    m_ui->volumeSlider->setAccessibleName(QStringLiteral("音量"));
+    showVolume();
 }
 
 void ControlBar::setDuration(int duration)
@@ -211,18 +199,30 @@ void ControlBar::setChapters(const QList<Chapter> &chapters)
     m_ui->seekBar->setChapters(chapters);
 }
 
-void ControlBar::setPaused(bool paused)
+void ControlBar::setPress(Press press)
 {
-    m_ui->playPause->setIcon(chosenIcon(paused, QStringLiteral(":/playerIcon/play.png"),
+    m_ui->playPause->setIcon(chosenIcon(press != Press::Pauses,
+                                        QStringLiteral(":/playerIcon/play.png"),
                                         QStringLiteral(":/playerIcon/pause.png")));
-    describe(m_ui->playPause, paused ? QStringLiteral("播放") : QStringLiteral("暂停"),
-             PlayerKeys::names(PlayerKeys::Action::TogglePause));
+    QString name;
+    switch (press) {
+    case Press::Pauses:
+        name = QStringLiteral("暂停");
+        break;
+    case Press::Plays:
+        name = QStringLiteral("播放");
+        break;
+    case Press::Retries:
+        name = QStringLiteral("重试");
+        break;
+    }
+    describe(m_ui->playPause, name, PlayerKeys::names(PlayerKeys::Action::TogglePause));
 }
 
 void ControlBar::setVolume(int volume)
 {
-    const QSignalBlocker blocker(m_volumeSlider);
-    m_volumeSlider->setValue(volume);
+    const QSignalBlocker blocker(m_ui->volumeSlider);
+    m_ui->volumeSlider->setValue(volume);
     m_volume = volume;
     showVolume();
 }
@@ -235,10 +235,13 @@ void ControlBar::setMuted(bool muted)
 
 void ControlBar::showVolume()
 {
-    const QString name = m_isMuted ? QStringLiteral("音量 %1，静音") : QStringLiteral("音量 %1");
-    describe(m_ui->volume, name.arg(m_volume),
-             PlayerKeys::names(PlayerKeys::Action::VolumeUp) + QStringLiteral("、") +
-                 PlayerKeys::names(PlayerKeys::Action::VolumeDown));
+    describe(m_ui->volume, m_isMuted ? QStringLiteral("取消静音") : QStringLiteral("静音"),
+             PlayerKeys::names(PlayerKeys::Action::ToggleMute));
+    const QString volume = m_isMuted ? QStringLiteral("音量 %1，静音") : QStringLiteral("音量 %1");
+    m_ui->volumeSlider->setToolTip(QStringLiteral("%1 (%2、%3)")
+                                       .arg(volume.arg(m_volume),
+                                            PlayerKeys::names(PlayerKeys::Action::VolumeUp),
+                                            PlayerKeys::names(PlayerKeys::Action::VolumeDown)));
     const QString icon = volumeIconPath(m_isMuted ? 0 : m_volume);
     if (!icon.isEmpty()) {
         m_ui->volume->setIcon(QIcon(icon));

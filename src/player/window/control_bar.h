@@ -11,7 +11,6 @@
 #include "player/session/menu_entry.h"
 
 class QMenu;
-class QSlider;
 class QToolButton;
 
 namespace Ui {
@@ -39,7 +38,9 @@ public:
     void setRead(const QList<Stretch> &read);
     void setChapters(const QList<Chapter> &chapters);
 
-    void setPaused(bool paused);
+    // What a press on the play button does.
+    enum class Press { Pauses, Plays, Retries };
+    void setPress(Press press);
     void setVolume(int volume);
     void setMuted(bool muted);
     void setPinned(bool pinned);
@@ -62,6 +63,7 @@ signals:
     void nextRequested();
     void seekRequested(int seconds);
     void volumeRequested(int volume);
+    void muteToggled();
     // Over the seek bar, by this angle.
     void wheelTurned(int delta);
     void pinToggled();
@@ -81,12 +83,10 @@ private:
 
     void setMenu(QToolButton *button, const QList<MenuEntry> &entries, Chosen chosen);
     void nameControls();
-    void makeVolumeMenu();
     void forwardClicks();
     void showVolume();
 
     const std::unique_ptr<Ui::ControlBar> m_ui;
-    QSlider *m_volumeSlider = nullptr;
     int m_volume = 0;
     bool m_isMuted = false;
     QHash<QToolButton *, QList<MenuEntry>> m_shown; // as the menus are since the last choice

@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QDebug>
 #include <QKeyEvent>
-#include <QScreen>
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <QtPlatformHeaders/QWindowsWindowFunctions>
@@ -30,6 +29,7 @@
 #include "player/window/video_notice.h"
 #include "ui/widgets/bring_forward.h"
 #include "ui/widgets/toast.h"
+#include "ui/widgets/window_place.h"
 
 namespace {
 
@@ -123,6 +123,8 @@ void MpvPlayerWindow::connectControls()
             [this] { m_session->playRelative(1); });
     connect(m_controlBar, &ControlBar::seekRequested, m_mpvWidget, &MpvWidget::seekAbsolute);
     connect(m_controlBar, &ControlBar::volumeRequested, m_actions, &PlayerActions::setVolume);
+    connect(m_controlBar, &ControlBar::muteToggled, m_actions,
+            [this] { m_actions->run(PlayerKeys::Action::ToggleMute); });
     connect(m_controlBar, &ControlBar::wheelTurned, this, &MpvPlayerWindow::turnWheel);
     connect(m_controlBar, &ControlBar::pinToggled, this, &MpvPlayerWindow::togglePin);
     connect(m_controlBar, &ControlBar::listToggled, this,
@@ -160,6 +162,8 @@ void MpvPlayerWindow::connectDesktop()
     m_desktop = new DesktopServices(*m_session, *m_mpvWidget, this);
     addAction(m_desktop->controlsAction());
     const MediaPlayer *player = &m_desktop->player();
+    connect(player, &MediaPlayer::volumeRequested, m_actions, &PlayerActions::setVolume,
+            Qt::QueuedConnection);
     connect(
         player, &MediaPlayer::raiseRequested, this, [this] { bringForward(*this); },
         Qt::QueuedConnection);
@@ -192,7 +196,9 @@ void MpvPlayerWindow::restoreState()
 {
     PlayerState state;
     AppSettings().readPlayerState(state);
-    if (!restoreGeometry(state.geometry)) {
+    if (restoreGeometry(state.geometry)) {
+        fitToScreen(*this);
+    } else {
         placeFirst();
     }
     m_splitter->restoreState(state.splitterState);
@@ -203,16 +209,9 @@ void MpvPlayerWindow::restoreState()
 void MpvPlayerWindow::placeFirst()
 {
     resize(FirstSize);
-    const QWidget *opener = QApplication::activeWindow();
-    if (!opener) {
-        return;
+    if (const QWidget *opener = QApplication::activeWindow()) {
+        setGeometry(placeOver(*opener, FirstSize));
     }
-    const QRect screen = opener->screen()->availableGeometry();
-    QRect place(QPoint(0, 0), FirstSize.boundedTo(screen.size()));
-    place.moveCenter(opener->frameGeometry().center());
-    place.moveLeft(qBound(screen.left(), place.left(), screen.right() + 1 - place.width()));
-    place.moveTop(qBound(screen.top(), place.top(), screen.bottom() + 1 - place.height()));
-    setGeometry(place);
 }
 
 void MpvPlayerWindow::saveState()
@@ -303,12 +302,17 @@ void MpvPlayerWindow::showNextUp()
     }
 }
 
-// Where nothing plays, the button makes it play again.
 void MpvPlayerWindow::showPaused()
 {
-    const PlayState state = m_session->status().state;
-    const bool isOver = state == PlayState::Ended || state == PlayState::Failed;
-    m_controlBar->setPaused(isOver || m_mpvWidget->isPaused());
+    const PlayStatus status = m_session->status();
+    const bool hasEnded = status.state == PlayState::Ended;
+    if (!hasEnded && !status.notice.isEmpty()) {
+        m_controlBar->setPress(ControlBar::Press::Retries);
+    } else if (hasEnded || m_mpvWidget->isPaused()) {
+        m_controlBar->setPress(ControlBar::Press::Plays);
+    } else {
+        m_controlBar->setPress(ControlBar::Press::Pauses);
+    }
 }
 
 void MpvPlayerWindow::showVideos()

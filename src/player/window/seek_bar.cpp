@@ -1,11 +1,12 @@
 #include "player/window/seek_bar.h"
 
+#include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScreen>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QStyleOptionSlider>
-#include <QToolTip>
 #include <QWheelEvent>
 
 #include "app/environment/formatting.h"
@@ -15,7 +16,9 @@ namespace {
 
 constexpr int ArrowStep = 5;    // seconds
 constexpr int PageStep = 30;    // seconds
-constexpr int GrooveHeight = 4; // pixels, as in the style sheet
+constexpr int GrooveHeight = 6; // pixels, as in the style sheet
+constexpr int TipGap = 8;
+constexpr int LongestTitle = 320;
 constexpr int MarkWidth = 2;
 constexpr int MarkOverhang = 2;
 
@@ -27,6 +30,9 @@ SeekBar::SeekBar(QWidget *parent) : QSlider(Qt::Horizontal, parent)
     setMouseTracking(true);
     setSingleStep(ArrowStep);
     setPageStep(PageStep);
+    m_tip = new QLabel(this, Qt::ToolTip);
+    m_tip->setObjectName(QStringLiteral("seekTip"));
+    m_tip->setTextFormat(Qt::PlainText);
     connect(this, &QSlider::valueChanged, this, [this](int second) {
         if (m_requested < 0) {
             emit seekRequested(second);
@@ -99,6 +105,7 @@ void SeekBar::changeEvent(QEvent *event)
     QSlider::changeEvent(event);
     if (event->type() == QEvent::EnabledChange && !isEnabled()) {
         endDrag();
+        m_tip->hide();
     }
 }
 
@@ -141,14 +148,38 @@ QString SeekBar::tipAt(int second) const
             found = &chapter;
         }
     }
-    return found ? nameTip(time + QStringLiteral("　") + found->title) : time;
+    if (!found) {
+        return time;
+    }
+    return time + QStringLiteral("　") +
+           m_tip->fontMetrics().elidedText(visibleName(found->title), Qt::ElideRight, LongestTitle);
 }
 
+// Above the bar, where it covers none of the controls.
 void SeekBar::showTimeAt(const QMouseEvent *event)
 {
-    if (maximum() > 0) {
-        QToolTip::showText(event->globalPos(), tipAt(secondAt(event->x())), this);
+    if (maximum() == 0) {
+        return;
     }
+    m_tip->setText(tipAt(secondAt(event->x())));
+    m_tip->adjustSize();
+    const QRect screen = this->screen()->availableGeometry();
+    const int left = event->globalX() - m_tip->width() / 2;
+    m_tip->move(qBound(screen.left(), left, screen.right() + 1 - m_tip->width()),
+                mapToGlobal(QPoint(0, 0)).y() - TipGap - m_tip->height());
+    m_tip->show();
+}
+
+void SeekBar::leaveEvent(QEvent *event)
+{
+    m_tip->hide();
+    QSlider::leaveEvent(event);
+}
+
+void SeekBar::hideEvent(QHideEvent *event)
+{
+    m_tip->hide();
+    QSlider::hideEvent(event);
 }
 
 void SeekBar::setRead(const QList<Stretch> &read)

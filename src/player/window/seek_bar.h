@@ -6,6 +6,8 @@
 #include "player/session/buffering.h"
 #include "player/session/chapters.h"
 
+class QLabel;
+
 // The time line of the player, in whole seconds. A press or a drag goes to where the pointer is,
 // the arrow keys 5 s on or back; the time under the pointer is shown as a tool tip, with the name
 // of the chapter. What has been read ahead is drawn in a shade of its own, the beginnings of
@@ -44,6 +46,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
@@ -64,6 +68,7 @@ private:
     void seekTo(int second);
     void endDrag();
 
+    QLabel *m_tip = nullptr;
     int m_requested = -1; // the second of the last request of this press; -1: not pressed
     QList<Stretch> m_read;
     QList<Chapter> m_chapters;
