@@ -19,6 +19,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 #include <QToolTip>
@@ -85,6 +86,15 @@ void watch(CloudFileDialog *page, const FileTable *table)
     page->reloadWatched();
 }
 
+void waitForPicture(const MpvPlayerWindow *player)
+{
+    const auto *seekBar = player->findChild<SeekBar *>();
+    if (!QTest::qWaitFor([seekBar] { return seekBar->isEnabled(); }, 20000)) {
+        qWarning("nothing plays");
+    }
+    QTest::qWait(1500);
+}
+
 class Gallery final
 {
     Q_DISABLE_COPY_MOVE(Gallery)
@@ -106,6 +116,9 @@ public:
 
 private:
     void shootFolders(MainWindow &window);
+    void fillTracks(const QDir &folder);
+    MpvPlayerWindow *openPlayer(FileTable *table, const QString &video);
+    void shootTracks(FileTable *table);
     void shootVideoMenu(MpvPlayerWindow *player);
     void shootOverVideo(MpvPlayerWindow *player);
     void shootPlayerSizes(MpvPlayerWindow *player);
@@ -135,7 +148,7 @@ private:
 void Gallery::fillDrive()
 {
     localdrive::Server &server = m_drive.server();
-    for (const char *folder : {"电影", "示例剧集", "音乐", "空文件夹"}) {
+    for (const char *folder : {"电影", "示例剧集", "旅途", "音乐", "空文件夹"}) {
         server.makeFolder(folder);
     }
     for (const char *file : {"说明.txt", "旅行照片.jpg", "片尾曲.flac", "备份.zip", "固件.bin"}) {
@@ -152,6 +165,40 @@ void Gallery::fillDrive()
                                              .arg(episode, 2, 10, QLatin1Char('0'))));
     }
     QFile::copy(first, root.filePath(QStringLiteral("示例剧集/") + LongName));
+    fillTracks(QDir(root.filePath(QStringLiteral("旅途"))));
+}
+
+// A film with two languages of each kind, and files that might be its subtitles.
+void Gallery::fillTracks(const QDir &folder)
+{
+    const auto write = [&folder](const QString &name, const QString &words) {
+        QFile file(folder.filePath(name));
+        if (!file.open(QIODevice::WriteOnly)) {
+            qFatal("%s cannot be written", qPrintable(name));
+        }
+        file.write("1\n00:00:00,000 --> 00:01:00,000\n" + words.toUtf8() + '\n');
+    };
+    const QString film = QStringLiteral("旅途.S01E02.mkv");
+    write(QStringLiteral("旅途 第02集 简体.srt"), QStringLiteral("我们明天一早就出发。"));
+    write(QStringLiteral("旅途 第03集 简体.srt"), QStringLiteral("下一集的字幕"));
+    write(QStringLiteral("第十二届中国国际纪录片电影节获奖作品合集（蓝光修复版·导演剪辑）.ass"),
+          QStringLiteral("很长的名字"));
+    QTemporaryDir parts;
+    write(parts.filePath(QStringLiteral("eng.srt")), QStringLiteral("We leave early tomorrow."));
+    write(parts.filePath(QStringLiteral("chi.srt")), QStringLiteral("我们明天一早就出发。"));
+    clips::Clip clip{60, 1280, 720};
+    clip.inputs = QStringLiteral("-f lavfi -i sine=duration=60 -f lavfi -i sine=duration=60 -i %1 "
+                                 "-i %2")
+                      .arg(parts.filePath(QStringLiteral("eng.srt")),
+                           parts.filePath(QStringLiteral("chi.srt")))
+                      .split(QLatin1Char(' '));
+    clip.outputs = QStringLiteral("-map 0 -map 1 -map 2 -map 3 -map 4 -c:a aac -c:s srt "
+                                  "-metadata:s:a:0 language=jpn -metadata:s:a:1 language=chi "
+                                  "-metadata:s:s:0 language=eng -metadata:s:s:1 language=chi")
+                       .split(QLatin1Char(' '));
+    if (!clips::make(folder.filePath(film), clip)) {
+        qFatal("no clip with tracks could be made");
+    }
 }
 
 void Gallery::fault(const std::string &path, localdrive::Fault fault)
@@ -304,7 +351,7 @@ void Gallery::shootFolders(MainWindow &window)
     openRow(table, QStringLiteral("示例剧集"));
     QTest::qWait(400);
     watch(page, table);
-    table->selectRow(3);
+    table->setRangeSelected(QTableWidgetSelectionRange(2, 0, 4, FileTable::ColumnCount - 1), true);
     shoot(QStringLiteral("files-folder"));
     clearPlayHistory();
     window.resize(720, 480);
@@ -512,26 +559,16 @@ void Gallery::player()
     openRow(table, QStringLiteral("示例剧集"));
     QTest::qWait(600);
     watch(page, table);
-    openRow(table, QStringLiteral("示例剧集 第02集.mkv"));
-    MpvPlayerWindow *player = nullptr;
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
-        if (auto *found = qobject_cast<MpvPlayerWindow *>(widget)) {
-            player = found;
-        }
-    }
-    if (!player) {
-        qFatal("no player");
-    }
-    place(player, {1120, 680});
+    localdrive::Fault slow;
+    slow.delay = std::chrono::seconds(2);
+    fault("getVideoPreviewPlayInfo|getDownloadUrl", slow);
+    MpvPlayerWindow *player = openPlayer(table, QStringLiteral("示例剧集 第02集.mkv"));
     shoot(QStringLiteral("player-opening"));
-    const QWidget *seekBar = child<QWidget>(player, "seekBar");
-    if (!QTest::qWaitFor([seekBar] { return seekBar->isEnabled(); }, 20000)) {
-        qWarning("nothing plays");
-    }
-    QTest::qWait(1500);
+    m_drive.server().clearFaults();
+    waitForPicture(player);
     player->on_playPause_clicked();
     shoot(QStringLiteral("player"));
-    for (const char *name : {"volume", "quality", "audio", "subtitle", "skip"}) {
+    for (const char *name : {"quality", "audio", "subtitle", "skip"}) {
         auto *button = child<QToolButton>(player, name);
         if (!button->menu()) {
             continue;
@@ -554,6 +591,61 @@ void Gallery::player()
     m_drive.server().clearFaults();
     window.closePlayers();
     closeToasts();
+    child<QToolButton>(page, "btnBack")->click();
+    shootTracks(table);
+    window.closePlayers();
+}
+
+MpvPlayerWindow *Gallery::openPlayer(FileTable *table, const QString &video)
+{
+    openRow(table, video);
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (auto *player = qobject_cast<MpvPlayerWindow *>(widget)) {
+            place(player, {1120, 680});
+            return player;
+        }
+    }
+    qFatal("no player");
+}
+
+// Every part of the menu of the subtitles, and two of them in the picture.
+void Gallery::shootTracks(FileTable *table)
+{
+    AppSettings().setVideoQuality(QStringLiteral("OrgHD")); // with all its tracks
+    m_drive.server().prepareMedia("旅途/旅途.S01E02.mkv");
+    openRow(table, QStringLiteral("旅途"));
+    MpvPlayerWindow *player = openPlayer(table, QStringLiteral("旅途.S01E02.mkv"));
+    waitForPicture(player);
+    player->on_playPause_clicked();
+    const auto *button = child<QToolButton>(player, "subtitle");
+    const auto part = [button](const QString &title) -> QMenu * {
+        for (const QAction *action : button->menu()->actions()) {
+            if (action->menu() && action->text().startsWith(title)) {
+                return action->menu();
+            }
+        }
+        qFatal("no part %s", qPrintable(title));
+    };
+    button->menu()->actions().at(0)->trigger();
+    QTest::qWait(1500);
+    part(QStringLiteral("第二字幕"))->actions().at(3)->trigger();
+    QTest::qWait(1500);
+    shoot(QStringLiteral("tracks-two-subtitles"));
+    button->menu()->popup(QPoint());
+    shoot(QStringLiteral("tracks-subtitles"));
+    for (const QAction *action : button->menu()->actions()) {
+        if (QMenu *menu = action->menu()) {
+            button->menu()->setActiveAction(const_cast<QAction *>(action));
+            menu->popup(button->menu()->mapToGlobal(QPoint(0, 0)) -
+                        QPoint(menu->sizeHint().width(), 0));
+            shoot(QStringLiteral("tracks-part-%1").arg(action->text()));
+            menu->close();
+        }
+    }
+    button->menu()->close();
+    child<QToolButton>(player, "audio")->menu()->popup(QPoint());
+    shoot(QStringLiteral("tracks-audio"));
+    child<QToolButton>(player, "audio")->menu()->close();
 }
 
 void Gallery::shootVideoMenu(MpvPlayerWindow *player)
