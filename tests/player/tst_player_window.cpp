@@ -298,7 +298,7 @@ private slots:
         auto *slider = qobject_cast<QSlider *>(m_player->part("volumeSlider"));
         QTRY_COMPARE(slider->toolTip(), "音量 0 (↑、↓)");
         QTest::mouseClick(slider, Qt::LeftButton, {}, slider->rect().center());
-        QCOMPARE(mpv->volume(), 55);
+        QVERIFY(qAbs(mpv->volume() - 55) <= 2);
         m_player->press("volume");
         QVERIFY(mpv->isMute());
     }

@@ -90,7 +90,7 @@ private slots:
             << "navListView btnRemovePlayHistory btnClearPlayHistory btnClearSkipCutHistory "
                "btnRefresh historyList";
         QTest::newRow("about")
-            << 2 << "navListView btnDownloadTV btnDownloadPc btnReportBug btnKeys licenceLabel";
+            << 2 << "navListView btnDownloadTV btnDownloadPc btnReportBug btnKeys";
     }
     void tabGoesWhereTheEyeGoes()
     {

@@ -616,7 +616,6 @@ void Gallery::shootTracks(FileTable *table)
     openRow(table, QStringLiteral("旅途"));
     MpvPlayerWindow *player = openPlayer(table, QStringLiteral("旅途.S01E02.mkv"));
     waitForPicture(player);
-    player->on_playPause_clicked();
     const auto *button = child<QToolButton>(player, "subtitle");
     const auto part = [button](const QString &title) -> QMenu * {
         for (const QAction *action : button->menu()->actions()) {

@@ -7,6 +7,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "ui/widgets/list_keys.h"
+
 namespace {
 
 constexpr std::chrono::seconds OfferTime(10);
@@ -19,6 +21,10 @@ UndoBar::UndoBar(QWidget *parent) : QFrame(parent)
     auto *button = new QPushButton(QStringLiteral("撤销"), this);
     button->setObjectName(QStringLiteral("btnUndo"));
     button->setAutoDefault(false);
+    button->setToolTip(QStringLiteral("撤销 (Ctrl+Z)"));
+    // Only while the offer stands: a hidden button hears no shortcut.
+    addShortcuts(list_keys::Action::Undo, button, Qt::WindowShortcut, button,
+                 &QAbstractButton::click);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_label, 1);

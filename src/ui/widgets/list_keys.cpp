@@ -28,6 +28,7 @@ constexpr Binding Bindings[] = {
     {Action::ClearSearch, "Esc", "清除搜索", {Qt::Key_Escape}},
     {Action::Rename, "F2", "重命名", {Qt::Key_F2}, true},
     {Action::Remove, "Del", "删除", {Qt::Key_Delete}},
+    {Action::Undo, "Ctrl+Z", "撤销删除观看记录", {Qt::CTRL | Qt::Key_Z}},
     {Action::SelectAll, "Ctrl+A", "全选", {}},
     {Action::ShowMenu, "菜单键、Shift+F10", "新建、移动等操作", {}},
     {Action::Sort,

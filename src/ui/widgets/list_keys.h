@@ -19,6 +19,7 @@ enum class Action {
     TurnUser,
     Rename,
     Remove,
+    Undo,
     SelectAll,
     ShowMenu,
     Sort,
