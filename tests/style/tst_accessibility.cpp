@@ -4,9 +4,7 @@
 #include <clocale>
 #include <functional>
 
-#include <QFile>
 #include <QListView>
-#include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTabWidget>
@@ -25,13 +23,11 @@
 #include "player/session/episode_end.h"
 #include "player/window/keys_dialog.h"
 #include "player/window/next_card.h"
-#include "player/window/player_keys.h"
 #include "player/window/player_window.h"
 #include "support/keyboard.h"
 #include "ui/files/failed_files_dialog.h"
 #include "ui/files/file_tree_dialog.h"
 #include "ui/shell/main_window.h"
-#include "ui/widgets/list_keys.h"
 #include "ui/widgets/questions.h"
 
 Q_DECLARE_METATYPE(std::function<void()>)
@@ -89,8 +85,8 @@ private slots:
             << 1
             << "navListView btnRemovePlayHistory btnClearPlayHistory btnClearSkipCutHistory "
                "btnRefresh historyList";
-        QTest::newRow("about")
-            << 2 << "navListView btnDownloadTV btnDownloadPc btnReportBug btnKeys";
+        QTest::newRow("about") << 2
+                               << "navListView btnDownloadTV btnDownloadPc btnReportBug btnKeys";
     }
     void tabGoesWhereTheEyeGoes()
     {
@@ -265,24 +261,6 @@ private slots:
         QCOMPARE(names, expected);
         QCOMPARE(player.part("fullScreen")->toolTip(), "全屏 (双击、F)");
         QCOMPARE(player.part("quality")->accessibleDescription(), player.checkedText("quality"));
-    }
-
-    void theReadmesNameEveryKey()
-    {
-        QStringList missing;
-        for (const char *readme : {"README.md", "README.zh-CN.md"}) {
-            QFile file(QLatin1String(MORAVU_SOURCES "/") + readme);
-            QVERIFY(file.open(QIODevice::ReadOnly));
-            const QString told = QString::fromUtf8(file.readAll());
-            for (const KeyLine &line : PlayerKeys::page() + list_keys::page()) {
-                for (const QString &key : line.keys.split(QRegularExpression("、| … "))) {
-                    if (!told.contains('`' + key + '`') && key != "空格" && key != "菜单键") {
-                        missing << key + QLatin1String(" in ") + readme;
-                    }
-                }
-            }
-        }
-        QCOMPARE(missing, QStringList());
     }
 
 private:
