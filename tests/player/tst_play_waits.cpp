@@ -351,6 +351,50 @@ private slots:
         QCOMPARE(stored(First).playPosition.value(), stored(First).duration.value());
     }
 
+    // What is told at the end is about the end, and about the video that failed last only then.
+    void theOnlyVideoOfItsFolderEnds()
+    {
+        const QString film = "film/1.mkv";
+        m_player->addClip(film, {4});
+        m_player->addClip(Second, {60});
+        m_player->open(film);
+        QVERIFY(m_player->waitFor(1));
+        m_player->mpv()->pause();
+        setPlayAnswer(localdrive::PlayAnswer::NoPreview);
+        PlayRequest request = m_player->request(Second);
+        loadUserInfo(request.user.userId.value(), request.user);
+        request.user.userId = QString("other");
+        saveUserInfo(request.user);
+        for (const char *end : {"播放完毕", "视频无法播放：2.mkv\n该视频无法转码"}) {
+            m_player->host().open(request);
+            QTRY_VERIFY(!toasts().filter("2.mkv").isEmpty());
+            m_player->mpv()->play();
+            QTRY_COMPARE(notice(), QString(end));
+        }
+        QCOMPARE(loads(), 1);
+        QCOMPARE(stored(film).playPosition.value(), 4);
+        m_player->press("playSource");
+        QVERIFY(m_player->waitFor(1));
+        QTRY_COMPARE(stored(Second).userId.value(), "other");
+    }
+
+    void savesWhereItIsCutOffInAnotherQuality()
+    {
+        m_player->addClip(First, {60, 640, 360});
+        QVERIFY(m_player->server().prepareMedia(First.toStdString()));
+        m_player->storePosition(First, 20, 60);
+        m_player->open(First);
+        QVERIFY(m_player->waitFor(22));
+        m_player->server().addFault(FaultOn("/download/").always().freezes());
+        m_player->server().addFault(FaultOn(PlayInfo).always().status(403));
+        ReplyGuard::setPatience({1s, 60s});
+        QVERIFY(m_player->choose("quality", "原画(640x360)"));
+        QTRY_COMPARE(notice(), Waiting);
+        m_player->press("playPause");
+        QTRY_COMPARE(notice(), "视频播放中断，请稍后再试");
+        QVERIFY(stored(First).playPosition.value() >= 22);
+    }
+
     // The old video's connection is cut after the user has asked for the next one.
     void whatBreaksDownBesideACandidateIsSaved()
     {

@@ -207,14 +207,20 @@ private slots:
         QTRY_VERIFY(!m_player->window()->isMinimized());
         QVERIFY(m_player->waitFor(33));
         QCOMPARE(loads(), 1);
-        // Nor does one for what plays while another is being opened.
-        m_player->server().addFault(FaultOn(PlayInfo).delay(1000));
-        m_player->press("next");
-        m_player->open(First);
-        QVERIFY(m_player->waitFor(34));
-        QTest::qWait(1200);
-        QCOMPARE(loads(), 1);
-        QCOMPARE(title(), "1.mkv");
+        // Nor does one for what plays while another is being opened, nor a step back to it.
+        for (const bool isStep : {false, true}) {
+            m_player->server().addFault(FaultOn(PlayInfo).delay(1000));
+            m_player->press("next");
+            if (isStep) {
+                m_player->press("previous");
+            } else {
+                m_player->open(First);
+            }
+            QVERIFY(m_player->waitFor(m_player->mpv()->position() + 1));
+            QTest::qWait(1200);
+            QCOMPARE(loads(), 1);
+            QCOMPARE(title(), "1.mkv");
+        }
     }
 
     void theTableWinsOverACopyOfTheRow()
@@ -318,8 +324,9 @@ private slots:
         clips::Clip moment;
         moment.outputs = QStringList{"-frames:v", "5"};
         m_player->addClip("clips/0.mkv", moment);
+        m_player->addClip("clips/1.mkv", moment);
         m_player->open("clips/0.mkv");
-        QTRY_VERIFY_WITH_TIMEOUT(isRefused("0.mkv"), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(isRefused("1.mkv"), 15000);
         QCOMPARE(loads(), 2);
     }
 
@@ -468,6 +475,10 @@ private slots:
         QCOMPARE(m_player->menuTexts("quality"),
                  (QStringList{"流畅 360p", "未知", "全高清 1080p", "原画(320x180)"}));
         QCOMPARE(m_player->checkedText("quality"), "全高清 1080p");
+        const QSignalSpy told(&m_player->host(), &PlayerHost::videoQualityChanged);
+        QVERIFY(m_player->choose("quality", "未知"));
+        QCOMPARE(m_player->checkedText("quality"), "未知");
+        QVERIFY(told.isEmpty()); // it is no setting
         QVERIFY(m_player->choose("quality", "原画(320x180)"));
         QVERIFY(m_player->waitFor(9));
     }

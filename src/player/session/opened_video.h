@@ -60,6 +60,8 @@ struct OpenedVideo
     StartFrom start = StartFrom::WhereItStopped;
     // The next video's turn has come on its own, which happens once.
     bool hasAdvanced = false;
+    // It is opened because its turn has come, and not because the user chose it.
+    bool isNext = false;
     // It was resumed, and not seen before its outro since: who stopped there sees the outro, too.
     bool isOutroWanted = false;
     // It pauses before its outro or end instead.

@@ -32,6 +32,16 @@ bool isRealEnd(const OpenedVideo &video)
            std::abs(video.playback.position() - *video.repairedAt) <= SameSecond;
 }
 
+std::optional<PlayMachine::Refused> refusedOf(const OpenedVideo &video, StartFrom start)
+{
+    if (!video.address->isRefused()) {
+        return std::nullopt;
+    }
+    auto neighbours = std::make_unique<FolderVideos>(video.user, QList<FileItem>());
+    neighbours->adopt(video.neighbours);
+    return PlayMachine::Refused{video.user, video.file(), start, std::move(neighbours)};
+}
+
 // The user reads that something is waited for before those who asked for it lose patience.
 std::chrono::milliseconds longSilence()
 {
@@ -77,7 +87,7 @@ QString PlayMachine::notice() const
     if (!chosen() || chosen()->isAlive()) {
         return {};
     }
-    return m_failure.isEmpty() ? QStringLiteral("播放完毕") : m_failure;
+    return m_failure.text.isEmpty() ? QStringLiteral("播放完毕") : m_failure.text;
 }
 
 void PlayMachine::savePosition()
@@ -97,8 +107,7 @@ void PlayMachine::savePosition()
 
 void PlayMachine::open(Video video, Source source)
 {
-    m_failure.clear();
-    m_refused.reset();
+    m_failure = {};
     stop(m_candidate.get());
     m_candidate = std::move(video);
     connectVideo(*m_candidate);
@@ -178,8 +187,7 @@ void PlayMachine::load(OpenedVideo &video)
     }
     letGo();
     if (video.state == PlayState::Failed) {
-        m_failure.clear();
-        m_refused.reset();
+        m_failure = {};
     }
     video.state = PlayState::Loading;
     m_loaded = &video;
@@ -233,42 +241,36 @@ void PlayMachine::dropCandidate()
 
 void PlayMachine::onCannotOpen()
 {
-    const QString text = cannotPlay(*m_candidate);
-    if (m_candidate->address->isRefused()) {
-        m_refused = Refused{m_candidate->file(), m_candidate->start};
-    }
+    Failure failure{cannotPlay(*m_candidate), m_candidate->isNext,
+                    refusedOf(*m_candidate, m_candidate->start)};
     if (m_current && m_current->state != PlayState::Failed) {
         dropCandidate();
     } else {
         replaceCurrent();
         m_current->state = PlayState::Failed;
     }
-    tell(text);
+    tell(std::move(failure));
 }
 
 // A video that played and cannot go on. A stream that was only frozen would do so under the notice.
 void PlayMachine::onBrokenDown(OpenedVideo &video)
 {
-    if (m_loaded == &video) {
-        savePosition();
-        stop(&video);
-    }
+    savePosition(); // also where libmpv has let go of it already
+    stop(&video);
     video.state = PlayState::Failed;
     if (m_candidate) {
         return; // the user waits for something else
     }
-    if (video.address->isRefused()) {
-        m_refused = Refused{video.file(), StartFrom::WhereItStopped};
-    }
-    tell(video.playback.position() > 0 ? QStringLiteral("视频播放中断，请稍后再试")
-                                       : cannotPlay(video));
+    const QString text = video.playback.position() > 0 ? QStringLiteral("视频播放中断，请稍后再试")
+                                                       : cannotPlay(video);
+    tell({text, false, refusedOf(video, StartFrom::WhereItStopped)});
 }
 
-void PlayMachine::tell(const QString &failure)
+void PlayMachine::tell(Failure failure)
 {
-    m_failure = failure;
+    m_failure = std::move(failure);
     awaitSign();
-    emit told(failure);
+    emit told(QString(m_failure.text)); // who is told may open another video
     emit changed();
 }
 
@@ -307,7 +309,7 @@ void PlayMachine::onPicture(OpenedVideo &video)
         replaceCurrent();
         video.folder.setLastPlayed(video.file().file_id);
         m_savedPosition = video.resumePosition();
-        m_failure.clear();
+        m_failure = {};
         m_saves.restart();
         if (video.start == StartFrom::WhereItStopped) {
             m_mpv.play(); // a step from a paused video leads to a paused one
@@ -427,6 +429,9 @@ void PlayMachine::end(OpenedVideo &video)
 {
     video.playback.onEnd();
     video.state = PlayState::Ended;
+    if (!m_failure.isOfNext) {
+        m_failure = {}; // of a video that the user tried meanwhile
+    }
     savePosition();
     awaitSign();
     emit changed();

@@ -23,11 +23,13 @@ public:
     using Video = std::unique_ptr<OpenedVideo>;
     enum class Source { AnyQuality, FileOnly };
 
-    // A video whose streams the drive refused, and where it was to start.
+    // A video whose streams the drive refused, where it was to start, and what there is beside it.
     struct Refused
     {
+        UserInfo user;
         FileItem file;
         StartFrom start;
+        std::unique_ptr<FolderVideos> neighbours;
     };
 
     // `mpv` must outlive this.
@@ -46,7 +48,7 @@ public:
     // Why nothing plays, or that it is silent; empty while something plays or will.
     [[nodiscard]] QString notice() const;
     // What the notice is about, where the source may still play.
-    [[nodiscard]] const std::optional<Refused> &refused() const { return m_refused; }
+    [[nodiscard]] const std::optional<Refused> &refused() const { return m_failure.refused; }
 
     // Makes a video, which has its addresses, the candidate.
     void open(Video video, Source source);
@@ -79,6 +81,14 @@ signals:
     void historyUpdated(PlayHistory &row);
 
 private:
+    // What failed last, for when nothing plays.
+    struct Failure
+    {
+        QString text;
+        bool isOfNext = false; // of the video whose turn had come, and not of a wish of the user
+        std::optional<Refused> refused;
+    };
+
     void connectMpv();
     void connectVideo(OpenedVideo &video);
     void letGo();
@@ -88,7 +98,7 @@ private:
     void replaceCurrent();
     void end(OpenedVideo &video);
     void repair(OpenedVideo &video);
-    void tell(const QString &failure);
+    void tell(Failure failure);
 
     void onLocated(OpenedVideo &video, const FileItem &file);
     void onAddressReady(OpenedVideo &video);
@@ -114,8 +124,7 @@ private:
     Video m_candidate;
     // Which of the two libmpv's file is, and what libmpv reports is about; null: none.
     OpenedVideo *m_loaded = nullptr;
-    QString m_failure; // what failed last, for when nothing plays
-    std::optional<Refused> m_refused;
+    Failure m_failure;
     OnceASecond m_positions;
     OnceASecond m_saves;
     int m_savedPosition = 0;

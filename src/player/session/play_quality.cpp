@@ -36,6 +36,11 @@ QString QualityEntry::text() const
 
 int choosePlayable(const QList<QualityEntry> &entries, const QString &wanted)
 {
+    // Also one that is not in the table, which only the user can have chosen.
+    const int exact = playableWithId(entries, wanted);
+    if (exact >= 0) {
+        return exact;
+    }
     const QVector<VideoQuality> &all = videoQualities();
     const int wantedRank = rankOf(wanted);
     for (int rank = qMax(wantedRank, 0); rank < all.size(); ++rank) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "app/environment/app_settings.h"
+#include "app/environment/video_quality.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/session/play_request.h"
 #include "player/session/speed.h"
@@ -14,6 +15,14 @@ namespace {
 constexpr int FetchedAhead = 60;
 constexpr char SpeedName[] = "speed";
 constexpr int LongestDelay = 10000; // milliseconds
+
+// What follows a video when it is over: nothing, if it is the only one of its folder. Null also
+// while the folder's list is not there.
+const FileItem *successorOf(const OpenedVideo &video)
+{
+    const FileItem *next = video.neighbours.neighbour(video.file().file_id, 1);
+    return next && next->file_id != video.file().file_id ? next : nullptr;
+}
 
 } // namespace
 
@@ -47,9 +56,7 @@ void PlaySession::open(const PlayRequest &request)
     if (chosen && chosen->isAlive() && chosen->file().file_id == id) {
         return;
     }
-    const OpenedVideo *current = m_machine.current();
-    if (m_machine.candidate() && current && current->isAlive() && current->file().file_id == id) {
-        m_machine.dropCandidate();
+    if (goBackTo(id)) {
         return;
     }
     savePosition();
@@ -66,17 +73,43 @@ void PlaySession::open(const PlayRequest &request)
     openVideo(std::move(video));
 }
 
+// What plays still goes on where the user comes back to it while another one is being opened.
+bool PlaySession::goBackTo(const QString &fileId)
+{
+    const OpenedVideo *current = m_machine.current();
+    const bool isCurrent = current && current->isAlive() && current->file().file_id == fileId;
+    if (!isCurrent || !m_machine.candidate()) {
+        return false;
+    }
+    m_awaitedStep = 0;
+    m_machine.dropCandidate();
+    return true;
+}
+
 void PlaySession::playRelative(int step)
+{
+    go(step, StepOf::User);
+}
+
+void PlaySession::go(int step, StepOf whose)
 {
     OpenedVideo *from = m_machine.chosen();
     if (!from) {
         return;
     }
     if (const FileItem *file = from->neighbours.neighbour(from->file().file_id, step)) {
-        openNeighbour(*file, StartFrom::EndOfIntro);
+        if (whose == StepOf::Turn && !successorOf(*from)) {
+            return; // it is over, and does not begin anew of its own
+        }
+        if (!goBackTo(file->file_id)) {
+            auto video = makeVideo(from->user, *file, StartFrom::EndOfIntro, from->neighbours);
+            video->isNext = whose == StepOf::Turn;
+            openVideo(std::move(video));
+        }
         return;
     }
     m_awaitedStep = step;
+    m_awaitedBy = whose;
     m_awaitedFrom = from->file().file_id;
     if (!from->neighbours.isAsked()) {
         from->neighbours.request(from->file());
@@ -91,7 +124,7 @@ void PlaySession::onNeighboursAnswered(const OpenedVideo *video)
     }
     const int step = std::exchange(m_awaitedStep, 0);
     if (video->neighbours.neighbour(video->file().file_id, step)) {
-        playRelative(step);
+        go(step, m_awaitedBy);
     } else {
         emit told(QStringLiteral("未能获取文件夹中的其他视频"));
     }
@@ -105,28 +138,32 @@ void PlaySession::playChosen(const QString &fileId)
     if (!file || (chosen->isAlive() && chosen->file().file_id == fileId)) {
         return;
     }
-    const OpenedVideo *current = m_machine.current();
-    if (!current || current->file().file_id != fileId) {
-        openNeighbour(*file, StartFrom::EndOfIntro);
-    } else if (m_machine.candidate() && current->isAlive()) {
-        m_machine.dropCandidate();
-    } else {
-        openNeighbour(*file, StartFrom::WhereItStopped); // it goes on where it broke off
+    if (goBackTo(fileId)) {
+        return;
     }
+    const OpenedVideo *current = m_machine.current();
+    const bool hasBrokenOff = current && current->file().file_id == fileId;
+    openNeighbour(*file, hasBrokenOff ? StartFrom::WhereItStopped : StartFrom::EndOfIntro);
 }
 
 void PlaySession::openNeighbour(const FileItem &file, StartFrom start, Source source)
 {
     const OpenedVideo &from = *m_machine.chosen();
+    openVideo(makeVideo(from.user, file, start, from.neighbours), source);
+}
+
+PlayMachine::Video PlaySession::makeVideo(const UserInfo &user, const FileItem &file,
+                                          StartFrom start, const FolderVideos &neighbours)
+{
     savePosition();
-    auto video = std::make_unique<OpenedVideo>(m_mpv, from.user, file, QList<FileItem>(),
-                                               PlayHistory(), from.tracks.carried());
+    auto video = std::make_unique<OpenedVideo>(m_mpv, user, file, QList<FileItem>(), PlayHistory(),
+                                               m_machine.chosen()->tracks.carried());
     video->start = start;
-    video->neighbours.adopt(from.neighbours);
+    video->neighbours.adopt(neighbours);
     if (!video->neighbours.isComplete()) {
         video->neighbours.request(file);
     }
-    openVideo(std::move(video), source);
+    return video;
 }
 
 void PlaySession::openVideo(PlayMachine::Video video, Source source)
@@ -180,9 +217,10 @@ void PlaySession::tryAgain()
 void PlaySession::playSource()
 {
     if (status().offersSource) {
-        const PlayMachine::Refused refused = *m_machine.refused();
+        const PlayMachine::Refused &refused = *m_machine.refused();
         m_mpv.play();
-        openNeighbour(refused.file, refused.start, Source::FileOnly);
+        openVideo(makeVideo(refused.user, refused.file, refused.start, *refused.neighbours),
+                  Source::FileOnly);
     }
 }
 
@@ -203,8 +241,10 @@ void PlaySession::reloadSkipTimes()
 
 void PlaySession::chooseQuality(const QVariant &id)
 {
-    AppSettings().setVideoQuality(id.toString());
-    emit videoQualityChanged();
+    if (isVideoQuality(id.toString())) {
+        AppSettings().setVideoQuality(id.toString());
+        emit videoQualityChanged();
+    }
     OpenedVideo *video = m_machine.chosen();
     if (!video) {
         return;
@@ -322,7 +362,7 @@ void PlaySession::showPosition()
     video.isOutroWanted =
         video.isOutroWanted && video.folder.skipTimes().isInOutro(position, settled);
     const int toGo = video.nextTurn() - position;
-    const FileItem *next = video.neighbours.neighbour(video.file().file_id, 1);
+    const FileItem *next = successorOf(video);
     if (next && toGo <= FetchedAhead && !video.hasAdvanced) {
         m_ahead.fetch(video.user, *next);
     }
@@ -335,6 +375,6 @@ void PlaySession::advance()
 {
     OpenedVideo &video = *m_machine.current();
     if (!m_machine.candidate() && !video.pausesAtEnd && !std::exchange(video.hasAdvanced, true)) {
-        playRelative(1);
+        go(1, StepOf::Turn);
     }
 }

@@ -83,9 +83,14 @@ signals:
 
 private:
     using Source = PlayMachine::Source;
+    enum class StepOf { User, Turn }; // of a video that is over
 
     void openVideo(PlayMachine::Video video, Source source = Source::AnyQuality);
     void openNeighbour(const FileItem &file, StartFrom start, Source source = Source::AnyQuality);
+    [[nodiscard]] PlayMachine::Video makeVideo(const UserInfo &user, const FileItem &file,
+                                               StartFrom start, const FolderVideos &neighbours);
+    bool goBackTo(const QString &fileId);
+    void go(int step, StepOf whose);
     void tryAgain();
     void showPosition();
     void advance();
@@ -93,7 +98,8 @@ private:
 
     MpvWidget &m_mpv;
     AddressAhead m_ahead;
-    int m_awaitedStep = 0; // the user's, or an end's, until the folder's list is there; 0: none
+    int m_awaitedStep = 0; // until the folder's list is there; 0: none
+    StepOf m_awaitedBy = StepOf::User;
     QString m_awaitedFrom; // the video that the step leads away from
     PlayMachine m_machine;
     EpisodeEnd m_end;
