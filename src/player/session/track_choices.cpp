@@ -40,9 +40,9 @@ QString audioProperty()
 // Before a file is open: by language where one is known, else by number. libmpv takes a number of
 // the last file over to the next, where it may mean another track or none.
 void wantAhead(MpvWidget &mpv, const QString &track, const QString &language,
-               const std::optional<TrackMemory> &wanted)
+               const std::optional<TrackMemory> &wanted, const QStringList &byDefault)
 {
-    const QStringList tags = wanted ? languageTags(wanted->language) : QStringList();
+    const QStringList tags = wanted ? languageTags(wanted->language) : byDefault;
     const bool hasNumber = wanted && tags.isEmpty() && wanted->id > 0;
     mpv.setProperty(language, tags.join(QLatin1Char(',')));
     mpv.setProperty(track, hasNumber ? QVariant(wanted->id) : automatic());
@@ -115,9 +115,9 @@ void TrackChoices::beginLoad()
     m_tracks = TrackList();
     m_second.beginLoad();
     const bool isEmbedded = m_subtitle.kind == SubtitleKind::Embedded;
-    wantAhead(m_mpv, audioProperty(), QStringLiteral("alang"), m_audio);
+    wantAhead(m_mpv, audioProperty(), QStringLiteral("alang"), m_audio, {});
     wantAhead(m_mpv, subtitleProperty(), QStringLiteral("slang"),
-              isEmbedded ? std::make_optional(m_subtitle.track) : std::nullopt);
+              isEmbedded ? std::make_optional(m_subtitle.track) : std::nullopt, chineseTags());
     if (m_subtitle.kind == SubtitleKind::Off) {
         m_mpv.setProperty(subtitleProperty(), none());
     }
@@ -292,9 +292,16 @@ void TrackChoices::selectAudio()
 
 void TrackChoices::selectChinese()
 {
-    for (const SubTrack &track : qAsConst(m_tracks.info.subTracks)) {
-        if (track.lang == QLatin1String("chi")) {
-            m_mpv.setProperty(subtitleProperty(), track.id);
+    const auto chinese = [this](const QString &tag) {
+        const QList<SubTrack> &tracks = m_tracks.info.subTracks;
+        return std::find_if(tracks.cbegin(), tracks.cend(), [&tag](const SubTrack &track) {
+            return track.lang.compare(tag, Qt::CaseInsensitive) == 0;
+        });
+    };
+    const QStringList tags = chineseTags();
+    for (const QString &tag : tags) {
+        if (const auto track = chinese(tag); track != m_tracks.info.subTracks.cend()) {
+            m_mpv.setProperty(subtitleProperty(), track->id);
             return;
         }
     }

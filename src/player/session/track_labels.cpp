@@ -118,6 +118,12 @@ QString languageName(const QString &tag)
     return language ? QString::fromUtf8(language->name) : tag;
 }
 
+QStringList chineseTags()
+{
+    return QStringLiteral("chi zho zh cmn zh-Hans zh-CN zh-SG zh-Hant zh-TW zh-HK zh-MO")
+        .split(QLatin1Char(' '));
+}
+
 QStringList languageTags(const QString &tag)
 {
     if (tag.isEmpty()) {

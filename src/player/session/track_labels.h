@@ -17,5 +17,8 @@ QStringList subtitleTrackLabels(const TrackInfo &tracks, const TrackTitles &titl
 // is, an empty one as "未知语言".
 QString languageName(const QString &tag);
 
+// Those of Chinese, as files have them, the likelier first.
+QStringList chineseTags();
+
 // The tag and the others that name its language: "chi", "zh", "zho", "cmn". Empty for an empty one.
 QStringList languageTags(const QString &tag);
