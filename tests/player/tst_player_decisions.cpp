@@ -12,6 +12,7 @@
 #include "player/session/skip_times.h"
 #include "player/session/speed.h"
 #include "player/session/subtitle_files.h"
+#include "player/session/subtitle_folder.h"
 #include "player/session/watched_videos.h"
 #include "player/window/player_keys.h"
 #include "player/window/volume_level.h"
@@ -310,6 +311,9 @@ private slots:
         QTest::newRow("an unknown template is not played by itself") << "XHD"
                                                                      << "FHD"
                                                                      << "";
+        QTest::newRow("unless the user chose it") << "XHD LD"
+                                                  << "XHD"
+                                                  << "XHD";
         QTest::newRow("nothing offered") << ""
                                          << "FHD"
                                          << "";
@@ -463,6 +467,10 @@ private slots:
             folder.entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name),
             (QStringList{"elsewhere", "moravu-subtitles-link", "moravu-subtitles-new", "other"}));
         QVERIFY(folder.exists("elsewhere/kept"));
+        const SubtitleFolder used;
+        QCOMPARE(QProcess::execute("touch", {"-d", "2 days ago", used.path()}), 0);
+        removeOldSubtitleFolders();
+        QVERIFY(QFileInfo::exists(used.path()));
     }
 };
 

@@ -2,6 +2,7 @@
 #include <QDirIterator>
 #include <QtTest>
 
+#include "api/session/session.h"
 #include "db/tables/operations.h"
 #include "player/mpv/mpv_widget.h"
 #include "player/player_fixture.h"
@@ -85,6 +86,16 @@ private slots:
         QTRY_COMPARE(words(), "embedded chi");
         QTRY_COMPARE(m_player->checkedText(Subtitle), "中文 SRT");
         QVERIFY(storedFolder().subtitleTrackId.isNull());
+    }
+
+    void knowsChineseByAllItsTags()
+    {
+        clips::Clip clip = m_clip;
+        clip.outputs.last() = "language=zho";
+        m_player->addClip("show/Ep03.mkv", clip);
+        play("show/Ep03.mkv");
+        QTRY_COMPARE(words(), "embedded chi");
+        QVERIFY(property("slang").toStringList().contains("zho"));
     }
 
     void choicesGoToTheNextEpisode()
@@ -309,6 +320,20 @@ private slots:
         QTRY_COMPARE(words(), "embedded chi");
         m_player->press("previous");
         QTRY_COMPARE(words(), "chosen");
+    }
+
+    void whatAnOutageTookIsAskedForAgain()
+    {
+        m_player->addClip("film/Ep01.mkv", m_clip);
+        m_player->addFile("film/Ep01.srt", subRip("similar"));
+        m_player->server().addFault(FaultOn("getDownloadUrl").after(1).status(403));
+        const LogCapture log;
+        play("film/Ep01.mkv");
+        QTRY_VERIFY(!log.lines().filter("getDownloadUrl fail :").isEmpty());
+        QTRY_COMPARE(words(), "embedded chi");
+        Session::instance().reachability().onLost({});
+        Session::instance().reachability().onReplied();
+        QTRY_COMPARE(words(), "similar");
     }
 
     void choosesFilesAndTracksInTurn()

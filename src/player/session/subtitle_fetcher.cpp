@@ -3,14 +3,15 @@
 #include <utility>
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include "api/records/file_records.h"
 #include "api/records/subtitle_records.h"
 #include "api/session/patient_reading.h"
+#include "api/session/session.h"
 #include "net/http_downloader.h"
 #include "net/log_failure.h"
 #include "player/session/subtitle_files.h"
+#include "player/session/subtitle_folder.h"
 
 namespace {
 
@@ -20,11 +21,6 @@ constexpr int LookedAt = 64 * 1024;           // bytes
 void logFailedDownload(const QString &error)
 {
     logFailure(QStringLiteral("subtitle download"), -1, error);
-}
-
-ApiFailure logged(const QString &operation)
-{
-    return [operation](const QString &error, int code) { logFailure(operation, code, error); };
 }
 
 bool holdsSubtitles(const QString &path)
@@ -38,6 +34,8 @@ bool holdsSubtitles(const QString &path)
 SubtitleFetcher::SubtitleFetcher(UserInfo user, QString videoId, QObject *parent)
     : QObject(parent), m_user(std::move(user)), m_videoId(std::move(videoId))
 {
+    connect(&Session::instance().reachability(), &Reachability::returned, this,
+            &SubtitleFetcher::onReturned);
 }
 
 SubtitleFetcher::~SubtitleFetcher()
@@ -61,6 +59,22 @@ void SubtitleFetcher::cancel()
 {
     m_replies.abandon();
     delete m_download;
+    m_lost.reset();
+}
+
+void SubtitleFetcher::onReturned()
+{
+    if (m_lost) {
+        fetch(OfferedSubtitle(*m_lost));
+    }
+}
+
+ApiFailure SubtitleFetcher::losing(const OfferedSubtitle &subtitle, const QString &operation)
+{
+    return [this, subtitle, operation](const QString &error, int code) {
+        logFailure(operation, code, error);
+        m_lost = subtitle;
+    };
 }
 
 void SubtitleFetcher::requestAddress(const OfferedSubtitle &subtitle)
@@ -75,7 +89,7 @@ void SubtitleFetcher::requestAddress(const OfferedSubtitle &subtitle)
         return client.downloadUrl(id, success, failed);
     };
     readPatiently(m_replies, OpenApiClient(m_user).inTurn(RequestTurn::Soon), ask,
-                  logged(QStringLiteral("getDownloadUrl")));
+                  losing(subtitle, QStringLiteral("getDownloadUrl")));
 }
 
 void SubtitleFetcher::requestTranscoded(const OfferedSubtitle &subtitle)
@@ -93,15 +107,15 @@ void SubtitleFetcher::requestTranscoded(const OfferedSubtitle &subtitle)
         return client.playInfo(id, success, failed);
     };
     readPatiently(m_replies, OpenApiClient(m_user).inTurn(RequestTurn::Soon), ask,
-                  logged(QStringLiteral("getPlayInfo")));
+                  losing(subtitle, QStringLiteral("getPlayInfo")));
 }
 
 void SubtitleFetcher::download(const OfferedSubtitle &subtitle, Address address)
 {
     if (!m_folder) {
-        m_folder = std::make_unique<QTemporaryDir>(subtitleFolderTemplate());
+        m_folder = std::make_unique<SubtitleFolder>();
     }
-    if (!m_folder->isValid()) {
+    if (m_folder->path().isEmpty()) {
         logFailedDownload(m_folder->errorString());
         return;
     }
@@ -117,6 +131,8 @@ void SubtitleFetcher::download(const OfferedSubtitle &subtitle, Address address)
                 logFailedDownload(error);
                 if (address == Address::Old) {
                     requestTranscoded(subtitle);
+                } else {
+                    m_lost = subtitle;
                 }
             });
     download->start();

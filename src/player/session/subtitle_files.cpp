@@ -2,23 +2,12 @@
 
 #include <algorithm>
 
-#include <QDateTime>
-#include <QDir>
 #include <QRegularExpression>
 #include <QTextCodec>
 
 #include "api/records/file_records.h"
 #include "app/environment/file_name.h"
 #include "player/session/offered_subtitle.h"
-
-namespace {
-
-QString folderPrefix()
-{
-    return QStringLiteral("moravu-subtitles-");
-}
-
-} // namespace
 
 bool isSubtitleFile(const QString &name)
 {
@@ -62,24 +51,6 @@ QString subtitlePath(const QString &folder, const OfferedSubtitle &subtitle)
     // The id keeps files of the same name in two folders of the drive apart.
     const QString name = subtitle.name + QLatin1Char('.') + subtitle.id;
     return safePathInFolder(folder, name + QStringLiteral(".subtitle"));
-}
-
-QString subtitleFolderTemplate()
-{
-    return QDir::temp().filePath(folderPrefix() + QStringLiteral("XXXXXX"));
-}
-
-void removeOldSubtitleFolders()
-{
-    const QDateTime limit = QDateTime::currentDateTimeUtc().addDays(-1);
-    const uint self = QFileInfo(QDir::homePath()).ownerId();
-    const QFileInfoList folders = QDir::temp().entryInfoList(
-        {folderPrefix() + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks | QDir::Hidden);
-    for (const QFileInfo &folder : folders) {
-        if (folder.ownerId() == self && folder.lastModified() < limit) {
-            QDir(folder.filePath()).removeRecursively();
-        }
-    }
 }
 
 // libmpv goes by how a file begins, so what begins like none of these is none. They are what goes

@@ -25,13 +25,6 @@ const OfferedSubtitle *findSimilarSubtitle(const QList<OfferedSubtitle> &subtitl
 // Where a subtitle file is downloaded to: in the folder, ".subtitle" at the end.
 QString subtitlePath(const QString &folder, const OfferedSubtitle &subtitle);
 
-// For QTemporaryDir: a new folder for subtitle files in the system's temporary directory.
-QString subtitleFolderTemplate();
-
-// Removes the folders of this user that a program which was killed left behind a day ago or
-// earlier.
-void removeOldSubtitleFolders();
-
 // Whether a file that begins like this is subtitles, in any charset that libmpv recognises. What
 // libmpv would take for something else (a play list, an edit list, a film) is not.
 bool isSubtitleContent(const QByteArray &beginning);

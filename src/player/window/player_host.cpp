@@ -6,7 +6,7 @@
 #include <QMessageBox>
 
 #include "player/session/play_request.h"
-#include "player/session/subtitle_files.h"
+#include "player/session/subtitle_folder.h"
 #include "player/window/player_window.h"
 #include "ui/widgets/bring_forward.h"
 
