@@ -54,7 +54,9 @@ private slots:
     {
         play();
         QTest::keyClick(m_player->mpv(), Qt::Key_Down);
-        QTest::keyClick(m_player->mpv(), Qt::Key_M);
+        for (const bool isHeld : {false, true}) {
+            QTest::simulateEvent(m_player->mpv(), true, Qt::Key_M, {}, QString(), isHeld);
+        }
         QTRY_COMPARE(m_player->part("volumeSlider")->toolTip(), "音量 90，静音 (↑、↓)");
         m_player->close();
         m_player->open(First);

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include <QBoxLayout>
+#include <QCoreApplication>
 #include <QDebug>
 #include <QEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QSplitter>
@@ -21,11 +21,6 @@ constexpr int ZoneMargin = 10;       // reaches over the screen's edge
 constexpr int PointerTimeout = 2500; // milliseconds
 // On the way from one state to another a window manager may report a third.
 constexpr int SettlingTime = 100; // milliseconds
-
-QSize primaryScreenSize()
-{
-    return QGuiApplication::primaryScreen()->size();
-}
 
 bool isTab(const QEvent &event)
 {
@@ -78,7 +73,8 @@ bool FullScreen::eventFilter(QObject *watched, QEvent *event)
     return QObject::eventFilter(watched, event);
 }
 
-// Over the video the bar is a window of its own; a click or Tab may have made it the active one.
+// Over the video the bar stays a part of the window, whatever its window flags are. The keys that
+// its controls do not take are the video's.
 bool FullScreen::filterBar(QEvent *event)
 {
     if (m_isBarEntered && event->type() == QEvent::WindowDeactivate) {
@@ -152,7 +148,7 @@ void FullScreen::floatParts()
     forgetPointer();
     m_parts.bar->hide();
     m_parts.rows->removeWidget(m_parts.bar);
-    m_parts.video->resize(primaryScreenSize());
+    m_parts.video->resize(screenSize());
     m_parts.list->hide();
     m_parts.list->setParent(m_parts.window);
     m_pointerIdle.start();
@@ -185,10 +181,10 @@ void FullScreen::movePointer(const QPoint &position)
     m_parts.video->unsetCursor();
     m_pointerIdle.start();
 
-    const QSize screen = primaryScreenSize();
+    const QSize screen = screenSize();
     const bool atBar = controlZone(screen).contains(position);
     if (atBar && !m_playControlShown) {
-        showBar(screen);
+        showBar();
     } else if (!atBar && m_playControlShown) {
         hideBar();
     }
@@ -200,12 +196,18 @@ void FullScreen::movePointer(const QPoint &position)
     }
 }
 
-void FullScreen::showBar(const QSize &screen)
+// Of the one that the window is on.
+QSize FullScreen::screenSize() const
+{
+    return m_parts.window->screen()->size();
+}
+
+void FullScreen::showBar()
 {
     qDebug() << "show play control";
     m_parts.bar->setWindowFlags(Qt::FramelessWindowHint | Qt::WindowSystemMenuHint |
                                 Qt::WindowStaysOnTopHint);
-    m_parts.bar->move(0, screen.height() - BarSize.height());
+    m_parts.bar->move(0, screenSize().height() - BarSize.height());
     m_parts.bar->resize(BarSize);
     m_parts.bar->show();
     m_parts.bar->raise();
@@ -228,7 +230,7 @@ void FullScreen::enterBar()
         return;
     }
     if (!m_playControlShown) {
-        showBar(primaryScreenSize());
+        showBar();
     }
     m_isBarEntered = true;
     m_parts.bar->activateWindow();
@@ -251,7 +253,7 @@ void FullScreen::leaveBar()
 void FullScreen::showListOverVideo(bool shown)
 {
     if (shown) {
-        const QSize screen = primaryScreenSize();
+        const QSize screen = screenSize();
         const QRect zone = listZone(screen);
         m_parts.list->setGeometry(QRect(zone.topLeft(), screen - QSize(zone.left(), 0)));
         m_parts.list->raise();

@@ -59,7 +59,8 @@ private:
     void remember();
     void floatParts();
     void dockParts();
-    void showBar(const QSize &screen);
+    [[nodiscard]] QSize screenSize() const;
+    void showBar();
     void hideBar();
     void enterBar();
     void leaveBar();

@@ -1,5 +1,8 @@
 #include "player/window/player_keys.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <QStringList>
 
 namespace {
@@ -17,6 +20,7 @@ struct Binding
     int increment; // 0 leaves the step
     bool swallowed;
     const char *name; // null: another way to type the key above
+    bool once = false;
 };
 
 // Every row that fits acts, in this order.
@@ -25,11 +29,11 @@ constexpr Binding Bindings[] = {
     {Qt::Key_Right, AnyModifiers, Action::None, -5, true, "→"},
     {Qt::Key_Up, AnyModifiers, Action::VolumeUp, 0, true, "↑"},
     {Qt::Key_Down, AnyModifiers, Action::VolumeDown, 0, true, "↓"},
-    {Qt::Key_Space, AnyModifiers, Action::TogglePause, 0, false, "空格"},
-    {Qt::Key_F, AnyModifiers, Action::ToggleFullScreen, 0, false, "F"},
+    {Qt::Key_Space, AnyModifiers, Action::TogglePause, 0, false, "空格", true},
+    {Qt::Key_F, AnyModifiers, Action::ToggleFullScreen, 0, false, "F", true},
     {Qt::Key_Escape, AnyModifiers, Action::LeaveFullScreen, 0, false, "Esc"},
     {Qt::Key_Left, Control, Action::None, 30, true, "Ctrl+←"},
-    {Qt::Key_M, AnyModifiers, Action::ToggleMute, 0, false, "M"},
+    {Qt::Key_M, AnyModifiers, Action::ToggleMute, 0, false, "M", true},
     {Qt::Key_BracketRight, AnyModifiers, Action::Faster, 0, false, "]"},
     {Qt::Key_BracketLeft, AnyModifiers, Action::Slower, 0, false, "["},
     {Qt::Key_Backspace, AnyModifiers, Action::OwnSpeed, 0, false, "Backspace"},
@@ -45,8 +49,8 @@ constexpr Binding Bindings[] = {
     {Qt::Key_Z, AnyModifiers, Action::SubtitlesEarlier, 0, false, "Z"},
     {Qt::Key_PageDown, AnyModifiers, Action::NextChapter, 0, false, "PageDown"},
     {Qt::Key_PageUp, AnyModifiers, Action::PreviousChapter, 0, false, "PageUp"},
-    {Qt::Key_S, AnyModifiers, Action::TakeScreenshot, 0, false, "S"},
-    {Qt::Key_F1, AnyModifiers, Action::ShowKeys, 0, false, "F1"},
+    {Qt::Key_S, AnyModifiers, Action::TakeScreenshot, 0, false, "S", true},
+    {Qt::Key_F1, AnyModifiers, Action::ShowKeys, 0, false, "F1", true},
 };
 
 struct Name
@@ -88,6 +92,14 @@ QString namesWhere(Fits fits)
         }
     }
     return found.join(QStringLiteral("、"));
+}
+
+bool anyWith(int key, bool Binding::*property)
+{
+    return std::any_of(std::begin(Bindings), std::end(Bindings),
+                       [key, property](const Binding &binding) {
+                           return binding.key == key && binding.*property;
+                       });
 }
 
 } // namespace
@@ -155,10 +167,10 @@ QList<KeyLine> PlayerKeys::page()
 
 bool PlayerKeys::isSwallowed(int key)
 {
-    for (const Binding &binding : Bindings) {
-        if (binding.key == key) {
-            return binding.swallowed;
-        }
-    }
-    return false;
+    return anyWith(key, &Binding::swallowed);
+}
+
+bool PlayerKeys::actsOnce(int key)
+{
+    return anyWith(key, &Binding::once);
 }

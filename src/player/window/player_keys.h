@@ -50,6 +50,8 @@ public:
 
     // Whether the key ends here: the window must not hand it on.
     [[nodiscard]] static bool isSwallowed(int key);
+    // Whether it acts once, however long it is held: what it switches would flicker.
+    [[nodiscard]] static bool actsOnce(int key);
 
 private:
     int m_increment = 0;

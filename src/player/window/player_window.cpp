@@ -28,6 +28,7 @@
 #include "player/window/video_menu.h"
 #include "player/window/video_notice.h"
 #include "ui/widgets/bring_forward.h"
+#include "ui/widgets/shortcuts.h"
 #include "ui/widgets/toast.h"
 #include "ui/widgets/window_place.h"
 
@@ -61,6 +62,7 @@ MpvPlayerWindow::MpvPlayerWindow()
     restoreState();
     restoreSound();
     QMetaObject::connectSlotsByName(this);
+    watchKeyRepeats();
 }
 
 // What follows libmpv goes before the widget that owns it.
@@ -351,6 +353,9 @@ void MpvPlayerWindow::turnWheel(int delta)
 void MpvPlayerWindow::pressKey(const QKeyEvent &event)
 {
     qDebug() << "key press";
+    if (PlayerKeys::actsOnce(event.key()) && (event.isAutoRepeat() || isKeyRepeated())) {
+        return;
+    }
     m_actions->run(m_keys.press(event.key(), event.modifiers()));
     if (m_keys.increment() != 0) {
         qDebug() << "incresment:" << m_keys.increment();
