@@ -122,6 +122,26 @@ private slots:
         QCOMPARE(property("aid").toInt(), 2);
     }
 
+    // There is one row for the root folders of all users.
+    void usersWithTheSameFolderAreApart()
+    {
+        const QString root = "root";
+        FolderMemory first(root, "a");
+        first.setIntroEnd(30, 1000);
+        first.setAudioTrack({2});
+        FolderMemory second(root, "b");
+        QCOMPARE(second.skipTimes().head, 0);
+        QVERIFY(!second.audioTrack());
+        second.setLastPlayed("x");
+        second.clearOutro();
+        second.setFolderName("y");
+        QCOMPARE(folderSettingOf(root, "a").skipHeadPos.value(), 30);
+        second.setOutroStart(900, 1000); // who chooses has the row
+        QCOMPARE(folderSettingOf(root, "b").skipTailPos.value(), 100);
+        QCOMPARE(folderSettingOf(root, "b").skipHeadPos.value(), 0);
+        QVERIFY(folderSettingOf(root, "a").id.isNull());
+    }
+
     // Whatever its number is in the next file.
     void theLanguageIsChosen()
     {

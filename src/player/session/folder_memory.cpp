@@ -2,6 +2,32 @@
 
 #include <utility>
 
+namespace {
+
+bool isOfAnother(const FolderSetting &row, const QString &userId)
+{
+    const QString owner = row.userId.value();
+    return !owner.isEmpty() && owner != userId;
+}
+
+void clearChoices(FolderSetting &row)
+{
+    row.skipHeadPos = 0;
+    row.skipTailPos = 0;
+    row.audioTrackId = QStringLiteral("");
+    row.subtitleTrackId = QStringLiteral("");
+    row.lastPlayFileId = QStringLiteral("");
+}
+
+} // namespace
+
+FolderSetting folderSettingOf(const QString &folderId, const QString &userId)
+{
+    FolderSetting row;
+    loadFolderSetting(folderId, row);
+    return isOfAnother(row, userId) ? FolderSetting() : row;
+}
+
 FolderMemory::FolderMemory(const QString &folderId, QString userId) : m_userId(std::move(userId))
 {
     open(folderId);
@@ -13,14 +39,14 @@ void FolderMemory::open(const QString &folderId)
         m_folderName = folderId == QLatin1String("root") ? QStringLiteral("首页") : QString();
     }
     m_folderId = folderId;
-    loadFolderSetting(folderId, m_setting);
+    m_setting = folderSettingOf(folderId, m_userId);
 }
 
 void FolderMemory::setFolderName(const QString &name)
 {
     m_folderName = name;
     if (!m_setting.id.isNull() && m_setting.folderName.value() != name) {
-        save({});
+        save({}, OthersRow::Stays);
     }
 }
 
@@ -57,7 +83,7 @@ bool FolderMemory::setOutroStart(int position, int duration)
 void FolderMemory::clearOutro()
 {
     m_setting.skipTailPos = 0;
-    save([](FolderSetting &row) { row.skipTailPos = 0; });
+    save([](FolderSetting &row) { row.skipTailPos = 0; }, OthersRow::Stays);
 }
 
 std::optional<TrackMemory> FolderMemory::subtitleTrack() const
@@ -76,7 +102,7 @@ void FolderMemory::setLastPlayed(const QString &fileId)
         return; // the drive has not told where the video lies
     }
     m_setting.lastPlayFileId = fileId;
-    save([&fileId](FolderSetting &row) { row.lastPlayFileId = fileId; });
+    save([&fileId](FolderSetting &row) { row.lastPlayFileId = fileId; }, OthersRow::Stays);
 }
 
 void FolderMemory::setSubtitleTrack(const std::optional<TrackMemory> &track)
@@ -95,12 +121,18 @@ void FolderMemory::setAudioTrack(const TrackMemory &track)
 }
 
 // What others wrote to the row since it was read stays; the skip times may have been cleared.
-void FolderMemory::save(const FolderChange &change)
+void FolderMemory::save(const FolderChange &change, OthersRow othersRow)
 {
     FolderSetting row;
     changeFolderSetting(
         m_folderId,
-        [this, &change](FolderSetting &stored) {
+        [this, &change, othersRow](FolderSetting &stored) {
+            if (isOfAnother(stored, m_userId)) {
+                if (othersRow == OthersRow::Stays) {
+                    return;
+                }
+                clearChoices(stored);
+            }
             stored.userId = m_userId;
             if (!m_folderName.isEmpty()) {
                 stored.folderName = m_folderName;
@@ -110,5 +142,7 @@ void FolderMemory::save(const FolderChange &change)
             }
         },
         row);
-    m_setting.id = row.id;
+    if (!isOfAnother(row, m_userId)) {
+        m_setting.id = row.id;
+    }
 }

@@ -6,9 +6,15 @@
 #include "player/session/skip_times.h"
 #include "player/session/track_memory.h"
 
+// The folder's row as this user has it: empty where it is another user's. A folder has one row, and
+// the root folders of all users have the same id.
+[[nodiscard]] FolderSetting folderSettingOf(const QString &folderId, const QString &userId);
+
 // What is remembered for the videos of one cloud folder: where intro and outro are, and which
 // embedded tracks the user chose. The row is written when the user changes something, its keys
-// filled each time; what else it holds stays as it is stored.
+// filled each time; what else it holds stays as it is stored. Another user's row, see above,
+// becomes this user's by a choice of intro, outro or track, and loses what the other one chose: it
+// would be wrong for these videos. What the player notes of itself takes no row over.
 class FolderMemory final
 {
 public:
@@ -43,7 +49,9 @@ public:
     void setAudioTrack(const TrackMemory &track);
 
 private:
-    void save(const FolderChange &change);
+    enum class OthersRow { Stays, IsTakenOver };
+
+    void save(const FolderChange &change, OthersRow othersRow = OthersRow::IsTakenOver);
 
     FolderSetting m_setting;
     QString m_folderId;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "db/tables/operations.h"
+#include "player/session/folder_memory.h"
 
 namespace {
 
@@ -48,12 +49,9 @@ void WatchedVideos::open(const QString &folderId)
 
 void WatchedVideos::readFolder()
 {
-    FolderSetting folder;
-    loadFolderSetting(m_folderId, folder);
+    const FolderSetting folder = folderSettingOf(m_folderId, m_userId);
     m_skip = {folder.skipHeadPos.value(), folder.skipTailPos.value()};
-    // The root folders of all users have the same id.
-    const bool isOwn = folder.userId.value() == m_userId;
-    const QString told = isOwn ? folder.lastPlayFileId.value() : QString();
+    const QString told = folder.lastPlayFileId.value();
     if (std::exchange(m_toldId, told) != told) {
         m_hasTold = false;
     }
