@@ -305,6 +305,13 @@ private slots:
         QVERIFY(shown("requests")["requests"].empty());
     }
 
+    void tellsThatNoBackendAnswers()
+    {
+        QCOMPARE(m_client->getJson("/app/x").verdict(), std::string("404 NotFound.Api"));
+        m_server->setBackends({"http://127.0.0.1:1"});
+        QCOMPARE(m_client->getJson("/app/x").verdict(), std::string("502 BackendUnavailable"));
+    }
+
     void servesItsOwner()
     {
         localdrive::Options options;

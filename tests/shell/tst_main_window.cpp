@@ -42,9 +42,9 @@ void choose(const MainWindow &window, int row, Qt::KeyboardModifiers keys = {})
                       list->visualRect(list->model()->index(row, 0)).center());
 }
 
-QString status(const MainWindow &window)
+QString status(const MainWindow &window, int part = 0)
 {
-    return window.statusBar()->findChild<QLabel *>()->text();
+    return window.statusBar()->findChildren<QLabel *>().value(part)->text();
 }
 
 } // namespace
@@ -140,6 +140,11 @@ private slots:
         QTRY_COMPARE(status(window), QString("0.00 B / 1.00 TB"));
         QVERIFY(window.statusBar()->findChild<SpaceBar *>()->isVisible());
         auto *users = window.findChild<QTabWidget *>("userTab");
+        auto *search = users->widget(0)->findChild<QLineEdit *>("fileNameSearch");
+        for (const char *name : {"x", ""}) {
+            search->setText(name);
+            QTRY_COMPARE(status(window, 1), QString(*name ? "显示 0 / 0 项" : ""));
+        }
         auto *other = qobject_cast<CloudFileDialog *>(users->widget(1));
         QTRY_COMPARE(other->diskSpace(), QString("2.00 KB / 1.00 TB"));
         watch("f1");
@@ -285,11 +290,14 @@ private slots:
         PlayHistory history = watch(text(m_drive->server().fileId("第1集.mkv")));
         MainWindow window;
         auto *player = window.findChild<PlayerHost *>();
+        const auto *table = window.findChild<FileTable *>();
+        QTRY_COMPARE(table->rowCount(), 1);
         history.playPosition = 7;
         history.duration = 10;
         savePlayHistory(history);
         emit player->historyUpdated(history);
         QCOMPARE(historyTable(window)->item(0, 1)->text(), QString("70%  00:00:07/00:00:10"));
+        QCOMPARE(table->item(0, FileTable::NameColumn)->data(FileTable::WatchedRole), QVariant(70));
         AppSettings().setVideoQuality("SD");
         emit player->videoQualityChanged();
         QCOMPARE(window.findChild<QToolButton *>("btnVideoQuality")->text(), QString("标清540p"));

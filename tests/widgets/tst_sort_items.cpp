@@ -108,6 +108,8 @@ private slots:
         }
         proxy.sort(0, Qt::AscendingOrder);
         QCOMPARE(column(proxy), QString("花絮 说明.txt 第2集.MKV 第10集.mkv"));
+        proxy.sort(0, Qt::DescendingOrder);
+        QCOMPARE(column(proxy), QString("花絮 第10集.mkv 第2集.MKV 说明.txt"));
     }
 };
 

@@ -40,6 +40,7 @@ private slots:
     void standsInTheLowerMiddleOfTheScreen()
     {
         const QWidget *toast = tip("已复制");
+        QCOMPARE(toast->objectName(), QString("Toast"));
         const QSize screen = QGuiApplication::primaryScreen()->size();
         QCOMPARE(toast->pos(),
                  QPoint((screen.width() - toast->width()) / 2, screen.height() * 7 / 10));
