@@ -168,7 +168,7 @@ private slots:
         }
     }
 
-    void listsAppendAndNullEmpties()
+    void listsAppendAndNullChangesNoListOrRecord()
     {
         auto page = recordFromText<FileItems>("{\"items\":[{\"name\":\"a\"}]}");
         page.fromJson(objectFromText("{\"next_marker\":\"m\"}"));
@@ -176,7 +176,7 @@ private slots:
         QCOMPARE(page.items.size(), 1);
         QCOMPARE(page.next_marker, "m");
         page.fromJson(objectFromText("{\"items\":null}"));
-        QCOMPARE(page.items.size(), 0);
+        QCOMPARE(page.items.size(), 1);
 
         StreamInfo info;
         const QList<QString> once{"a", "2", QString(), QString()};
@@ -189,7 +189,7 @@ private slots:
         space.fromJson(QJsonObject{{"personal_space_info", "no record"}});
         QCOMPARE(space.personal_space_info.used_size, 7);
         space.fromJson(QJsonObject{{"personal_space_info", QJsonValue::Null}});
-        QCOMPARE(space.personal_space_info.used_size, 0);
+        QCOMPARE(space.personal_space_info.used_size, 7);
     }
 
     void nestedRecordsAndListsRoundTrip()

@@ -45,8 +45,9 @@ public:
     // without a key keep what they hold. A value that is not an object changes nothing.
     //
     // Types are converted, not checked: a number fills a text with its digits, a text fills a
-    // number with its value or 0, null empties any field, and so does what does not convert. A list
-    // field appends one element per array element; a nested record is filled only by an object.
+    // number with its value or 0, null empties a plain field, and so does what does not convert. A
+    // list field appends one element per array element; a nested record is filled only by an
+    // object. Anything else, null too, leaves these two as they are.
     void fromJson(const QJsonValue &value);
 
 protected:
@@ -107,9 +108,6 @@ template <class T>
 void fromJson(const QJsonValue &value, T &member)
 {
     if constexpr (IsRecord<T>) {
-        if (value.isNull()) {
-            member = T();
-        }
         member.fromJson(value);
     } else {
         if constexpr (std::is_same_v<T, QString>) {
@@ -125,9 +123,6 @@ void fromJson(const QJsonValue &value, T &member)
 template <class T>
 void fromJson(const QJsonValue &value, QList<T> &members)
 {
-    if (value.isNull()) {
-        members.clear();
-    }
     const QJsonArray array = value.toArray();
     members.reserve(members.size() + array.size());
     for (const QJsonValue element : array) {
