@@ -276,8 +276,20 @@ private slots:
                          i == set && !address.isEmpty() ? address : expected.at(i));
             }
             QCOMPARE(read.helpPc, read.web + '/');
+            (void)endpoints(); // tells nothing twice
             QTEST(log.warnings().filter("not a web address").size(), "warnings");
         }
+    }
+    void changedAddressesAreReadAnew()
+    {
+        qunsetenv("MORAVU_WEB_BASE");
+        for (const char *address : {"http://first.test", "http://another.test"}) {
+            writeSettingsFile(QByteArray("webBase=") + address + '\n');
+            QCOMPARE(endpoints().web, address);
+        }
+        qputenv("MORAVU_WEB_BASE", "http://third.test");
+        QCOMPARE(endpoints().web, "http://third.test");
+        qunsetenv("MORAVU_WEB_BASE");
     }
 
     void theMachineHasOneGuidThatIsNotItsId()

@@ -1,6 +1,9 @@
 #include "app/environment/endpoints.h"
 
+#include <QDateTime>
 #include <QDebug>
+#include <QFileInfo>
+#include <QSet>
 #include <QSettings>
 #include <QUrl>
 
@@ -43,6 +46,42 @@ bool isWebAddress(const QString &address)
            (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
 }
 
+// What the addresses depend on, besides what is built in.
+struct Sources
+{
+    QStringList variables;
+    QString file;
+    QDateTime changed;
+    qint64 size = -1;
+
+    bool operator==(const Sources &other) const
+    {
+        return variables == other.variables && file == other.file && changed == other.changed &&
+               size == other.size;
+    }
+};
+
+Sources presentSources()
+{
+    const QFileInfo file(settingsFilePath());
+    Sources sources{{}, file.filePath(), file.lastModified(), file.size()};
+    for (const Address &address : Addresses) {
+        sources.variables << (address.variable ? qEnvironmentVariable(address.variable)
+                                               : QString());
+    }
+    return sources;
+}
+
+void warnOnce(const Address &address, const QString &candidate)
+{
+    static QSet<QString> told;
+    const QString mistake = QLatin1String(address.settingsKey) + QLatin1Char('=') + candidate;
+    if (!told.contains(mistake)) {
+        told.insert(mistake);
+        qWarning() << "not a web address, ignored:" << address.settingsKey << candidate;
+    }
+}
+
 QString configured(const Address &address, const QSettings &settings)
 {
     const QString candidates[] = {
@@ -54,15 +93,13 @@ QString configured(const Address &address, const QSettings &settings)
             return withoutTrailingSlashes(candidate.trimmed());
         }
         if (!candidate.isEmpty()) {
-            qWarning() << "not a web address, ignored:" << address.settingsKey << candidate;
+            warnOnce(address, candidate);
         }
     }
     return {};
 }
 
-} // namespace
-
-Endpoints endpoints()
+Endpoints readEndpoints()
 {
     const auto settings = openSettingsFile();
     Endpoints result;
@@ -74,6 +111,20 @@ Endpoints endpoints()
         } else if (value.isEmpty()) {
             value = address.byDefault;
         }
+    }
+    return result;
+}
+
+} // namespace
+
+Endpoints endpoints()
+{
+    static Sources known;
+    static Endpoints result;
+    // Every request asks; opening the file for each is dear.
+    if (const Sources present = presentSources(); !(present == known)) {
+        result = readEndpoints();
+        known = present;
     }
     return result;
 }

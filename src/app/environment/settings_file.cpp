@@ -9,11 +9,6 @@
 
 namespace {
 
-QString settingsPath()
-{
-    return dataDir() + QStringLiteral("/mrsettings.ini");
-}
-
 // Qt would wait for ever for the other end of a pipe.
 bool isNoFile(const QString &path)
 {
@@ -34,9 +29,14 @@ QString substituteFor(const QString &path)
 
 } // namespace
 
+QString settingsFilePath()
+{
+    return dataDir() + QStringLiteral("/mrsettings.ini");
+}
+
 std::unique_ptr<QSettings> openSettingsFile()
 {
-    QString path = settingsPath();
+    QString path = settingsFilePath();
     if (isNoFile(path)) {
         path = substituteFor(path);
     }
@@ -50,6 +50,6 @@ std::unique_ptr<QSettings> openSettingsFile()
 
 bool isSettingsFileUsable()
 {
-    const QFileInfo file(settingsPath());
+    const QFileInfo file(settingsFilePath());
     return file.isFile() && file.isReadable() && file.isWritable();
 }

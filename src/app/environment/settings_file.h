@@ -3,6 +3,9 @@
 #include <memory>
 
 #include <QSettings>
+#include <QString>
+
+[[nodiscard]] QString settingsFilePath();
 
 // Opens the one settings file, readable by its owner only. Every object over that file must come
 // from here: Qt keeps one codec per file and process, and the first object decides it.
