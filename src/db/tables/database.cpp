@@ -32,6 +32,10 @@ FileVerdict writeToFile(const QString &filePath, const QSqlDatabase &memory, int
     if (!isWritable(filePath)) {
         return FileVerdict::NoWriting;
     }
+    FileLock lock;
+    if (lock.take(filePath, FileLock::Part::Share) != FileVerdict::Good) {
+        return FileVerdict::Locked;
+    }
     restrictDatabaseFiles(filePath);
     const QString name = QStringLiteral("a file that takes writes again");
     FileVerdict verdict = FileVerdict::NoWriting;
@@ -100,6 +104,9 @@ FileVerdict Database::openFile()
     }
     if (!isWritable(m_filePath)) {
         return FileVerdict::NoWriting;
+    }
+    if (m_lock.take(m_filePath, FileLock::Part::Share) != FileVerdict::Good) {
+        return FileVerdict::Locked;
     }
     restrictDatabaseFiles(m_filePath);
     m_connection.open(connectToFile(m_filePath, QLatin1String(QSqlDatabase::defaultConnection)));
@@ -214,13 +221,13 @@ bool Database::close()
 
 void Database::disconnect()
 {
-    if (!m_connection.isOpen()) {
-        return;
+    if (m_connection.isOpen()) {
+        const QString name = m_connection.database().connectionName();
+        m_connection.database().close();
+        m_connection.close();
+        QSqlDatabase::removeDatabase(name);
     }
-    const QString name = m_connection.database().connectionName();
-    m_connection.database().close();
-    m_connection.close();
-    QSqlDatabase::removeDatabase(name);
+    m_lock.release();
 }
 
 void Database::enter(State state)

@@ -6,6 +6,7 @@
 #include <QTimer>
 
 #include "db/dq/dq_connection.h"
+#include "db/tables/file_lock.h"
 #include "db/tables/stored_rows.h"
 
 enum class FileVerdict;
@@ -18,7 +19,7 @@ enum class FileVerdict;
 //
 // - A file that is no database, or a damaged one, found at the start or later, is put aside beside
 //   itself under a name with the date; a new one takes its place with the rows that could still be
-//   read.
+//   read. That waits until no other process has it open.
 // - While another process holds the file locked, the handle is not open and every operation fails
 //   in its quiet way (false, 0, nothing found) until tryAgain() finds it free.
 // - With a folder that cannot be written, or a full disk, at the start or later, the session goes
@@ -73,6 +74,7 @@ private:
     void enter(State state);
 
     const QString m_filePath;
+    FileLock m_lock; // a share, while the connection is one to the file
     DQConnection m_connection;
     State m_state = State::Locked;
     QString m_putAside;

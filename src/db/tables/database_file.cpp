@@ -5,13 +5,13 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QUrl>
 
 #include "app/environment/data_dir.h"
+#include "db/tables/file_lock.h"
 
 namespace {
 
@@ -176,17 +176,15 @@ void restrictDatabaseFiles(const QString &filePath)
     }
 }
 
-// One process at a time: a second one would put the first one's new file aside.
+// One process at a time, and none that has the file open: it would go on in the file put aside.
 FileVerdict replaceDamagedFile(const QString &filePath, QString &putAside)
 {
-    QLockFile lock(filePath + QStringLiteral(".lock"));
-    lock.setStaleLockTime(0);
-    if (!lock.tryLock(ProbeMilliseconds)) {
-        return lock.error() == QLockFile::LockFailedError ? FileVerdict::Locked
-                                                          : FileVerdict::NoWriting;
-    }
+    FileLock lock;
     QVector<TableRows> rows;
-    const FileVerdict verdict = rescueRows(filePath, rows);
+    FileVerdict verdict = lock.take(filePath, FileLock::Part::All);
+    if (verdict == FileVerdict::Good) {
+        verdict = rescueRows(filePath, rows);
+    }
     if (verdict != FileVerdict::Damaged) {
         return verdict;
     }

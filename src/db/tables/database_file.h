@@ -40,7 +40,8 @@ void restrictDatabaseFiles(const QString &filePath);
 // Puts a new database in the place of what is none, or of a damaged one, with the rows that can
 // still be read; the old one, and SQLite's files with it, get a name with the date in it. Either
 // all of that is done, and `putAside` is the old one's new path, or nothing. Good also when another
-// process has done it meanwhile, or when there is no damage.
+// process has done it meanwhile, or when there is no damage. Locked while another process uses the
+// file, or this one does.
 [[nodiscard]] FileVerdict replaceDamagedFile(const QString &filePath, QString &putAside);
 
 // How long a connection that only looks waits for other processes.
