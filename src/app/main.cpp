@@ -128,6 +128,8 @@ int main(int argc, char *argv[])
     restoreWindow(window, settings);
     watchDatabase(window, putAsideTold);
     window.show();
+    Session::instance().setEnding(
+        [&] { return signalsToEnd.haveArrived() || !window.isVisible(); });
     const int exitCode = QApplication::exec();
 
     window.closePlayers();

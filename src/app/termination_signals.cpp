@@ -51,6 +51,7 @@ TerminationSignals::TerminationSignals()
     m_notifier = std::make_unique<QSocketNotifier>(sockets[1], QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
         m_notifier->setEnabled(false);
+        m_haveArrived = true;
         QCoreApplication::quit();
     });
     setHandler(wakeEventLoop);

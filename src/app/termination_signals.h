@@ -18,6 +18,9 @@ public:
     TerminationSignals();
     ~TerminationSignals() override;
 
+    [[nodiscard]] bool haveArrived() const { return m_haveArrived; }
+
 private:
     std::unique_ptr<QSocketNotifier> m_notifier;
+    bool m_haveArrived = false;
 };

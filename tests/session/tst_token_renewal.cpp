@@ -515,18 +515,33 @@ private slots:
         QVERIFY2(isServed, "served only after the dialog was closed");
         QCOMPARE(asked(TokenPath), 2);
     }
-    void quittingDuringTheRenewalKeepsTheNewPair()
+    void quittingDuringTheRenewalKeepsTheNewPairAndStartsNoOther()
     {
+        const UserInfo other = m_drive->logIn(1, LongAgo);
         const UserInfo user = m_drive->logIn(0, LongAgo);
         add(FaultOn(TokenPath).delay(300));
         Outcome outcome;
-        QTimer::singleShot(0, this, [&] { ask(user, outcome); });
-        QTimer::singleShot(100, QCoreApplication::instance(), &QCoreApplication::quit);
+        bool isEnding = false;
+        Session::instance().setEnding([&isEnding] { return isEnding; });
+        QTimer::singleShot(0, this, [&] {
+            ask(user, outcome);
+            ask(other, outcome);
+        });
+        QTimer::singleShot(100, this, [&] {
+            isEnding = true;
+            QCoreApplication::quit();
+        });
         QElapsedTimer clock;
         clock.start();
         QCoreApplication::exec();
         QVERIFY(clock.elapsed() < 2000);
         QVERIFY(stored(user).refreshToken.value() != user.refreshToken.value());
+        QCoreApplication::processEvents();
+        QCOMPARE(asked(TokenPath), 1);
+        isEnding = false; // one that goes on all the same renews as before
+        ask(other, outcome);
+        QTRY_COMPARE(outcome.userId, other.userId.value());
+        Session::instance().setEnding([] { return false; });
     }
 
 private:

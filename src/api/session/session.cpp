@@ -88,6 +88,11 @@ bool Session::isOthersTurn()
 // `tokenBefore` is the refresh token before the wait for another process.
 void Session::runRenewal(const QString &tokenBefore, int looks)
 {
+    if (m_isEnding()) {
+        m_renewals.clear();
+        m_waiting.clear();
+        return;
+    }
     const QString userId = m_renewals.head();
     UserInfo user;
     if (!loadUserInfo(userId, user)) {

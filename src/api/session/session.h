@@ -52,6 +52,10 @@ public:
     // for.
     void renewTokens(const QString &userId, const Continuation &next);
 
+    // Asked before each renewal: a program that ends waits for the one that is under way, not for
+    // those of further users too. Whoever waits for one that is not started hears nothing more.
+    void setEnding(const std::function<bool()> &isEnding) { m_isEnding = isEnding; }
+
     RequestPacing &pacing() { return m_pacing; }
     // Of the Open API, by what its operations meet.
     Reachability &reachability() { return m_reachability; }
@@ -75,6 +79,7 @@ private:
         TokenReply reply;
     };
 
+    std::function<bool()> m_isEnding = [] { return false; };
     Notifier m_notifier;
     std::chrono::milliseconds m_quietTime{0};
     QElapsedTimer m_sinceShown;        // not valid before the first failure
