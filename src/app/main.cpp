@@ -9,9 +9,9 @@
 #include "api/session/session.h"
 #include "app/appearance.h"
 #include "app/arguments.h"
-#include "app/bring_program_forward.h"
 #include "app/data_notices.h"
 #include "app/environment/app_settings.h"
+#include "app/last_window.h"
 #include "app/single_instance.h"
 #include "app/termination_signals.h"
 #include "app/toolkit_texts.h"
@@ -110,7 +110,8 @@ int main(int argc, char *argv[])
     if (!arguments.isNewInstance && instance.claim() == SingleInstance::Role::Second) {
         return 0;
     }
-    instance.setBringForward(&bringProgramForward);
+    const LastWindow lastWindow;
+    instance.setBringForward([&lastWindow] { return lastWindow.bringForward(); });
     prepareApplication();
     loadStyleSheet();
     AppSettings settings;

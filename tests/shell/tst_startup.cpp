@@ -17,6 +17,7 @@
 #include "app/appearance.h"
 #include "app/arguments.h"
 #include "app/data_notices.h"
+#include "app/last_window.h"
 #include "app/toolkit_texts.h"
 #include "db/application_database.h"
 #include "ui/widgets/base_window.h"
@@ -148,6 +149,46 @@ private slots:
         QSqlDatabase::removeDatabase("other");
         QVERIFY(database()->tryAgain());
         QVERIFY(!sign->isVisible());
+    }
+
+    void theWindowThatWasActiveLastComesForward_data()
+    {
+        QTest::addColumn<bool>("isFilmLast");
+        QTest::addColumn<bool>("isFilmOpen");
+        QTest::newRow("the film") << true << true;
+        QTest::newRow("the files") << false << true;
+        QTest::newRow("the files, after the film") << true << false;
+    }
+    void theWindowThatWasActiveLastComesForward()
+    {
+        QFETCH(bool, isFilmLast);
+        QFETCH(bool, isFilmOpen);
+        const LastWindow last;
+        QVERIFY(!last.bringForward());
+        QMainWindow files;
+        QWidget film;
+        for (QWidget *window : {static_cast<QWidget *>(&files), &film}) {
+            window->show();
+            window->activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(window));
+        }
+        if (!isFilmLast) {
+            files.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&files));
+        }
+        film.setVisible(isFilmOpen);
+        QDialog passing; // as a question that has been answered
+        passing.show();
+        passing.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&passing));
+        passing.hide();
+        QVERIFY(last.bringForward());
+        QWidget &expected = isFilmLast && isFilmOpen ? film : static_cast<QWidget &>(files);
+        QTRY_COMPARE(QApplication::activeWindow(), &expected);
+        QWidget &other = &expected == &film ? static_cast<QWidget &>(files) : film;
+        expected.showMinimized();
+        QVERIFY(last.bringForward());
+        QVERIFY(!expected.isMinimized() && !other.isActiveWindow());
     }
 
     void speaksChineseForTheToolkit()
