@@ -1,5 +1,7 @@
 #include "app/single_instance.h"
 
+#include <chrono>
+
 #include <QCryptographicHash>
 #include <QDebug>
 #include <QDir>
@@ -22,6 +24,7 @@ namespace {
 
 constexpr int Patience = 3000; // ms, for a first one that is busy, or still starts or ends
 constexpr int Pause = 20;      // ms between two looks
+constexpr std::chrono::seconds TimeBetweenTries(3); // to take the place of one that hangs
 const char RaiseRequest[] = "raise\n";
 const char Answer[] = "ok\n";
 
@@ -59,6 +62,8 @@ SingleInstance::SingleInstance()
     : m_folder(meetingFolder()), m_lock(m_folder + QStringLiteral("/lock"))
 {
     connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::onConnection);
+    m_succession.setInterval(TimeBetweenTries);
+    connect(&m_succession, &QTimer::timeout, this, &SingleInstance::succeed);
 }
 
 // The lock goes last: whoever gets it may take the socket's place.
@@ -105,6 +110,7 @@ SingleInstance::Role SingleInstance::claim()
         return listen();
     case Lock::OfAnother:
         qDebug() << "the program that was started before does not answer";
+        m_succession.start();
         break;
     case Lock::Impossible:
         qDebug() << "there is no folder in which a second start could find this one";
@@ -122,6 +128,18 @@ SingleInstance::Role SingleInstance::listen()
     qDebug() << "a second start will not find this one:" << m_server.errorString();
     m_lock.close();
     return Role::Beside;
+}
+
+void SingleInstance::succeed()
+{
+    const Lock found = lock();
+    if (found == Lock::OfAnother) {
+        return;
+    }
+    m_succession.stop();
+    if (found == Lock::Taken && listen() == Role::First) {
+        qDebug() << "the program that was started before is gone, this one is the first";
+    }
 }
 
 bool SingleInstance::isAnswered(int patience) const

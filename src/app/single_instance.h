@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QLocalServer>
 #include <QObject>
+#include <QTimer>
 
 class QLocalSocket;
 
@@ -20,13 +21,14 @@ public:
     enum class Role {
         First,  // later ones find this process
         Second, // the first one was asked to come forward, and does
-        Beside, // it does not answer, or there is no place to meet: this process is found by nobody
+        Beside, // found by nobody: the first one does not answer, or there is no place to meet
     };
 
     SingleInstance();
     ~SingleInstance() override;
 
-    // Waits up to 3 s for the first one's answer.
+    // Waits up to 3 s for the first one's answer. Beside one that gives none this process takes its
+    // place as soon as that has gone.
     [[nodiscard]] Role claim();
 
     // `bringForward` is called when another process was started: it may leave it to this one only
@@ -39,6 +41,7 @@ private:
     [[nodiscard]] QString socketPath() const;
     [[nodiscard]] Lock lock();
     [[nodiscard]] Role listen();
+    void succeed();
     [[nodiscard]] bool isAnswered(int patience) const;
     void onConnection();
     void onLine(QLocalSocket *caller);
@@ -46,5 +49,6 @@ private:
     const QString m_folder; // empty: there is none
     QFile m_lock;
     QLocalServer m_server;
+    QTimer m_succession;
     std::function<bool()> m_bringForward = [] { return false; };
 };
