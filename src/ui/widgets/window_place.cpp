@@ -17,11 +17,14 @@ void fitToScreen(QWidget &window, const QMargins &frame)
 {
     const QRect screen = window.screen()->availableGeometry();
     const QSize size = window.size().boundedTo(screen.marginsRemoved(frame).size());
-    if (size == window.size() || window.isMaximized() || window.isFullScreen()) {
+    // At the screen's edges too, where the user or the desktop has put it with its frame.
+    const bool isPlaced = window.testAttribute(Qt::WA_Moved);
+    const bool fitsThere = isPlaced && screen.contains(window.geometry());
+    if (size == window.size() || fitsThere || window.isMaximized() || window.isFullScreen()) {
         return;
     }
     window.resize(size);
-    if (window.testAttribute(Qt::WA_Moved)) {
+    if (isPlaced) {
         const QRect whole = QRect(window.pos(), size).marginsAdded(frame);
         window.move(qBound(screen.left(), window.x(), screen.right() + 1 - whole.width()),
                     qBound(screen.top(), window.y(), screen.bottom() + 1 - whole.height()));
