@@ -13,7 +13,6 @@
 #include "db/tables/user_info.h"
 #include "login/qr_image.h"
 #include "net/http_client.h"
-#include "net/log_failure.h"
 #include "net/web_address.h"
 #include "ui/widgets/toast.h"
 #include "ui_qr_login_dlg.h"
@@ -121,6 +120,7 @@ void QRLoginDlg::reject()
 
 void QRLoginDlg::on_btnRefreshQrcode_clicked()
 {
+    m_isCodeAwaited = true;
     refreshQRCode();
 }
 
@@ -152,7 +152,18 @@ void QRLoginDlg::refreshQRCode()
 void QRLoginDlg::onQrCodeFailed(int request)
 {
     if (request == m_codeRequests) {
-        stallWithTip(QStringLiteral("获取登录二维码请求失败"));
+        onNoCode(QStringLiteral("获取登录二维码请求失败"));
+    }
+}
+
+// With every poll an expired code asks for another one: a toast each time would help nobody.
+void QRLoginDlg::onNoCode(const QString &text)
+{
+    if (m_isCodeAwaited) {
+        stallWithTip(text);
+    } else {
+        setTip(text);
+        stall();
     }
 }
 
@@ -160,12 +171,12 @@ void QRLoginDlg::onQrCode(const QString &reply)
 {
     qDebug() << "GET_QRCODE" << reply;
     if (reply.isEmpty()) {
-        stallWithTip(QStringLiteral("获取二维码失败"));
+        onNoCode(QStringLiteral("获取二维码失败"));
         return;
     }
     m_qrcode.fromJson(objectFromText(reply));
     if (m_qrcode.qrCodeUrl.isEmpty()) {
-        stallWithTip(QStringLiteral("获取登录二维码失败"));
+        onNoCode(QStringLiteral("获取登录二维码失败"));
         return;
     }
     drawQrCode(endpoints().web + QStringLiteral("/o/oauth/authorize?sid=") + m_qrcode.sid);
@@ -229,24 +240,27 @@ void QRLoginDlg::onPollFailed(int poll)
 }
 
 // What is said of a code that is shown no longer changes nothing, as its failed poll ends nothing.
+// Only what the phone has allowed counts still: it says so once, and the user has seen that.
 void QRLoginDlg::onStatus(int poll, const QString &reply)
 {
-    if (poll != m_polls) {
+    const auto scan = recordFromText<QueryScanQrCodeResp>(reply);
+    const ScanStatus *row = scanStatus(scan.status);
+    const AfterPoll next = row != nullptr ? row->next : AfterPoll::PollAgain;
+    if (poll != m_polls && (next != AfterPoll::ExchangeCode || m_exchange.isPending())) {
         return;
     }
-    const auto scan = recordFromText<QueryScanQrCodeResp>(reply);
     qDebug() << "oauth/qrcode status=" << scan.status;
-    const ScanStatus *row = scanStatus(scan.status);
     if (row != nullptr && !row->tip.isEmpty()) {
         setTip(row->tip);
     }
-    switch (row != nullptr ? row->next : AfterPoll::PollAgain) {
+    switch (next) {
     case AfterPoll::ExchangeCode:
         m_timer->stop();
         getAccessToken(scan);
         return;
     case AfterPoll::RequestCode:
         if (!m_code.isPending()) { // every poll says so until the new code is there
+            m_isCodeAwaited = false;
             refreshQRCode();
         }
         break;
@@ -266,11 +280,12 @@ void QRLoginDlg::getAccessToken(const QueryScanQrCodeResp &scan)
     };
     const QString query = QStringLiteral("/app/oauth/accessToken?alphaTestNum=&authCode=") +
                           percentEncoded(scan.authCode);
-    m_replies.limitWait(HttpClient(endpoints().backend + query)
-                            .once() // the code works once
-                            .success(m_replies.guard(logWord, done))
-                            .fail(m_replies.guard(logWord, failed))
-                            .get());
+    m_exchange = HttpClient(endpoints().backend + query)
+                     .once() // the code works once
+                     .success(m_replies.guard(logWord, done))
+                     .fail(m_replies.guard(logWord, failed))
+                     .get();
+    m_replies.limitWait(m_exchange);
 }
 
 void QRLoginDlg::onAccessToken(const QString &reply)
@@ -298,9 +313,10 @@ void QRLoginDlg::getDriveInfo(const AccessTokenResp &token)
         qDebug() << "getDriveInfo fail" << error;
         stallWithToast(NoDriveInfo);
     };
-    m_replies.limitWait(
+    m_exchange =
         OpenApiClient::forAccessToken(token.accessToken)
-            .driveInfoText(m_replies.guard(logWord, done), m_replies.guard(logWord, failed)));
+            .driveInfoText(m_replies.guard(logWord, done), m_replies.guard(logWord, failed));
+    m_replies.limitWait(m_exchange);
 }
 
 void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
@@ -312,35 +328,12 @@ void QRLoginDlg::onDriveInfo(const QString &reply, const AccessTokenResp &token)
         stallWithToast(NoDriveInfo);
         return;
     }
-    const UserInfo user = loggedInUser(drive, token);
-    if (isRefused(reply)) {
-        finishLogin(user, QStringLiteral("账号异常:") + drive.status);
-    } else if (drive.nick_name.isEmpty()) {
-        askForName(user, token.accessToken);
-    } else {
-        finishLogin(user, QString());
-    }
+    finishLogin(loggedInUser(drive, token),
+                isRefused(reply) ? QStringLiteral("账号异常:") + drive.status : QString());
 }
 
-// The login does not fail for want of a name.
-void QRLoginDlg::askForName(const UserInfo &user, const QString &accessToken)
-{
-    const QString logWord = QStringLiteral("getUserInfo");
-    const auto done = [this, user](const UserInfoResp &reply) {
-        UserInfo named = user;
-        named.nickname = reply.name;
-        finishLogin(named, QString());
-    };
-    const auto failed = [this, user, logWord](const QString &error, int code) {
-        logFailure(logWord, code, error);
-        finishLogin(user, QString());
-    };
-    m_replies.limitWait(
-        OpenApiClient::forAccessToken(accessToken)
-            .userInfo(m_replies.guard(logWord, done), m_replies.guard(logWord, failed)));
-}
-
-// A refused account is stored and becomes the current one all the same.
+// A refused account is stored and becomes the current one all the same. Nobody waits for a name
+// that the drive's information lacks: what was allowed is kept at once, a name comes later.
 void QRLoginDlg::finishLogin(UserInfo user, const QString &refusal)
 {
     UserInfo stored;

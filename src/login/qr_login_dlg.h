@@ -47,11 +47,11 @@ private:
 
     void onQrCode(const QString &reply);
     void onQrCodeFailed(int request);
+    void onNoCode(const QString &text);
     void onStatus(int poll, const QString &reply);
     void onAccessToken(const QString &reply);
     void onPollFailed(int poll);
     void onDriveInfo(const QString &reply, const AccessTokenResp &token);
-    void askForName(const UserInfo &user, const QString &accessToken);
     void finishLogin(UserInfo user, const QString &refusal);
 
     void drawQrCode(const QString &content);
@@ -67,8 +67,10 @@ private:
     QrcodeResponse m_qrcode;
     QString m_accessToken;
     int m_codeRequests = 0;
-    int m_polls = 0;     // and codes: a poll of an earlier code is not the last one
-    PendingReply m_code; // the newest request for one
+    int m_polls = 0;             // and codes: a poll of an earlier code is not the last one
+    bool m_isCodeAwaited = true; // by the user; not one that takes an expired one's place
+    PendingReply m_code;         // the newest request for one
     PendingReply m_poll;
-    ReplyGuard m_replies; // dismissed once the dialog is closed
+    PendingReply m_exchange; // what follows a code that was confirmed
+    ReplyGuard m_replies;    // dismissed once the dialog is closed
 };

@@ -297,8 +297,7 @@ private slots:
             "账号异常:", "n");
         row("is written otherwise", R"("user_id": "u", "nick_name": "n", "status": "Enabled")",
             "账号异常:Enabled", "n");
-        row("has its name elsewhere", R"("user_id": "u", "status": "enabled")", {}, "青柚用户");
-        row("has no name anywhere", R"("user_id": "u", "status": "enabled")", {}, {});
+        row("has no name, or not here", R"("user_id": "u", "status": "enabled")", {}, {});
         row("had a name", R"("user_id": "known", "status": "enabled")", {}, "老用户");
         row("has no id", R"("status": "enabled", "nick_name": "n")", "获取用户云盘信息失败", {});
     }
@@ -309,8 +308,7 @@ private slots:
         QFETCH(QString, name);
         AppSettings().setCurUserId("someone");
         server().addFault(FaultOn(DrivePath).body(driveInfo.toStdString()));
-        const bool isNameless = name.isEmpty() || name == "老用户";
-        server().addFault(FaultOn("/oauth/users/info").times(isNameless ? 1 : 0).status(500));
+        server().addFault(FaultOn("/oauth/users/info").always().freezes()); // no login waits for it
         UserInfo known;
         known.userId = QString("known");
         known.nickname = QString("老用户");
@@ -334,9 +332,7 @@ private slots:
     {
         open();
         hurry();
-        server().addFault(FaultOn(StatusPath)
-                              .delay(300)
-                              .body(R"({"authCode": "old", "status": "LoginSuccess"})"));
+        server().addFault(FaultOn(StatusPath).delay(300).body(R"({"status": "ScanSuccess"})"));
         server().addFault(FaultOn(TokenPath).freezes());
         const int before = polls(0);
         QTRY_VERIFY(polls(0) > before);
@@ -352,6 +348,22 @@ private slots:
         QTest::qWait(100);
         QCOMPARE(polls(1), polled);
         QCOMPARE(asked(TokenPath), 1);
+    }
+    void whatWasAllowedCountsAlsoForACodeThatWasReplaced()
+    {
+        open();
+        hurry();
+        server().addFault(FaultOn(StatusPath).delay(300));
+        const int before = polls(0);
+        confirm();
+        QTRY_VERIFY(polls(0) > before);
+        LogCapture log;
+        refresh();
+        QTRY_COMPARE(m_dialog->result(), 1);
+        QCOMPARE(codes(), std::size_t(2));
+        QCOMPARE(asked(TokenPath), 1);
+        QVERIFY(log.contains("oauth/qrcode status= \"LoginSuccess\""));
+        QCOMPARE(countUsers(), 1);
     }
     void onlyTheNewestCodesFailureCounts()
     {
@@ -384,6 +396,19 @@ private slots:
         QCOMPARE(asked(QrPath), 2);
         refresh(); // beside the one that is open
         QTRY_COMPARE(asked(QrPath), 3);
+    }
+    void onlyACodeThatTheUserAskedForFailsAloud()
+    {
+        open();
+        hurry();
+        server().addFault(FaultOn(StatusPath).always().body(R"({"status": "QRCodeExpired"})"));
+        server().addFault(FaultOn(QrPath).always().status(500));
+        const QString failed = "获取登录二维码请求失败";
+        QTRY_VERIFY(asked(QrPath) > 3);
+        QCOMPARE(tip(), failed);
+        QCOMPARE(toasts(), QStringList());
+        refresh();
+        QTRY_COMPARE(toasts(), QStringList{failed});
     }
     void aCodesSidIsPolledIfItHasOne()
     {

@@ -133,6 +133,43 @@ private slots:
         QCOMPARE(dialog.nickname(), QString("<b>R&D</b>"));
     }
 
+    void aMissingNameComesLater_data()
+    {
+        QTest::addColumn<QString>("meanwhile");
+        QTest::addColumn<QStringList>("shown");
+        QTest::addColumn<QString>("nickname");
+        QTest::newRow("of the current user") << "" << QStringList{Ming, Red} << Red;
+        QTest::newRow("of another user") << "switched" << QStringList{Ming, Red} << Ming;
+        QTest::newRow("beside a newer one") << "named" << QStringList{Ming, "红"} << "红";
+        QTest::newRow("for nobody") << "removed" << QStringList{Ming, ""} << "";
+    }
+    void aMissingNameComesLater()
+    {
+        QFETCH(QString, meanwhile);
+        QFETCH(QStringList, shown);
+        const QString path = "/oauth/users/info";
+        m_drive->server().addFault(FaultOn(path.toStdString()).delay(300));
+        const UserInfo user = m_drive->logIn(2);
+        const FileDialog dialog;
+        QCOMPARE(tabTexts(dialog), QStringList({Ming, ""}));
+        QTRY_COMPARE(m_drive->requests(path).size(), std::size_t(1));
+        if (meanwhile == "switched") {
+            emit tabs(dialog)->tabBarClicked(0);
+        } else if (meanwhile == "named") {
+            logInAs(*m_drive, "红", 2);
+        } else if (meanwhile == "removed") {
+            removeUser(user.userId.value());
+        }
+        settle(*m_drive);
+        QTRY_COMPARE(tabTexts(dialog), shown);
+        QTEST(dialog.nickname(), "nickname");
+        UserInfo stored;
+        QCOMPARE(loadUserInfo(user.userId.value(), stored), meanwhile != "removed");
+        QCOMPARE(stored.nickname.value(), shown.at(1));
+        QVERIFY(meanwhile == "named" || stored.accessToken.value() == user.accessToken.value() ||
+                meanwhile == "removed");
+    }
+
     void keysTurnToAUserLikeAClick_data()
     {
         QTest::addColumn<int>("from");

@@ -59,6 +59,9 @@ void removeUser(const QString &userId);
                                const QString &refreshToken, const QString &tokenType,
                                int expiresIn);
 
+// Gives a stored user who has no name this one; nothing else of the row changes.
+void storeMissingNickname(const QString &userId, const QString &nickname);
+
 // --- folders
 
 using FolderChange = std::function<void(FolderSetting &setting)>;

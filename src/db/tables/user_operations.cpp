@@ -140,3 +140,17 @@ bool storeTokens(const QString &userId, const QString &accessToken, const QStrin
         return saveAndCommit(user, false, transaction);
     });
 }
+
+void storeMissingNickname(const QString &userId, const QString &nickname)
+{
+    withRecovery([&] {
+        UserInfo user;
+        DQTransaction transaction(user.metaInfo()->connection());
+        if (!transaction.isActive() || findUser(userId, user) != LookUp::Found ||
+            !user.nickname.value().isEmpty()) {
+            return false;
+        }
+        user.nickname = nickname;
+        return saveAndCommit(user, false, transaction);
+    });
+}

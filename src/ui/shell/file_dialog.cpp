@@ -3,10 +3,13 @@
 #include <QCoreApplication>
 #include <QDebug>
 
+#include "api/records/account_records.h"
+#include "api/session/open_api_client.h"
 #include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
 #include "login/qr_login_dlg.h"
+#include "net/log_failure.h"
 #include "player/session/play_request.h"
 #include "ui/files/cloud_file_dialog.h"
 #include "ui/files/file_batches.h"
@@ -108,6 +111,7 @@ void FileDialog::addTab(const UserInfo &user)
             &TransDialog::onStartDownload);
     m_ui->userTab->addUser(page, nickname);
     loadAvatar(user, page);
+    loadName(user);
 }
 
 void FileDialog::connectAccounts(CloudFileDialog *page)
@@ -124,6 +128,44 @@ void FileDialog::loadAvatar(const UserInfo &user, CloudFileDialog *page)
         m_ui->userTab->setTabIcon(m_ui->userTab->indexOf(page), avatar);
     });
     loader->load(user.avatar.value());
+}
+
+// A login goes on without a name where the drive's information has none.
+void FileDialog::loadName(const UserInfo &user)
+{
+    if (!user.nickname.value().isEmpty()) {
+        return;
+    }
+    const auto done = [this, userId = user.userId.value()](const UserInfoResp &reply) {
+        if (!reply.name.isEmpty()) {
+            storeMissingNickname(userId, reply.name);
+            showName(userId);
+        }
+    };
+    const auto failed = [](const QString &error, int code) {
+        logFailure(QStringLiteral("getUserInfo"), code, error);
+    };
+    m_replies.limitWait(
+        OpenApiClient(user).userInfo(m_replies.guard(done), m_replies.guard(failed)));
+}
+
+// The stored name of a user whose tab has none yet.
+void FileDialog::showName(const QString &userId)
+{
+    const auto shown = std::find_if(m_users.begin(), m_users.end(), [&userId](const auto &user) {
+        return user.userId.value() == userId;
+    });
+    UserInfo stored;
+    if (shown == m_users.end() || !loadUserInfo(userId, stored)) {
+        return;
+    }
+    shown->nickname = stored.nickname;
+    const int index = int(shown - m_users.begin());
+    m_ui->userTab->setUserName(index, stored.nickname.value());
+    if (AppSettings().curUserId() == userId) {
+        m_nickname = stored.nickname.value();
+        emit userSwitched(m_nickname, pageAt(index)->diskSpace());
+    }
 }
 
 void FileDialog::makeUserCurrent(int index)

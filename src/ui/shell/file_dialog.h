@@ -5,6 +5,7 @@
 #include <QList>
 
 #include "db/tables/user_info.h"
+#include "net/reply_guard.h"
 #include "ui/widgets/dialog_page.h"
 
 class CloudFileDialog;
@@ -74,6 +75,8 @@ private:
     void onUserChanged(int changeType, int pos, int skipToPos, const QString &nickname);
     void onListSettingsChanged(const CloudFileDialog *changed);
     void loadAvatar(const UserInfo &user, CloudFileDialog *page);
+    void loadName(const UserInfo &user);
+    void showName(const QString &userId);
     [[nodiscard]] CloudFileDialog *pageAt(int index) const;
     [[nodiscard]] QList<CloudFileDialog *> pages() const;
 
@@ -83,4 +86,5 @@ private:
     FileNames *const m_names; // go after all pages
     QList<UserInfo> m_users;  // in the order of the tabs
     QString m_nickname;
+    ReplyGuard m_replies;
 };

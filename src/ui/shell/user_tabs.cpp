@@ -12,10 +12,16 @@ UserTabs::UserTabs(QWidget *parent) : QTabWidget(parent)
 
 int UserTabs::addUser(QWidget *page, const QString &nickname)
 {
-    QString text = visibleName(nickname);
-    const int index = addTab(page, text.replace(QLatin1Char('&'), QLatin1String("&&")));
-    setTabToolTip(index, nameTip(nickname));
+    const int index = addTab(page, QString());
+    setUserName(index, nickname);
     return index;
+}
+
+void UserTabs::setUserName(int index, const QString &nickname)
+{
+    QString text = visibleName(nickname);
+    setTabText(index, text.replace(QLatin1Char('&'), QLatin1String("&&")));
+    setTabToolTip(index, nameTip(nickname));
 }
 
 bool UserTabs::eventFilter(QObject *watched, QEvent *event)

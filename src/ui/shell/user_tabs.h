@@ -14,6 +14,7 @@ public:
     explicit UserTabs(QWidget *parent = nullptr);
 
     int addUser(QWidget *page, const QString &nickname);
+    void setUserName(int index, const QString &nickname);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
