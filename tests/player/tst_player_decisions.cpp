@@ -112,7 +112,7 @@ private slots:
     void thePageHasEveryKey()
     {
         using Action = PlayerKeys::Action;
-        const auto last = static_cast<int>(Action::ShowKeys);
+        const auto last = static_cast<int>(PlayerKeys::ActionCount);
         const QList<KeyLine> page = PlayerKeys::page();
         QCOMPARE(page.size(), last + 3); // and three steps
         for (const KeyLine &line : page) {

@@ -1,6 +1,7 @@
 #include "player/window/player_actions.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "player/mpv/mpv_widget.h"
 #include "player/session/chapters.h"
@@ -89,6 +90,7 @@ void PlayerActions::shiftSubtitles(int tenths)
 
 void PlayerActions::run(PlayerKeys::Action action)
 {
+    static_assert(std::size(Deeds) == PlayerKeys::ActionCount, "an action lacks its deed");
     for (const Deed &deed : Deeds) {
         if (deed.action == action) {
             deed.run(*this);

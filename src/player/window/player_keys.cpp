@@ -81,6 +81,7 @@ constexpr Name Names[] = {
     {Action::TakeScreenshot, "截图"},
     {Action::ShowKeys, "快捷键"},
 };
+static_assert(std::size(Names) == PlayerKeys::ActionCount, "an action lacks its name");
 
 template <class Fits>
 QString namesWhere(Fits fits)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include <QList>
 #include <QString>
 #include <Qt>
@@ -30,8 +32,10 @@ public:
         NextChapter,
         PreviousChapter,
         TakeScreenshot,
-        ShowKeys,
+        ShowKeys, // stays the last
     };
+    // Without None. Each has a name and a deed.
+    static constexpr std::size_t ActionCount = static_cast<std::size_t>(Action::ShowKeys);
 
     // Takes one key press and returns what it asks for, besides a seek by increment().
     Action press(int key, Qt::KeyboardModifiers modifiers);

@@ -10,6 +10,8 @@
 #include "ui/files/file_table.h"
 #include "ui/widgets/sort_table_widget_item.h"
 
+static_assert(FileTable::ColumnCount == FileColumnCount, "a column lacks its row and its cell");
+
 namespace {
 
 QDateTime timeOf(const QString &serverTime)
@@ -28,7 +30,7 @@ FileCells makeFileCells(const FileItem &file, FileKind kind)
 {
     const bool isFolder = kind == FileKind::Folder;
     const QDateTime updated = timeOf(file.updated_at);
-    const FileCells cells{
+    const std::array cells{
         SortTableWidgetItem::forName(file.name),
         SortTableWidgetItem::forValue(isFolder ? QString() : formatSize(file.size),
                                       file.size.toLongLong()),

@@ -2,13 +2,15 @@
 
 #include <array>
 
+#include "ui/files/file_columns.h"
+
 class FileItem;
 class QTableWidgetItem;
 class SortTableWidgetItem;
 enum class FileKind;
 
 // The cells of one entry in the file table, one for each column.
-using FileCells = std::array<SortTableWidgetItem *, 4>;
+using FileCells = std::array<SortTableWidgetItem *, FileColumnCount>;
 
 // New ones, the caller's, without a sign of what was watched.
 [[nodiscard]] FileCells makeFileCells(const FileItem &file, FileKind kind);

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <array>
+
 #include <QString>
-#include <QVector>
 
 struct FileColumn
 {
@@ -10,5 +11,7 @@ struct FileColumn
     QString orderField; // the drive's word for the order by it
 };
 
-// Those of the file table, in its order.
-const QVector<FileColumn> &fileColumns();
+constexpr int FileColumnCount = 4;
+
+// Those of the file table, in its order, which is FileTable::Column's and that of FileCells.
+const std::array<FileColumn, FileColumnCount> &fileColumns();

@@ -37,7 +37,7 @@ FileTable::FileTable(QWidget *parent) : RowTable(parent)
 
 QString FileTable::orderField(int column)
 {
-    return fileColumns().at(qBound(0, column, int(TypeColumn))).orderField;
+    return fileColumns().at(qBound(0, column, ColumnCount - 1)).orderField;
 }
 
 void FileTable::setUpHeader()
@@ -256,7 +256,7 @@ void FileTable::sortUntold()
     }
     QItemSelection rows;
     for (const QPersistentModelIndex &index : qAsConst(selected)) {
-        rows.append(QItemSelectionRange(index, index.sibling(index.row(), TypeColumn)));
+        rows.append(QItemSelectionRange(index, index.sibling(index.row(), ColumnCount - 1)));
     }
     selectionModel()->select(rows, QItemSelectionModel::Select);
     updateEditorGeometries();
