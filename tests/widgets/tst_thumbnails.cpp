@@ -5,6 +5,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include "api/session/session.h"
 #include "net/scripted_server.h"
 #include "player/clips.h"
 #include "session/drive_fixture.h"
@@ -192,6 +193,28 @@ private slots:
         QTRY_COMPARE(asked(), std::size_t(3));
         QTRY_VERIFY(thumbnails.isIdle());
         m_drive->server().clearFaults();
+    }
+
+    // The last one: from then on the user is held back, who is the same in each test.
+    void asksAgainWhenNobodyElseWaits()
+    {
+        ScriptedServer server([](const ReceivedRequest & /*request*/) {
+            return answer("200 OK", encoded({100, 50}, "jpeg"));
+        });
+        const QString record = QString(R"({"thumbnail": "%1"})").arg(server.url());
+        m_drive->server().addFault(FaultOn("openFile/get").status(429, "TooManyRequests"));
+        m_drive->server().addFault(FaultOn("openFile/get").status(200).body(record.toStdString()));
+        Session::instance().pacing().hold(m_user.userId.value(), "any", std::chrono::seconds(1));
+        Thumbnails thumbnails;
+        thumbnails.setUser(m_user);
+        thumbnails.want({{"f", QString()}});
+        OpenApiClient(m_user).spaceInfo({}, {});
+        QTRY_VERIFY(!thumbnails.picture("f").isNull());
+        QStringList asked;
+        for (const localdrive::RequestRecord &request : m_drive->server().requests()) {
+            asked << text(request.path).section('/', -1);
+        }
+        QCOMPARE(asked.join(' '), "getSpaceInfo get get");
     }
 
 private:

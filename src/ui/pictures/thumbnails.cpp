@@ -7,6 +7,7 @@
 #include <QUrlQuery>
 
 #include "api/records/file_records.h"
+#include "api/session/refusal_note.h"
 #include "api/session/session.h"
 #include "db/tables/user_info.h"
 #include "net/http_client.h"
@@ -118,20 +119,31 @@ void Thumbnails::start(const WantedThumbnail &file)
     } else if (!m_isAsking) {
         // One after the other: the drive counts the calls of a second, and others need them more.
         m_fetches[file.fileId] = {};
-        askForAddress(file.fileId);
+        askForAddress(file.fileId, 1);
     }
 }
 
-void Thumbnails::askForAddress(const QString &fileId)
+// Nobody waits for a picture: whatever else is asked for goes before it.
+void Thumbnails::askForAddress(const QString &fileId, int attempt)
 {
     Fetch &fetch = m_fetches[fileId];
     fetch.wasRenewed = true;
     fetch.isAsking = true;
     m_isAsking = true;
-    fetch.reply = m_client->fileDetails(
-        fileId,
-        m_replies.guard([this, fileId](const FileItem &record) { onRecord(fileId, record); }),
-        m_replies.guard([this, fileId](const QString & /*error*/, int /*code*/) { fail(fileId); }));
+    const RefusalNote refusal;
+    const auto done =
+        m_replies.guard([this, fileId](const FileItem &record) { onRecord(fileId, record); });
+    const auto failed =
+        m_replies.guard([this, fileId, refusal, attempt](const QString & /*error*/, int code) {
+            if (refusal.mayAskAgain(CallKind::Reading, code, attempt)) {
+                askForAddress(fileId, attempt + 1);
+            } else {
+                fail(fileId);
+            }
+        });
+    const OpenApiClient client =
+        m_client->inTurn(RequestTurn::Ahead).whenRefused(refusal.handler());
+    fetch.reply = client.fileDetails(fileId, done, failed);
     m_replies.limitWait(fetch.reply);
 }
 
@@ -177,7 +189,7 @@ void Thumbnails::onDownloadFailed(const QString &fileId)
         }
         finish(fileId);
     } else {
-        askForAddress(fileId);
+        askForAddress(fileId, 1);
     }
 }
 

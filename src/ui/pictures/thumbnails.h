@@ -64,7 +64,8 @@ private:
 
     void startNext();
     void start(const WantedThumbnail &file);
-    void askForAddress(const QString &fileId);
+    // The first attempt is 1.
+    void askForAddress(const QString &fileId, int attempt);
     void download(const QString &fileId, const QString &address);
     void onRecord(const QString &fileId, const FileItem &record);
     void onBytes(const QString &fileId, const QByteArray &bytes);
