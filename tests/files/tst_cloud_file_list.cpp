@@ -9,6 +9,7 @@
 #include <QToolButton>
 #include <QWheelEvent>
 
+#include "api/session/open_api_client.h"
 #include "app/environment/app_settings.h"
 #include "files/drive_page.h"
 #include "player/session/play_request.h"
@@ -221,7 +222,7 @@ private slots:
         const bool isLost = QByteArray(QTest::currentDataTag()).startsWith("when");
         m_drive->server().addFault(isLost ? fault.cuts() : fault.status(500));
         if (isLost) {
-            m_drive->server().addFault(FaultOn("getSpaceInfo").status(500));
+            m_drive->server().addFault(FaultOn("getSpaceInfo").times(2).status(500));
         }
         const DrivePage page(m_user);
         QTRY_COMPARE(page.count(), "200项");
@@ -693,9 +694,11 @@ private slots:
     {
         make({"a"});
         m_drive->server().addFault(FaultOn(List).times(2).status(429, "TooManyRequests"));
+        m_drive->server().addFault(FaultOn("getSpaceInfo").status(429, "TooManyRequests"));
         const DrivePage page(m_user);
         QTRY_COMPARE(page.count(), "1项");
         QCOMPARE(markersOf(*m_drive).size(), 3);
+        QTRY_VERIFY(!page.dialog.diskSpace().isEmpty());
     }
 
 private:

@@ -7,14 +7,11 @@
 #include <QStyledItemDelegate>
 #include <QToolButton>
 
-#include "api/records/account_records.h"
-#include "api/session/refusal_note.h"
-#include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "app/environment/formatting.h"
 #include "db/tables/operations.h"
-#include "net/http_client.h"
 #include "player/session/play_request.h"
+#include "ui/files/disk_space.h"
 #include "ui/files/file_actions.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_browser.h"
@@ -59,10 +56,7 @@ QString selectionText(const FileTable &table)
 
 CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, FileNames *names,
                                  QWidget *parent)
-    : DialogPage(parent)
-    , m_ui(std::make_unique<Ui::CloudFileDialog>())
-    , m_user(user)
-    , m_client(user)
+    : DialogPage(parent), m_ui(std::make_unique<Ui::CloudFileDialog>()), m_user(user)
 {
     m_ui->setupUi(this);
     setUpForm();
@@ -75,9 +69,7 @@ CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, Fil
     connect(m_qualityMenu, &QualityMenu::chosen, this, &CloudFileDialog::listSettingsChanged);
     initVideoQualityMenu();
     m_browser->reload();
-    requestDiskSpace();
-    connect(&Session::instance().reachability(), &Reachability::returned, this,
-            &CloudFileDialog::onServerReturned);
+    setUpDiskSpace();
 }
 
 CloudFileDialog::~CloudFileDialog() = default;
@@ -136,6 +128,13 @@ void CloudFileDialog::setUpPath()
     connect(path, &QAbstractItemModel::rowsInserted, this, update);
     connect(path, &QAbstractItemModel::rowsRemoved, this, update);
     update();
+}
+
+void CloudFileDialog::setUpDiskSpace()
+{
+    m_diskSpace = new DiskSpace(m_user, this);
+    connect(m_diskSpace, &DiskSpace::arrived, this, &CloudFileDialog::onDiskSpace);
+    m_diskSpace->request();
 }
 
 void CloudFileDialog::setUpActions(FileBatches *batches, FileNames *names)
@@ -361,7 +360,7 @@ void CloudFileDialog::on_btnRefresh_clicked()
 void CloudFileDialog::refreshRest()
 {
     m_ui->fileNameSearch->clear();
-    requestDiskSpace();
+    m_diskSpace->request();
 }
 
 void CloudFileDialog::on_fileNameSearch_textChanged(const QString & /*text*/)
@@ -449,7 +448,7 @@ void CloudFileDialog::onBatchFinished(const FileBatch &batch)
     if (batch.needsListing) {
         m_browser->listAnew(order.sourceFolderId);
     }
-    requestDiskSpace();
+    m_diskSpace->request();
 }
 
 void CloudFileDialog::initVideoQualityMenu()
@@ -458,42 +457,20 @@ void CloudFileDialog::initVideoQualityMenu()
     m_qualityMenu->showStored();
 }
 
-void CloudFileDialog::requestDiskSpace()
+QString CloudFileDialog::diskSpace() const
 {
-    m_lacksDiskSpace = false;
-    m_spaceReplies.abandon(); // an earlier answer that comes later knows less
-    const QString logWord = QStringLiteral("getSpaceInfo");
-    const RefusalNote refusal;
-    const auto failed = m_spaceReplies.guard(logWord, [this](const QString &error, int /*code*/) {
-        qDebug() << "getSpaceInfo erro:" << error;
-        m_lacksDiskSpace = true;
-    });
-    const auto done =
-        m_spaceReplies.guard(logWord, [this, refusal, failed](const SpaceInfo &space) {
-            if (refusal.saysNotJson()) {
-                failed(QStringLiteral("no JSON"), HttpClient::LocalFailure);
-            } else {
-                onDiskSpace(space);
-            }
-        });
-    m_spaceReplies.limitWait(m_client.whenRefused(refusal.handler()).spaceInfo(done, failed));
+    return m_diskSpace->text();
 }
 
-void CloudFileDialog::onServerReturned()
+double CloudFileDialog::usedShare() const
 {
-    if (m_lacksDiskSpace) {
-        requestDiskSpace();
-    }
+    return m_diskSpace->usedShare();
 }
 
-void CloudFileDialog::onDiskSpace(const SpaceInfo &space)
+void CloudFileDialog::onDiskSpace()
 {
-    const SpaceInfoItem &drive = space.personal_space_info;
-    m_usedShare = drive.total_size > 0 ? double(drive.used_size) / double(drive.total_size) : -1;
-    m_diskSpace = formatSize(QString::number(drive.used_size)) + QStringLiteral(" / ") +
-                  formatSize(QString::number(drive.total_size));
     if (AppSettings().curUserId() == userId()) {
-        QString info = m_diskSpace;
+        QString info = diskSpace();
         emit refreshDiskSpace(info);
     }
 }

@@ -2,11 +2,10 @@
 
 #include <memory>
 
-#include "api/session/open_api_client.h"
 #include "db/tables/user_info.h"
-#include "net/reply_guard.h"
 #include "ui/widgets/dialog_page.h"
 
+class DiskSpace;
 class FileActions;
 class FileBatches;
 class FileBrowser;
@@ -17,7 +16,6 @@ class QAction;
 class QModelIndex;
 class QTableWidgetItem;
 class QualityMenu;
-class SpaceInfo;
 class WatchMarks;
 class WaitingSpinnerWidget;
 struct BatchFile;
@@ -36,17 +34,17 @@ class CloudFileDialog final : public DialogPage
     Q_DISABLE_COPY_MOVE(CloudFileDialog)
 
 public:
-    // Asks for the root folder and the disk space at once. The batches and the names belong to the
-    // program and must outlive the page; without them it makes its own.
+    // Asks for the root folder and the disk space at once. The batches and the names
+    // belong to the program and must outlive the page; without them it makes its own.
     explicit CloudFileDialog(const UserInfo &user, FileBatches *batches = nullptr,
                              FileNames *names = nullptr, QWidget *parent = nullptr);
     ~CloudFileDialog() override;
 
     [[nodiscard]] QString userId() const { return m_user.userId.value(); }
     // "used / total" as of the last reply; empty before the first.
-    [[nodiscard]] QString diskSpace() const { return m_diskSpace; }
+    [[nodiscard]] QString diskSpace() const;
     // How much of it is used, 0 to 1; negative while that is not known.
-    [[nodiscard]] double usedShare() const { return m_usedShare; }
+    [[nodiscard]] double usedShare() const;
     // What is shown, loaded and selected, beyond the count of entries; empty when that says it all.
     [[nodiscard]] QString listStatus() const { return m_listStatus; }
 
@@ -102,6 +100,7 @@ private:
     void setUpBrowser();
     void setUpPath();
     void setUpActions(FileBatches *batches, FileNames *names);
+    void setUpDiskSpace();
     void setUpShortcuts();
     void restoreListState();
     void saveListState();
@@ -116,21 +115,15 @@ private:
     void onFolderCreated(const QString &fileId);
     void onFileDone(const FileBatch &batch, const BatchFile &file);
     void onBatchFinished(const FileBatch &batch);
-    void requestDiskSpace();
-    void onServerReturned();
-    void onDiskSpace(const SpaceInfo &space);
+    void onDiskSpace();
 
     const std::unique_ptr<Ui::CloudFileDialog> m_ui;
     const UserInfo m_user;
-    const OpenApiClient m_client;
     FileBrowser *m_browser = nullptr;
     FileActions *m_actions = nullptr;
     WatchMarks *m_watchMarks = nullptr;
     QualityMenu *m_qualityMenu = nullptr;
     WaitingSpinnerWidget *m_spinner = nullptr;
-    QString m_diskSpace;
-    double m_usedShare = -1;
-    bool m_lacksDiskSpace = false; // it could not be had
+    DiskSpace *m_diskSpace = nullptr;
     QString m_listStatus;
-    ReplyGuard m_spaceReplies;
 };
