@@ -595,6 +595,18 @@ private slots:
         QTRY_COMPARE(toasts(), QStringList{"复制下载链接成功"});
         const QString link = QGuiApplication::clipboard()->text();
         QVERIFY2(link.startsWith(text(m_drive->server().baseUrl())), qPrintable(link));
+        // The earlier of two answers last.
+        const FaultOn address("getDownloadUrl");
+        m_drive->server().addFault(FaultOn(address).body(R"({"url":"a"})").delay(300));
+        m_drive->server().addFault(FaultOn(address).body(R"({"url":"b"})"));
+        page.doubleClick("动画");
+        QTRY_COMPARE(page.names(), QStringList{"a.txt"});
+        copy({"a.txt"});
+        QTRY_COMPARE(m_drive->requests(OpenFile + "getDownloadUrl").size(), 2U);
+        copy({"a.txt"});
+        QTRY_COMPARE(toasts(), QStringList{"复制下载链接成功"});
+        settle(*m_drive);
+        QCOMPARE(QGuiApplication::clipboard()->text(), "b");
     }
 
 private:

@@ -16,6 +16,7 @@
 #include "support/test_main.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_names.h"
+#include "ui/files/link_copy.h"
 #include "ui/shell/file_dialog.h"
 
 namespace {
@@ -281,6 +282,9 @@ private slots:
         if (isName) {
             const std::chrono::seconds pause(2);
             Session::instance().pacing().hold(m_ming.userId.value(), "", pause);
+            if (leaves) {
+                dialog.findChild<LinkCopy *>()->copy(m_ming, "f1");
+            }
             dialog.names()->createFolder(m_ming, "root", "新");
         } else {
             batches.start(order);
@@ -342,17 +346,25 @@ private slots:
         QTest::addColumn<QString>("told");
         QTest::newRow("a new name") << "重命名失败：没有权限";
         QTest::newRow("a new folder") << "新建文件夹失败：没有权限";
+        QTest::newRow("a link") << "复制下载链接失败";
     }
     void whatFailsIsToldWithoutItsPage()
     {
         QFETCH(QString, told);
         m_drive->server().makeFile("a.txt", "x");
-        m_drive->server().addFault(FaultOn("update|create").status(403));
+        m_drive->server().addFault(FaultOn("update|create|getDownloadUrl").status(403));
         const FileDialog dialog;
         const auto table = [&dialog] { return inPage<FileTable>(dialog, 0, "fileList"); };
         QTRY_COMPARE(table()->rowCount(), 1);
         if (told.startsWith("重")) {
             table()->item(0, 0)->setText("b.txt");
+        } else if (told.startsWith("复")) {
+            table()->selectRow(0);
+            for (QAction *action : table()->findChild<QMenu *>()->actions()) {
+                if (action->text() == "复制下载链接") {
+                    action->trigger();
+                }
+            }
         } else {
             whenModal([](QWidget *modal) { qobject_cast<QDialog *>(modal)->accept(); });
             press(dialog, 0, "btnCreateFolder");

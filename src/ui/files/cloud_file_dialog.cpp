@@ -17,6 +17,7 @@
 #include "ui/files/file_browser.h"
 #include "ui/files/file_names.h"
 #include "ui/files/file_table.h"
+#include "ui/files/link_copy.h"
 #include "ui/files/path_delegate.h"
 #include "ui/files/quality_menu.h"
 #include "ui/files/watch_marks.h"
@@ -55,7 +56,7 @@ QString selectionText(const FileTable &table)
 } // namespace
 
 CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, FileNames *names,
-                                 QWidget *parent)
+                                 LinkCopy *links, QWidget *parent)
     : DialogPage(parent), m_ui(std::make_unique<Ui::CloudFileDialog>()), m_user(user)
 {
     m_ui->setupUi(this);
@@ -63,7 +64,8 @@ CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, Fil
     setUpTable();
     setUpBrowser();
     setUpPath();
-    setUpActions(batches ? batches : new FileBatches(this), names ? names : new FileNames(this));
+    setUpActions(batches ? batches : new FileBatches(this), names ? names : new FileNames(this),
+                 links ? links : new LinkCopy(this));
     setUpShortcuts();
     m_qualityMenu = new QualityMenu(m_ui->btnVideoQuality);
     connect(m_qualityMenu, &QualityMenu::chosen, this, &CloudFileDialog::listSettingsChanged);
@@ -137,9 +139,9 @@ void CloudFileDialog::setUpDiskSpace()
     m_diskSpace->request();
 }
 
-void CloudFileDialog::setUpActions(FileBatches *batches, FileNames *names)
+void CloudFileDialog::setUpActions(FileBatches *batches, FileNames *names, LinkCopy *links)
 {
-    m_actions = new FileActions(m_user, m_ui->fileList, m_browser, batches, names, this);
+    m_actions = new FileActions(m_user, m_ui->fileList, m_browser, batches, names, links, this);
     connect(m_actions->menu(), &QMenu::triggered, this, &CloudFileDialog::rightMenuClicked);
     connect(m_actions, &FileActions::folderCreated, this, &CloudFileDialog::onFolderCreated);
     connect(m_actions, &FileActions::refreshWanted, this, &CloudFileDialog::on_btnRefresh_clicked);

@@ -11,6 +11,7 @@ class FileBatches;
 class FileBrowser;
 class FileItem;
 class FileNames;
+class LinkCopy;
 class PlayHistory;
 class QAction;
 class QModelIndex;
@@ -34,10 +35,11 @@ class CloudFileDialog final : public DialogPage
     Q_DISABLE_COPY_MOVE(CloudFileDialog)
 
 public:
-    // Asks for the root folder and the disk space at once. The batches and the names
+    // Asks for the root folder and the disk space at once. The batches, the names and the links
     // belong to the program and must outlive the page; without them it makes its own.
     explicit CloudFileDialog(const UserInfo &user, FileBatches *batches = nullptr,
-                             FileNames *names = nullptr, QWidget *parent = nullptr);
+                             FileNames *names = nullptr, LinkCopy *links = nullptr,
+                             QWidget *parent = nullptr);
     ~CloudFileDialog() override;
 
     [[nodiscard]] QString userId() const { return m_user.userId.value(); }
@@ -99,7 +101,7 @@ private:
     void setUpTable();
     void setUpBrowser();
     void setUpPath();
-    void setUpActions(FileBatches *batches, FileNames *names);
+    void setUpActions(FileBatches *batches, FileNames *names, LinkCopy *links);
     void setUpDiskSpace();
     void setUpShortcuts();
     void restoreListState();

@@ -1,18 +1,14 @@
 #include "ui/files/file_actions.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
+#include <optional>
 
-#include "api/records/change_records.h"
 #include "api/records/file_records.h"
-#include "api/session/refusal_note.h"
-#include "net/http_client.h"
-#include "net/log_failure.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_browser.h"
 #include "ui/files/file_names.h"
 #include "ui/files/file_table.h"
 #include "ui/files/file_tree_dialog.h"
+#include "ui/files/link_copy.h"
 #include "ui/widgets/custom_pop_up_menu.h"
 #include "ui/widgets/questions.h"
 #include "ui/widgets/single_toast.h"
@@ -46,14 +42,14 @@ const QVector<FileActions::MenuEntry> &FileActions::menuEntries()
 }
 
 FileActions::FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser,
-                         FileBatches *batches, FileNames *names, QWidget *page)
+                         FileBatches *batches, FileNames *names, LinkCopy *links, QWidget *page)
     : QObject(page)
     , m_user(user)
-    , m_client(user)
     , m_table(table)
     , m_browser(browser)
     , m_batches(batches)
     , m_names(names)
+    , m_links(links)
     , m_page(page)
 {
     makeMenu();
@@ -202,25 +198,7 @@ void FileActions::copyLink()
         Toast::showTip(QStringLiteral("请选择文件进行复制"));
         return;
     }
-    const QString logWord = QStringLiteral("getDownloadUrl");
-    const auto done = m_replies.guard(logWord, [this](const GetDownloadUrlResp &reply) {
-        if (reply.url.isEmpty()) {
-            onLinkFailed(QStringLiteral("no url"), HttpClient::LocalFailure);
-            return;
-        }
-        QGuiApplication::clipboard()->setText(reply.url);
-        Toast::showTip(QStringLiteral("复制下载链接成功"));
-    });
-    const auto failed = m_replies.guard(
-        logWord, [this](const QString &error, int code) { onLinkFailed(error, code); });
-    m_replies.limitWait(m_client.downloadUrl(fileId, done, failed));
-}
-
-void FileActions::onLinkFailed(const QString &error, int code)
-{
-    // Not the operation's own word: whoever reads logs looks for this one.
-    logFailure(QStringLiteral("getFileList"), code, error);
-    Toast::showTip(QStringLiteral("复制下载链接失败"));
+    m_links->copy(m_user, fileId);
 }
 
 void FileActions::deleteSelected(bool toRecycleBin)

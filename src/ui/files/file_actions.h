@@ -3,15 +3,14 @@
 #include <QObject>
 #include <QStringList>
 
-#include "api/session/open_api_client.h"
 #include "db/tables/user_info.h"
-#include "net/reply_guard.h"
 
 class FileBatches;
 class FileBrowser;
 class FileItem;
 class FileNames;
 class FileTable;
+class LinkCopy;
 class QAction;
 class QMenu;
 struct BatchOrder;
@@ -25,9 +24,10 @@ class FileActions final : public QObject
     Q_DISABLE_COPY_MOVE(FileActions)
 
 public:
-    // The page's table and browser and the program's batches and names must outlive the actions.
+    // The page's table and browser and the program's batches, names and links must outlive the
+    // actions.
     FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser, FileBatches *batches,
-                FileNames *names, QWidget *page);
+                FileNames *names, LinkCopy *links, QWidget *page);
 
     [[nodiscard]] QMenu *menu() const { return m_menu; }
     // Does what an entry of the menu offers.
@@ -56,16 +56,14 @@ private:
     void onFolderCreated(const QString &userId, const QString &parentId, const QString &fileId);
     void onNameSettled(const QString &userId, const QString &folderId, const FileItem &file);
     void onListingNeeded(const QString &userId, const QString &folderId);
-    void onLinkFailed(const QString &error, int code);
     [[nodiscard]] BatchOrder orderForSelection(FileOperation operation) const;
 
     const UserInfo m_user;
-    const OpenApiClient m_client;
     FileTable *const m_table;
     FileBrowser *const m_browser;
     FileBatches *const m_batches;
     FileNames *const m_names;
+    LinkCopy *const m_links;
     QWidget *const m_page;
     QMenu *m_menu = nullptr;
-    ReplyGuard m_replies;
 };

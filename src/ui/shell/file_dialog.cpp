@@ -14,6 +14,7 @@
 #include "ui/files/cloud_file_dialog.h"
 #include "ui/files/file_batches.h"
 #include "ui/files/file_names.h"
+#include "ui/files/link_copy.h"
 #include "ui/shell/avatar_loader.h"
 #include "ui/shell/trans_dialog.h"
 #include "ui/widgets/questions.h"
@@ -39,6 +40,7 @@ FileDialog::FileDialog(FileBatches *batches, QWidget *parent)
     , m_transfers(std::make_unique<TransDialog>())
     , m_batches(batches ? batches : new FileBatches(this))
     , m_names(new FileNames(m_batches))
+    , m_links(new LinkCopy(this))
 {
     m_ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
@@ -95,7 +97,7 @@ void FileDialog::removeTab(int index)
 void FileDialog::addTab(const UserInfo &user)
 {
     const QString nickname = user.nickname.value();
-    auto *page = new CloudFileDialog(user, m_batches, m_names);
+    auto *page = new CloudFileDialog(user, m_batches, m_names, m_links);
     qDebug() << "add tab:" << nickname;
     connectAccounts(page);
     connect(page, &CloudFileDialog::refreshDiskSpace, this, &FileDialog::refreshDiskSpace);
@@ -277,6 +279,7 @@ void FileDialog::logOut(CloudFileDialog *page)
     // Without the user's tokens nothing more can be sent.
     m_batches->cancel(userId);
     m_names->forget(userId);
+    m_links->forget(userId);
     removeUser(userId);
     const QList<UserInfo> users = listUsers();
     if (users.isEmpty()) {

@@ -11,6 +11,7 @@
 class CloudFileDialog;
 class FileBatches;
 class FileNames;
+class LinkCopy;
 class PlayHistory;
 class TransDialog;
 struct PlayRequest;
@@ -84,6 +85,7 @@ private:
     const std::unique_ptr<TransDialog> m_transfers;
     FileBatches *const m_batches;
     FileNames *const m_names; // go after all pages
+    LinkCopy *const m_links;  // goes with this
     QList<UserInfo> m_users;  // in the order of the tabs
     QString m_nickname;
     ReplyGuard m_replies;
