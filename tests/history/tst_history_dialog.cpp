@@ -1,5 +1,6 @@
 #include <QHeaderView>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableWidget>
 
@@ -67,7 +68,8 @@ private slots:
     {
         watched("f1", "第1集.mkv", 2732);
         watched("f2", "第2集.mkv", 1270);
-        const HistoryDialog dialog;
+        HistoryDialog dialog;
+        dialog.show();
         const QTableWidget *table = tableOf(dialog);
         QCOMPARE(names(dialog), QString("第2集.mkv 第1集.mkv"));
         QCOMPARE(table->item(0, 1)->text(), QString("46%  00:21:10/00:45:32"));
@@ -112,6 +114,8 @@ private slots:
         clickHeader(dialog, column);
         QTEST(names(dialog), "once");
         clickHeader(dialog, column);
+        QTEST(names(dialog), "twice");
+        dialog.loadHistory();
         QTEST(names(dialog), "twice");
     }
 
@@ -165,14 +169,42 @@ private slots:
         QCOMPARE(again.playPosition.value(), 77);
     }
 
+    void allGoOrNone()
+    {
+        for (const char *name : {"1", "2", "3"}) {
+            watched(name, name, 1);
+        }
+        QVERIFY(execute("CREATE TRIGGER refuse BEFORE DELETE ON PlayHistory "
+                        "WHEN OLD.fileId = '1' BEGIN SELECT RAISE(ABORT, 'x'); END"));
+        HistoryDialog dialog;
+        dialog.show();
+        tableOf(dialog)->selectAll();
+        press(dialog, "btnRemovePlayHistory");
+        QCOMPARE(names(dialog), QString("3 2 1"));
+        QVERIFY(!dialog.findChild<QWidget *>("undoBar")->isVisible());
+    }
+
+    void theOfferEnds_data()
+    {
+        QTest::addColumn<bool>("userGoes");
+        QTest::newRow("by itself") << false;
+        QTest::newRow("with its user") << true;
+    }
     void theOfferEnds()
     {
+        QFETCH(bool, userGoes);
         watched("1", "1", 1);
         HistoryDialog dialog;
         dialog.show();
         press(dialog, "btnClearPlayHistory");
         auto *bar = dialog.findChild<QWidget *>("undoBar");
         QVERIFY(bar->isVisible());
+        if (userGoes) {
+            AppSettings().setCurUserId("other");
+            dialog.loadHistory();
+            QVERIFY(!bar->isVisible());
+            AppSettings().setCurUserId(m_user.userId.value());
+        }
         QTRY_VERIFY(!bar->isVisible());
         press(dialog, "btnUndo");
         QCOMPARE(names(dialog), QString());
@@ -205,7 +237,8 @@ private slots:
         setting.folderId = QString("root");
         setting.skipHeadPos = 90;
         saveFolderSetting(setting);
-        const HistoryDialog dialog;
+        HistoryDialog dialog;
+        dialog.show();
         const LogCapture log;
         const QSignalSpy told(&dialog, &HistoryDialog::skipTimesCleared);
         press(dialog, "btnClearSkipCutHistory");
@@ -253,6 +286,54 @@ private slots:
         QCOMPARE(names(dialog), QString("4"));
     }
 
+    void reloadingLeavesTheViewAlone()
+    {
+        for (int number = 0; number < 40; ++number) {
+            watched(QString::number(number), QString::number(number), 1);
+        }
+        HistoryDialog dialog;
+        dialog.show();
+        QTableWidget *table = tableOf(dialog);
+        table->setFixedHeight(300);
+        dialog.adjustSize();
+        table->setCurrentCell(12, 0);
+        QTest::keyClick(table, Qt::Key_Up, Qt::ShiftModifier);
+        table->verticalScrollBar()->setValue(20);
+        watched("40", "40", 1);
+        watched("3", "3", 2);
+        dialog.loadHistory();
+        QCOMPARE(table->verticalScrollBar()->value(), 20);
+        QCOMPARE(table->currentRow(), 13);
+        QTest::keyClick(table, Qt::Key_Up, Qt::ShiftModifier);
+        QStringList selected;
+        for (const QModelIndex &index : table->selectionModel()->selectedRows()) {
+            selected << index.data().toString();
+        }
+        selected.sort();
+        QCOMPARE(selected.join(' '), "27 28 29");
+    }
+
+    void isReadWhenItIsShown()
+    {
+        watched("1", "1", 1);
+        const LogCapture log;
+        HistoryDialog dialog;
+        dialog.loadWhenShown();
+        QVERIFY(!log.lines().contains("load history..."));
+        dialog.show();
+        QCOMPARE(names(dialog), QString("1"));
+        dialog.hide();
+        watched("2", "2", 1);
+        dialog.loadWhenShown();
+        QCOMPARE(names(dialog), QString("1"));
+        dialog.show();
+        QCOMPARE(names(dialog), QString("2 1"));
+        watched("3", "3", 1);
+        dialog.loadWhenShown();
+        QCOMPARE(names(dialog), QString("3 2 1"));
+        QCOMPARE(log.lines().count("load history..."), 3);
+    }
+
     void tabFindsARowToActOn()
     {
         watched("f1", "1", 1);
@@ -273,7 +354,8 @@ private slots:
     void opensWhatTheRecordSays()
     {
         watched("f2", "第2集.mkv", 77, "动画");
-        const HistoryDialog dialog;
+        HistoryDialog dialog;
+        dialog.show();
         PlayRequest request;
         connect(&dialog, &HistoryDialog::videoOpenRequested, this,
                 [&request](const PlayRequest &wanted) { request = wanted; });

@@ -288,10 +288,15 @@ private slots:
     {
         m_drive->server().makeFile("第1集.mkv", "");
         PlayHistory history = watch(text(m_drive->server().fileId("第1集.mkv")));
+        const LogCapture log;
         MainWindow window;
         auto *player = window.findChild<PlayerHost *>();
         const auto *table = window.findChild<FileTable *>();
         QTRY_COMPARE(table->rowCount(), 1);
+        emit player->historyUpdated(history);
+        QVERIFY(!log.lines().contains("load history..."));
+        window.show();
+        choose(window, 1);
         history.playPosition = 7;
         history.duration = 10;
         savePlayHistory(history);

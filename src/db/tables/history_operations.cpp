@@ -158,8 +158,20 @@ QHash<QString, PlayHistory> playHistoryOf(const QString &userId, const QStringLi
 
 void removePlayHistory(const QString &fileId)
 {
-    withRecovery([&fileId] {
-        return dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::fileId) == fileId).remove();
+    removePlayHistory(QStringList{fileId});
+}
+
+void removePlayHistory(const QStringList &fileIds)
+{
+    withRecovery([&fileIds] {
+        DQTransaction transaction(dqMetaInfo<PlayHistory>()->connection());
+        bool isDone = transaction.isActive();
+        for (int first = 0; isDone && first < fileIds.size(); first += MostValues) {
+            const QList<QString> some = fileIds.mid(first, MostValues);
+            isDone =
+                dqQuery<PlayHistory>().filter(dqColumn(&PlayHistory::fileId).in(some)).remove();
+        }
+        return isDone && transaction.commit();
     });
 }
 

@@ -109,6 +109,8 @@ void listPlayHistory(DQList<PlayHistory> &list);
                                                         const QStringList &fileIds);
 
 void removePlayHistory(const QString &fileId);
+// All of them, or none when that cannot be.
+void removePlayHistory(const QStringList &fileIds);
 
 // Removes the current user's rows.
 void clearPlayHistory();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <QHeaderView>
+#include <QScrollBar>
 
 #include "api/records/file_records.h"
 #include "app/environment/app_settings.h"
@@ -46,7 +47,6 @@ HistoryDialog::HistoryDialog(QWidget *parent)
     setUpTable();
     connect(m_ui->undoBar, &UndoBar::undoRequested, this, &HistoryDialog::onUndoRequested);
     connect(m_ui->undoBar, &UndoBar::expired, this, [this] { m_removed.clear(); });
-    loadHistory();
 }
 
 HistoryDialog::~HistoryDialog() = default;
@@ -56,6 +56,7 @@ void HistoryDialog::setUpTable()
     QTableWidget *table = m_ui->historyList;
     m_ui->historyList->setColumns(
         {QStringLiteral("名称"), QStringLiteral("观看进度"), QStringLiteral("观看时间")});
+    setColumnWidths();
     QHeaderView *header = table->horizontalHeader();
     header->setSortIndicator(TimeColumn, Qt::DescendingOrder);
     table->setItemDelegateForColumn(ProgressColumn, new WatchProgressDelegate(table));
@@ -103,60 +104,115 @@ void HistoryDialog::setUpShortcuts()
                  &HistoryDialog::on_btnRefresh_clicked);
 }
 
+void HistoryDialog::setColumnWidths()
+{
+    for (int column = 0; column < ColumnCount; ++column) {
+        m_ui->historyList->setColumnWidth(column, ColumnWidths.at(column));
+    }
+}
+
+void HistoryDialog::showEvent(QShowEvent *event)
+{
+    DialogPage::showEvent(event);
+    if (m_isStale) {
+        loadHistory();
+    }
+}
+
+// A player writes the history again and again, on the thread that draws its video.
+void HistoryDialog::loadWhenShown()
+{
+    m_isStale = true;
+    if (isVisible()) {
+        loadHistory();
+    }
+}
+
 void HistoryDialog::loadHistory()
 {
     qDebug() << "load history...";
-    QTableWidget *table = m_ui->historyList;
-    const QString user = AppSettings().curUserId();
-    if (std::exchange(m_userId, user) != user) {
-        // What stands in the same row is another user's: nobody has chosen it.
-        table->selectionModel()->clear();
-        UserInfo owner;
-        loadUserInfo(user, owner);
-        m_pictures->thumbnails().setUser(owner);
-    }
-    const QSet<int> selected = selectedIds();
+    m_isStale = false;
+    RowTable *table = m_ui->historyList;
+    changeUser(AppSettings().curUserId());
+    const bool hadSelection = table->selectionModel()->hasSelection();
     const int row = table->currentRow();
-    table->clearContents();
+    const int top = table->topRow();
     listPlayHistory(m_rows);
-    table->setRowCount(m_rows.size());
-    for (int column = 0; column < ColumnCount; ++column) {
-        table->setColumnWidth(column, ColumnWidths.at(column));
+    removeGoneRows();
+    setColumnWidths();
+    fillRows();
+    if (table->topRow() != top) {
+        table->verticalScrollBar()->setValue(top);
     }
-    for (int index = 0; index < m_rows.size(); ++index) {
-        fillRow(index, m_rows.at(index));
+    // What was selected has been removed: on from its place.
+    if (hadSelection && !table->selectionModel()->hasSelection() && table->rowCount() > 0) {
+        table->selectRow(qBound(0, row, table->rowCount() - 1));
     }
-    onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
-    // A player writes the history again and again: the user's place in the list stays.
-    select(selected, row);
     m_pictures->lookAgain();
+}
+
+void HistoryDialog::changeUser(const QString &userId)
+{
+    if (std::exchange(m_userId, userId) == userId) {
+        return;
+    }
+    // What stands in the same row is another user's: nobody has chosen it.
+    m_ui->historyList->setRowCount(0);
+    m_ui->undoBar->withdraw();
+    m_removed.clear();
+    UserInfo owner;
+    loadUserInfo(userId, owner);
+    m_pictures->thumbnails().setUser(owner);
+}
+
+int HistoryDialog::idAt(int row) const
+{
+    return m_ui->historyList->item(row, NameColumn)->data(IdRole).toInt();
 }
 
 QSet<int> HistoryDialog::selectedIds() const
 {
-    const QTableWidget *table = m_ui->historyList;
     QSet<int> ids;
-    for (const QModelIndex &index : table->selectionModel()->selectedRows()) {
-        ids.insert(table->item(index.row(), NameColumn)->data(IdRole).toInt());
+    for (const QModelIndex &index : m_ui->historyList->selectionModel()->selectedRows()) {
+        ids.insert(idAt(index.row()));
     }
     return ids;
 }
 
-void HistoryDialog::select(const QSet<int> &ids, int row)
+void HistoryDialog::removeGoneRows()
 {
-    QTableWidget *table = m_ui->historyList;
-    table->clearSelection();
-    QItemSelectionModel *selection = table->selectionModel();
-    const auto add = QItemSelectionModel::Select | QItemSelectionModel::Rows;
-    for (int found = 0; found < table->rowCount(); ++found) {
-        if (ids.contains(table->item(found, NameColumn)->data(IdRole).toInt())) {
-            selection->setCurrentIndex(table->model()->index(found, NameColumn), add);
+    QSet<int> ids;
+    for (const PlayHistory &history : m_rows) {
+        ids.insert(history.id.value());
+    }
+    // Together where they lie together: each removal costs the view the same.
+    int end = m_ui->historyList->rowCount();
+    for (int row = end; row >= 0; --row) {
+        if (row == 0 || ids.contains(idAt(row - 1))) {
+            if (row < end) {
+                m_ui->historyList->model()->removeRows(row, end - row);
+            }
+            end = row - 1;
         }
     }
-    // What was selected has been removed: on from its place.
-    if (!ids.isEmpty() && !selection->hasSelection() && table->rowCount() > 0) {
-        table->selectRow(qBound(0, row, table->rowCount() - 1));
+}
+
+void HistoryDialog::fillRows()
+{
+    QTableWidget *table = m_ui->historyList;
+    QHash<int, int> rows; // by id
+    int last = table->rowCount();
+    for (int row = 0; row < last; ++row) {
+        rows.insert(idAt(row), row);
     }
+    table->setRowCount(m_rows.size());
+    for (const PlayHistory &history : m_rows) {
+        const auto known = rows.constFind(history.id.value());
+        fillRow(known == rows.cend() ? last++ : known.value(), history);
+    }
+    // Those that are equal in the column stand as they are in the history.
+    table->model()->sort(TimeColumn, Qt::DescendingOrder);
+    onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
 }
 
 void HistoryDialog::fillRow(int row, const PlayHistory &history)
@@ -189,9 +245,11 @@ void HistoryDialog::on_btnRemovePlayHistory_clicked()
     QList<PlayHistory> selected;
     std::copy_if(m_rows.begin(), m_rows.end(), std::back_inserter(selected),
                  [&ids](const PlayHistory &history) { return ids.contains(history.id.value()); });
-    for (const PlayHistory &history : selected) {
-        removePlayHistory(history.fileId.value());
+    QStringList fileIds;
+    for (const PlayHistory &history : qAsConst(selected)) {
+        fileIds << history.fileId.value();
     }
+    removePlayHistory(fileIds);
     reloadAndOfferUndo(selected);
 }
 
@@ -211,8 +269,9 @@ void HistoryDialog::reloadAndOfferUndo(const QList<PlayHistory> &candidates)
     const int before = m_removed.size();
     PlayHistory present;
     std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(m_removed),
-                 [&present](const PlayHistory &history) {
-                     return !loadPlayHistory(history.fileId.value(), present);
+                 [this, &present](const PlayHistory &history) {
+                     return history.userId.value() == m_userId &&
+                            !loadPlayHistory(history.fileId.value(), present);
                  });
     if (m_removed.size() > before) {
         m_ui->undoBar->offer(QStringLiteral("已删除 %1 条观看记录").arg(m_removed.size()));

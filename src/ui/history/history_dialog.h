@@ -20,7 +20,8 @@ class HistoryDialog;
 }
 
 // The watch history of the current user, the last watched first. What is removed is gone at once
-// and can be taken back for ten seconds.
+// and can be taken back for ten seconds, while the user is the same. Nothing is read before the
+// page is shown.
 class HistoryDialog final : public DialogPage
 {
     Q_OBJECT
@@ -32,12 +33,17 @@ public:
 
 public slots:
     void loadHistory();
+    // At once, or when the page is shown.
+    void loadWhenShown();
 
 signals:
     void videoOpenRequested(const PlayRequest &request);
     // Rows were removed or put back.
     void historyChanged();
     void skipTimesCleared();
+
+protected:
+    void showEvent(QShowEvent *event) override;
 
 private slots:
     void on_btnRemovePlayHistory_clicked();
@@ -53,10 +59,15 @@ private:
     void setUpShortcuts();
     void setUpPictures();
     void showPicture(const QString &fileId);
+    void setColumnWidths();
+    void changeUser(const QString &userId);
+    // Rows that stay are the same ones to the view, so that the selection, the current row and
+    // where Shift selects from go with their records.
+    void removeGoneRows();
+    void fillRows();
     void fillRow(int row, const PlayHistory &history);
+    [[nodiscard]] int idAt(int row) const;
     [[nodiscard]] QSet<int> selectedIds() const;
-    // The records, or the row where they are gone.
-    void select(const QSet<int> &ids, int row);
     [[nodiscard]] const PlayHistory *historyAt(int row) const;
     // Reloads, and offers to take back those of the candidates that are in the history no more.
     void reloadAndOfferUndo(const QList<PlayHistory> &candidates);
@@ -65,7 +76,8 @@ private:
 
     const std::unique_ptr<Ui::HistoryDialog> m_ui;
     PicturesInSight *m_pictures = nullptr;
-    QString m_userId; // whose rows
+    bool m_isStale = true; // there may be other rows than those that are shown
+    QString m_userId;      // whose rows
     DQList<PlayHistory> m_rows;
     QList<PlayHistory> m_removed; // what can be taken back
 };

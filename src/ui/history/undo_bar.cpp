@@ -45,10 +45,15 @@ void UndoBar::offer(const QString &text)
     QAccessible::updateAccessibility(&alert);
 }
 
-void UndoBar::onUndoClicked()
+void UndoBar::withdraw()
 {
     m_timer.stop();
     hide();
+}
+
+void UndoBar::onUndoClicked()
+{
+    withdraw();
     emit undoRequested();
 }
 

@@ -16,6 +16,8 @@ public:
     explicit UndoBar(QWidget *parent = nullptr);
 
     void offer(const QString &text);
+    // Takes the offer back; nobody is told.
+    void withdraw();
 
 signals:
     void undoRequested();

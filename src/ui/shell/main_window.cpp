@@ -167,7 +167,7 @@ void MainWindow::connectPlayer()
     connect(m_historyPage, &HistoryDialog::videoOpenRequested, m_player, &PlayerHost::open);
     connect(m_historyPage, &HistoryDialog::skipTimesCleared, m_player,
             &PlayerHost::reloadSkipTimes);
-    connect(m_player, &PlayerHost::historyUpdated, m_historyPage, &HistoryDialog::loadHistory);
+    connect(m_player, &PlayerHost::historyUpdated, m_historyPage, &HistoryDialog::loadWhenShown);
     connect(m_player, &PlayerHost::historyUpdated, m_filePage, &FileDialog::showWatched);
     connect(m_historyPage, &HistoryDialog::historyChanged, m_filePage, &FileDialog::reloadWatched);
     connect(m_historyPage, &HistoryDialog::skipTimesCleared, m_filePage,
@@ -191,7 +191,7 @@ void MainWindow::onUserSwitched(const QString &nickname, const QString &spaceInf
 {
     showTitle(nickname);
     setStatusbarInfo(spaceInfo);
-    m_historyPage->loadHistory();
+    m_historyPage->loadWhenShown();
 }
 
 void MainWindow::showTitle(const QString &nickname)
@@ -201,10 +201,10 @@ void MainWindow::showTitle(const QString &nickname)
 
 void MainWindow::on_navListView_clicked(const QModelIndex &index)
 {
-    m_ui->pageStack->setCurrentIndex(index.row());
     if (index.row() == HistoryRow) {
-        m_historyPage->loadHistory();
+        m_historyPage->loadHistory(); // hidden, so that it is not read once more when shown
     }
+    m_ui->pageStack->setCurrentIndex(index.row());
 }
 
 void MainWindow::onNavigated(const QModelIndex &current)
