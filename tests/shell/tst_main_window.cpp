@@ -254,20 +254,27 @@ private slots:
     void aNameIsWaitedForBeforeTheEnd_data()
     {
         QTest::addColumn<bool>("isTaken");
-        QTest::newRow("and the drive takes it") << true;
-        QTest::newRow("and the user sees that it failed") << false;
+        QTest::addColumn<bool>("endsWhileAsked");
+        QTest::newRow("and the drive takes it") << true << false;
+        QTest::newRow("and the user sees that it failed") << false << false;
+        QTest::newRow("and has failed before the answer") << false << true;
     }
     void aNameIsWaitedForBeforeTheEnd()
     {
         QFETCH(bool, isTaken);
+        QFETCH(bool, endsWhileAsked);
         m_drive->server().addFault(FaultOn("openFile/create").holds());
         MainWindow window;
         window.show();
         window.findChild<FileDialog *>()->names()->createFolder(m_user, isTaken ? "root" : "gone",
                                                                 "新");
-        whenModal([](QWidget *modal) {
+        whenModal([this, endsWhileAsked](QWidget *modal) {
             auto *box = qobject_cast<QMessageBox *>(modal);
             QCOMPARE(box->text(), QString("还有 1 个文件没有处理完。"));
+            if (endsWhileAsked) {
+                m_drive->server().clearFaults();
+                QTRY_VERIFY(!toasts().isEmpty());
+            }
             for (QAbstractButton *button : box->buttons()) {
                 if (button->text() == "处理完再退出(&W)") {
                     button->click();

@@ -153,8 +153,7 @@ void MainWindow::fillStatusBar()
     connect(m_filePage, &FileDialog::listStatusChanged, this, &MainWindow::showListStatus);
     connect(&m_batches, &FileBatches::finished, this, &MainWindow::onBatchFinished);
     connect(m_filePage->names(), &FileNames::finished, this, [this](bool done) {
-        m_closesAfterBatches =
-            m_closesAfterBatches && done; // else it is seen before the window goes
+        m_nameHasFailed = m_nameHasFailed || !done;
         onBatchFinished();
     });
     showListStatus();
@@ -267,13 +266,20 @@ int MainWindow::remaining() const
 
 bool MainWindow::mayStopBatches()
 {
+    m_nameHasFailed = false;
     const QString text = QStringLiteral("还有 %1 个文件没有处理完。").arg(remaining());
     const std::optional<int> choice =
         askChoice(this, QStringLiteral("退出"), text,
                   {QStringLiteral("处理完再退出(&W)"), QStringLiteral("就此停止(&S)")});
     // They may have ended while the user thought; then no end is to come that could close.
     m_closesAfterBatches = choice == 0 && remaining() > 0;
-    return choice == 1 || (choice == 0 && remaining() == 0 && !m_batchStatus->hasFailures());
+    return choice == 1 || (choice == 0 && remaining() == 0 && !hasFailures());
+}
+
+// What failed is seen before the window goes.
+bool MainWindow::hasFailures() const
+{
+    return m_nameHasFailed || m_batchStatus->hasFailures();
 }
 
 void MainWindow::onBatchFinished()
@@ -282,8 +288,7 @@ void MainWindow::onBatchFinished()
         return;
     }
     m_closesAfterBatches = false;
-    // What failed is seen before the window goes.
-    if (!m_batchStatus->hasFailures()) {
+    if (!hasFailures()) {
         close();
     }
 }

@@ -65,6 +65,7 @@ private:
     [[nodiscard]] int remaining() const;
     // False: the user goes on with what is under way.
     bool mayStopBatches();
+    [[nodiscard]] bool hasFailures() const;
 
     QLabel m_statusLabel;
     SpaceBar *m_spaceBar = nullptr;
@@ -73,6 +74,7 @@ private:
     QStandardItemModel m_navigation;
     const std::unique_ptr<Ui::MainWindow> m_ui;
     bool m_closesAfterBatches = false;
+    bool m_nameHasFailed = false; // since the user was asked whether to wait
     bool m_dragging = false;
     QPoint m_dragOffset; // the mouse's global position less the window's, at the press
     FileDialog *m_filePage = nullptr;
