@@ -171,8 +171,9 @@ private slots:
 
     void allGoOrNone()
     {
-        for (const char *name : {"1", "2", "3"}) {
-            watched(name, name, 1);
+        const int count = 600; // more than one statement takes
+        for (int number = 1; number <= count; ++number) {
+            watched(QString::number(number), QString::number(number), 1);
         }
         QVERIFY(execute("CREATE TRIGGER refuse BEFORE DELETE ON PlayHistory "
                         "WHEN OLD.fileId = '1' BEGIN SELECT RAISE(ABORT, 'x'); END"));
@@ -180,7 +181,7 @@ private slots:
         dialog.show();
         tableOf(dialog)->selectAll();
         press(dialog, "btnRemovePlayHistory");
-        QCOMPARE(names(dialog), QString("3 2 1"));
+        QCOMPARE(tableOf(dialog)->rowCount(), count);
         QVERIFY(!dialog.findChild<QWidget *>("undoBar")->isVisible());
     }
 
