@@ -208,11 +208,26 @@ void HistoryDialog::fillRows()
     table->setRowCount(m_rows.size());
     for (const PlayHistory &history : m_rows) {
         const auto known = rows.constFind(history.id.value());
-        fillRow(known == rows.cend() ? last++ : known.value(), history);
+        if (known == rows.cend()) {
+            fillRow(last++, history);
+        } else if (!shows(known.value(), history)) {
+            fillRow(known.value(), history);
+        }
     }
     // Those that are equal in the column stand as they are in the history.
     table->model()->sort(TimeColumn, Qt::DescendingOrder);
     onHeaderClicked(table->horizontalHeader()->sortIndicatorSection());
+}
+
+bool HistoryDialog::shows(int row, const PlayHistory &history) const
+{
+    const QTableWidget *table = m_ui->historyList;
+    const QTableWidgetItem *name = table->item(row, NameColumn);
+    return name->data(FileIdRole).toString() == history.fileId.value() &&
+           name->text() == history.name.value() &&
+           table->item(row, ProgressColumn)->text() == progressText(history) &&
+           table->item(row, TimeColumn)->data(SortTableWidgetItem::SortValueRole).toLongLong() ==
+               history.updateTime.value().toMSecsSinceEpoch();
 }
 
 void HistoryDialog::fillRow(int row, const PlayHistory &history)

@@ -65,6 +65,8 @@ private:
     // where Shift selects from go with their records.
     void removeGoneRows();
     void fillRows();
+    // Most rows are as they were: an item that is made anew costs far more.
+    [[nodiscard]] bool shows(int row, const PlayHistory &history) const;
     void fillRow(int row, const PlayHistory &history);
     [[nodiscard]] int idAt(int row) const;
     [[nodiscard]] QSet<int> selectedIds() const;
