@@ -17,12 +17,31 @@ namespace {
 const QString UnaskableAddress = QStringLiteral("Only http and https addresses can be asked");
 constexpr qint64 NoLimit = 0;
 
+QPointer<QNetworkAccessManager> &storedManager()
+{
+    static QPointer<QNetworkAccessManager> manager;
+    return manager;
+}
+
+// What is under way when the manager's thread ends would stay in memory, with its connection.
+// Nobody hears of it: whoever asked is gone.
+void endReplies()
+{
+    if (storedManager()) {
+        for (QNetworkReply *reply : storedManager()->findChildren<QNetworkReply *>()) {
+            QObject::disconnect(reply, &QNetworkReply::finished, nullptr, nullptr);
+            reply->abort();
+        }
+    }
+}
+
 // Serves every caller that brings no manager; goes with the application object.
 QNetworkAccessManager *sharedManager()
 {
-    static QPointer<QNetworkAccessManager> manager;
+    QPointer<QNetworkAccessManager> &manager = storedManager();
     if (!manager) {
         manager = new QNetworkAccessManager(QCoreApplication::instance());
+        qAddPostRoutine(endReplies);
     }
     return manager;
 }
