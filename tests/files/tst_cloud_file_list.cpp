@@ -274,6 +274,9 @@ private slots:
         make({"x"});
         page.press("btnRefresh");
         QTRY_VERIFY(page.rowOf("x") >= 0);
+        m_drive->server().addFault(FaultOn(List).always().status(500));
+        page.press("btnRefresh");
+        QTRY_COMPARE(page.count(), "0项");
     }
 
     void whatFailedIsLoadedWhenTheDriveIsBack()

@@ -15,6 +15,7 @@
 #include "player/session/subtitle_folder.h"
 #include "player/session/watched_videos.h"
 #include "player/window/player_keys.h"
+#include "player/window/video_list_model.h"
 #include "player/window/volume_level.h"
 
 Q_DECLARE_METATYPE(SkipTimes)
@@ -471,6 +472,20 @@ private slots:
         QCOMPARE(QProcess::execute("touch", {"-d", "2 days ago", used.path()}), 0);
         removeOldSubtitleFolders();
         QVERIFY(QFileInfo::exists(used.path()));
+    }
+
+    // A view paints again what it is told of.
+    void theListShowsHowFarEachVideoWasWatched()
+    {
+        VideoListModel model;
+        model.setVideos(filesNamed({"1.mkv", "2.mkv"}));
+        QRect told;
+        connect(&model, &VideoListModel::dataChanged, this, [&](const auto &from, const auto &to) {
+            told = QRect(QPoint(0, from.row()), QPoint(0, to.row()));
+        });
+        model.setWatched({{QString(), 40}});
+        QCOMPARE(told, QRect(0, 0, 1, 2));
+        QCOMPARE(model.index(1).data(VideoListModel::WatchedRole).toInt(), 40);
     }
 };
 

@@ -9,9 +9,11 @@
 #include "api/records/video_records.h"
 #include "api/session/api_failure.h"
 #include "api/session/open_api_client.h"
+#include "api/session/patient_reading.h"
 #include "api/session/session.h"
 #include "app/environment/app_settings.h"
 #include "db/tables/operations.h"
+#include "net/reply_guard.h"
 #include "session/drive_fixture.h"
 #include "support/fault_on.h"
 
@@ -266,6 +268,20 @@ private slots:
         const bool changing = mayAskAgain(CallKind::Changing, outcome.code, refusal);
         const QString listed = leavesOpenWhatIsTrue(outcome.code) ? ", listed" : "";
         QTEST((changing ? "always" : reading ? "reading" : "never") + listed, "again");
+    }
+    void aReadingIsTriedTwice()
+    {
+        DriveFixture drive;
+        const OpenApiClient client(drive.logIn());
+        drive.server().addFault(FaultOn("getDriveInfo").always().status(500));
+        Outcome outcome;
+        ReplyGuard replies;
+        const auto read = [&outcome](const OpenApiClient &again, const ApiFailure &fail) {
+            return again.driveInfo(outcome.success<DriveInfo>(), fail);
+        };
+        readPatiently(replies, client, read, outcome.fail());
+        QTRY_COMPARE(outcome.failures, 1);
+        QCOMPARE(drive.server().requests().size(), std::size_t(2));
     }
     // The refused one is told at once; its user's next requests wait, and come in their order.
     void aUserWhoIsTooFastIsHeldBack()

@@ -4,8 +4,10 @@
 
 #include "support/test_main.h"
 #include "ui/widgets/mu_item_delegate.h"
+#include "ui/widgets/notice.h"
 #include "ui/widgets/row_table.h"
 #include "ui/widgets/waiting_spinner_widget.h"
+#include "ui/widgets/watch_signs.h"
 
 namespace {
 
@@ -39,6 +41,7 @@ private slots:
         QVERIFY(!spinner.isVisible());
         spinner.start();
         QVERIFY(spinner.isVisible());
+        QCOMPARE(spinner.currentDot(), 0);
         QCOMPARE(spinner.geometry().center(), window.rect().center());
         window.resize(400, 100);
         QTRY_COMPARE(spinner.geometry().center(), window.rect().center());
@@ -88,6 +91,50 @@ private slots:
         }
         QCOMPARE(red, QRect(5, 5, 40, 40));
         QVERIFY2(qAbs(textLeft - 56) <= 2, qPrintable(QString::number(textLeft)));
+    }
+
+    // In the middle, and paler than the rows would be.
+    void paintsANotice()
+    {
+        QImage image(400, 300, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPixmap icon(48, 48);
+        icon.fill(Qt::red);
+        const QTemporaryDir folder;
+        QVERIFY(icon.save(folder.filePath("icon.png")));
+        QPainter painter(&image);
+        QFont font;
+        font.setStyleStrategy(QFont::NoAntialias);
+        painter.setFont(font);
+        paintNotice(painter, image.rect(), {QString("##"), folder.filePath("icon.png")});
+        painter.end();
+        QMap<int, QRect> places; // by how green they are
+        for (int x = 0; x < image.width(); ++x) {
+            for (int y = 0; y < image.height(); ++y) {
+                places[qGreen(image.pixel(x, y))] |= QRect(x, y, 1, 1);
+            }
+        }
+        QCOMPARE(places.size(), 3); // with the ground
+        const auto text = places.cbegin();
+        const auto middle = text + 1;
+        QVERIFY(qAbs(text.key() - 89) <= 2 && qAbs(middle.key() - 166) <= 2);
+        QCOMPARE(*middle, QRect(175, middle->top(), 48, 48));
+        QVERIFY(text->top() > middle->bottom() && qAbs(text->center().x() - 199) <= 2);
+    }
+
+    void paintsHowFarAVideoWasWatched()
+    {
+        QImage image(100, 60, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        const SignColours colours{Qt::red, Qt::blue};
+        paintProgress(painter, QRectF(0, 0, 100, 20), 60, colours);
+        paintTick(painter, QPoint(50, 40), colours);
+        painter.end();
+        const auto at = [&image](int x, int y) { return image.pixelColor(x, y).name(); };
+        QCOMPARE(at(40, 10) + at(80, 10), QString("#ff0000#ffbfbf")); // done, and the groove
+        QCOMPARE(at(50, 36) + at(49, 42), QString("#ff0000#0000ff")); // the disc and its tick
+        QCOMPARE(at(50, 50) + at(0, 0), QString("#ffffff#ffffff"));   // a bar has round ends
     }
 
     // Turned, the name would read as that of a picture.
