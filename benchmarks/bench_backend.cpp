@@ -75,6 +75,9 @@ public:
                       });
         m_port = m_server.bind_to_any_port("127.0.0.1");
         m_thread = std::thread([this] { m_server.listen_after_bind(); });
+        while (!m_server.is_running()) { // stopped before, it would run for ever
+            std::this_thread::yield();
+        }
     }
     ~BareBackend()
     {
