@@ -105,8 +105,8 @@ void TestPlatform::tellsWhatCameOfACall_data()
     row("gives the secret",
         reply("200 OK", nlohmann::json{{"qrCodeUrl", Secret}, {"sid", "a"}}.dump()),
         "502 PlatformUnavailable: The reply was withheld");
-    question = "refreshToken=once-only";
-    row("repeats the token", reply("400 No", R"({"code":"Bad","message":"not once-only"})"),
+    question = "refreshToken=once-use";
+    row("repeats the token", reply("400 No", R"({"code":"Bad","message":"not once-use"})"),
         "400 Bad: (withheld)");
     question = "refreshToken=r%2B%3D";
     row("gives tokens",

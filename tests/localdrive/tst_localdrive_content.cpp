@@ -38,6 +38,7 @@ private slots:
         row("the end", "bytes=-10", 206, "bytes 399990-399999/400000", 399990, 10);
         row("past the end", "bytes=399999-500000", 206, "bytes 399999-399999/400000", 399999, 1);
         row("outside", "bytes=400000-", 416, "bytes */400000", 0, -1);
+        row("none of the end", "bytes=-0", 416, "bytes */400000", 0, -1);
         row("several", "bytes=0-1,4-5", 200, "", 0, 400000);
     }
     void answersRanges()
