@@ -388,8 +388,10 @@ private slots:
         }
         QTRY_COMPARE(markersOf(*m_drive).size(), answers + 1);
         if (title.startsWith("back")) {
+            AppSettings().setVideoQuality("HD");
             page.press("btnBack");
             QCOMPARE(page.names().size(), 2);
+            QCOMPARE(page.child<QToolButton>("btnVideoQuality")->text(), "高清720p");
         }
         if (answers == 0) {
             QTest::keyClick(page.table(), Qt::Key_F5);

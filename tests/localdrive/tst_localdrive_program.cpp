@@ -60,6 +60,10 @@ private slots:
         QCOMPARE(int(secret.permissions() & 0x77), 0); // nothing for others
         QCOMPARE(statusOfLogin(port, secret.readAll().trimmed()), 200);
         QCOMPARE(statusOfLogin(port, "other"), 401);
+        const std::string code(32, '0');
+        const auto confirmed =
+            httplib::Client("127.0.0.1", port).Post("/scan/" + code + "/confirm");
+        QCOMPARE(confirmed ? confirmed->status : 0, 403); // its owner has the secret
 
         QProcess second;
         second.start(m_path, {QStringLiteral("--port"), QString::number(port)});
