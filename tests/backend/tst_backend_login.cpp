@@ -252,6 +252,7 @@ void TestLogin::startsOnlyWhenItIsSafe_data()
     row("a secret without its key", "client_id = i\nhush-hush\n", "", "", "neither client_id nor");
     row("a short key", id, "hush-hush", "", "at least 32 bytes");
     row("a key", id, long32, "", "listening on http");
+    row("a file that systemd hands over", whole, "", "CREDENTIALS_DIRECTORY", "listening on http");
     row("the secret to another machine in the clear", whole, "", "--platform http://10.1.2.3",
         "by https:// only");
     row("tokens to the network in the clear", whole, "", "--host 0.0.0.0", "with TLS, or behind");
@@ -277,10 +278,16 @@ void TestLogin::startsOnlyWhenItIsSafe()
     write(keyFile, key);
     QProcess program;
     program.setProcessChannelMode(QProcess::MergedChannels);
-    program.start(QStringLiteral(BACKEND_PROGRAM),
-                  QStringList{"--port", "0", "--application", file, "--pkce-key", keyFile,
-                              "--report-log", ""} +
-                      options.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QStringList arguments{"--port", "0", "--report-log", ""};
+    if (options == QLatin1String("CREDENTIALS_DIRECTORY")) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(options, folder.path());
+        program.setProcessEnvironment(environment);
+    } else {
+        arguments << "--application" << file << "--pkce-key" << keyFile
+                  << options.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    }
+    program.start(QStringLiteral(BACKEND_PROGRAM), arguments);
     constexpr int Patience = 60000; // milliseconds
     while (!program.canReadLine() && program.waitForReadyRead(Patience)) {
     }
