@@ -1,5 +1,7 @@
 #include "ui/files/cloud_file_dialog.h"
 
+#include <utility>
+
 #include <QHeaderView>
 #include <QMenu>
 #include <QScrollBar>
@@ -55,9 +57,9 @@ QString selectionText(const FileTable &table)
 
 } // namespace
 
-CloudFileDialog::CloudFileDialog(const UserInfo &user, FileBatches *batches, FileNames *names,
+CloudFileDialog::CloudFileDialog(UserInfo user, FileBatches *batches, FileNames *names,
                                  LinkCopy *links, QWidget *parent)
-    : DialogPage(parent), m_ui(std::make_unique<Ui::CloudFileDialog>()), m_user(user)
+    : DialogPage(parent), m_ui(std::make_unique<Ui::CloudFileDialog>()), m_user(std::move(user))
 {
     m_ui->setupUi(this);
     setUpForm();

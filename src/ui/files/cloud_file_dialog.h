@@ -37,7 +37,7 @@ class CloudFileDialog final : public DialogPage
 public:
     // Asks for the root folder and the disk space at once. The batches, the names and the links
     // belong to the program and must outlive the page; without them it makes its own.
-    explicit CloudFileDialog(const UserInfo &user, FileBatches *batches = nullptr,
+    explicit CloudFileDialog(UserInfo user, FileBatches *batches = nullptr,
                              FileNames *names = nullptr, LinkCopy *links = nullptr,
                              QWidget *parent = nullptr);
     ~CloudFileDialog() override;

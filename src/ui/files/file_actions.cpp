@@ -1,6 +1,7 @@
 #include "ui/files/file_actions.h"
 
 #include <optional>
+#include <utility>
 
 #include "api/records/file_records.h"
 #include "ui/files/file_batches.h"
@@ -41,10 +42,10 @@ const QVector<FileActions::MenuEntry> &FileActions::menuEntries()
     return entries;
 }
 
-FileActions::FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser,
+FileActions::FileActions(UserInfo user, FileTable *table, FileBrowser *browser,
                          FileBatches *batches, FileNames *names, LinkCopy *links, QWidget *page)
     : QObject(page)
-    , m_user(user)
+    , m_user(std::move(user))
     , m_table(table)
     , m_browser(browser)
     , m_batches(batches)

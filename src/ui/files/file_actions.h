@@ -26,7 +26,7 @@ class FileActions final : public QObject
 public:
     // The page's table and browser and the program's batches, names and links must outlive the
     // actions.
-    FileActions(const UserInfo &user, FileTable *table, FileBrowser *browser, FileBatches *batches,
+    FileActions(UserInfo user, FileTable *table, FileBrowser *browser, FileBatches *batches,
                 FileNames *names, LinkCopy *links, QWidget *page);
 
     [[nodiscard]] QMenu *menu() const { return m_menu; }
